@@ -1,0 +1,74 @@
+#pragma once
+// Feeds the resource list from the string-table set being edited.
+
+#include "dataview/IDVDataSource.h"
+#include "model/CStringList.h"
+#include "model/StringTables.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace kvedit {
+
+class CDVDataSource : public QObject, public IDVDataSource {
+    Q_OBJECT
+public:
+    explicit CDVDataSource(QObject *parent = nullptr);
+    ~CDVDataSource() override;
+
+    // The workspace whose tables are shown (may be null: an empty list).
+    void setWorkspace(const ResourceWorkspacePtr &workspace);
+    ResourceWorkspacePtr Workspace() const;
+    StringTableSetPtr Tables() const;
+    TextServerPtr Server() const;
+
+    kvedit::TableVersion TableVersion() const;
+    void setTableVersion(kvedit::TableVersion version);   // raises UpdateTitle, then RefreshStringList
+
+    // The window title for the current version: the workspace name and the version's heading.
+    QString Title() const;
+
+    CStringList &StringList();
+    void RefreshStringList();
+    static QString RenderForDisplay(const QString &text);
+    qint32 MessageTestTimeout() const;
+    void setLimit(qint32 limit);   // negative ignored, above MaximumCount cut to it
+    qint32 Limit() const;
+
+    // IDVDataSource
+    void CalculateColumnSizes(QWidget *objContainer, double sngTotalWidth) override;
+    int ColumnAlignment(int enmColumn) override;
+    QString ColumnHeading(int enmColumn) override;
+    double ColumnWidth(int enmColumn) override;
+    int CountDataColumns() override;
+    int CountSupportColumns();
+    int CountTotalColumns() override;
+    QString EvaluateColumn(qint32 lngEntry, int enmColumn) override;
+    QObject *Feedback() override;
+    void setFeedback(QObject *robjNew) override;
+    int FirstColumn() override;
+    qint32 GetRecordCount() override;
+    int IdColumn() override;
+    bool IsBufferLoaded() override;
+    int LastColumn() override;
+    QString NoDataMessage() override;
+    qint32 RecordNumberToId(qint32 lngRecordNumber) override;
+    QString ReportRecordCount(qint32 lngRecordNumber, qint32 lngRecordCount) override;
+    double RowHeight() override;
+    QString TypeName() override;
+    void UpdateBuffer(bool blnForcedUpdate, qint32 &rlngFirst, qint32 lngRows, int lngSort, bool blnSearch,
+                      qint32 &rlngSearch, qint32 &rlngFoundRow) override;
+
+    double CalculateColumnWidth(int column, QWidget *form);
+    double CalculateRowHeight(QWidget *form);
+
+signals:
+    void UpdateTitle(int version);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace kvedit

@@ -1,0 +1,169 @@
+#pragma once
+// What the editor requires of the string-table server. The editor side depends on these
+// interfaces only; our own server (src/server) implements them on a SQLite workspace file.
+//
+// Ownership: server objects are shared by std::shared_ptr; a null pointer is "nothing".
+// Entries are immutable values: CreateEdited returns a new entry. The one mutable part an entry
+// carries is its ParameterDefinitions working copy, which the parameter dialog edits before the
+// translate dialog hands it to CreateEdited; the table set keeps its own copy, so an abandoned
+// edit never reaches the tables.
+
+#include "model/Types.h"
+
+#include <QList>
+#include <QPoint>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+
+namespace kvedit {
+
+class StringEntry;
+class StringTableSet;
+class ParameterDefinitions;
+class TextServer;
+class Locale;
+
+using StringEntryPtr = std::shared_ptr<const StringEntry>;
+using StringTableSetPtr = std::shared_ptr<StringTableSet>;
+using ParameterDefinitionsPtr = std::shared_ptr<ParameterDefinitions>;
+using TextServerPtr = std::shared_ptr<TextServer>;
+using LocalePtr = std::shared_ptr<const Locale>;
+
+// A language as the server knows it: its display name ("German") and its value, the ISO 639
+// code ("de") that is compared with the system language.
+class Language {
+public:
+    Language() = default;
+    Language(QString name, QString value) : m_name(std::move(name)), m_value(std::move(value)) {}
+    QString Name() const { return m_name; }
+    QString Value() const { return m_value; }
+    bool IsValid() const { return !m_value.isEmpty(); }
+
+private:
+    QString m_name;
+    QString m_value;
+};
+
+class Locale {
+public:
+    virtual ~Locale() = default;
+    // The language with the server's language code (kLanguageJapanese = 89); invalid when unknown.
+    virtual kvedit::Language Language(int code) const = 0;
+};
+
+class ParameterDefinition {
+public:
+    ParameterDefinition() = default;
+    ParameterDefinition(int id, QString description, QString placeholder)
+        : m_id(id), m_description(std::move(description)), m_placeholder(std::move(placeholder)) {}
+    int Id() const { return m_id; }
+    QString Description() const { return m_description; }
+    // The text that stands for the parameter inside a string ("%1").
+    QString Placeholder() const { return m_placeholder; }
+    bool operator==(const ParameterDefinition &) const = default;
+
+private:
+    int m_id = 0;
+    QString m_description;
+    QString m_placeholder;
+};
+
+// The ordered collection of a string's parameter definitions.
+class ParameterDefinitions {
+public:
+    virtual ~ParameterDefinitions() = default;
+    virtual ParameterDefinition Add(int id, const QString &description) = 0;
+    virtual void Clear() = 0;
+    virtual QString ColumnKey(int column) const = 0;
+    virtual QString ColumnHeading(int column) const = 0;
+    virtual int Count() const = 0;
+    virtual QString KeyOf(int id) const = 0;
+    // In-order enumeration.
+    virtual ParameterDefinition Item(int index) const = 0;   // 0-based
+    QList<ParameterDefinition> Items() const
+    {
+        QList<ParameterDefinition> out;
+        const int n = Count();
+        out.reserve(n);
+        for (int i = 0; i < n; ++i)
+            out.append(Item(i));
+        return out;
+    }
+};
+
+class StringEntry {
+public:
+    virtual ~StringEntry() = default;
+    virtual QString EntryText() const = 0;            // the description
+    virtual QString ShortcutCharacter() const = 0;    // empty for none
+    virtual int ShortcutMode() const = 0;             // 0..4
+    virtual QString Text() const = 0;
+    virtual ParameterDefinitionsPtr ParameterDefinitions() const = 0;   // null when it has none
+    virtual QString SourceText(kvedit::StringSource source) const = 0;
+    virtual StringId Id() const = 0;
+    virtual bool Property(int flag) const = 0;        // TextProperty flags 1, 2, 4
+    virtual QString TargetName() const = 0;           // "German edited"
+    virtual StringEntryPtr CreateEdited(StringId id, const QString &text, const QString &description,
+                                        bool multipleLines, bool allowTab, bool allowShortcut,
+                                        const QString &shortcutCharacter, int shortcutMode,
+                                        ParameterDefinitionsPtr parameters, bool valid) const = 0;
+    virtual bool TabsAllowed() const = 0;
+    virtual QString PendingText() const = 0;
+    virtual bool Status(int flag) const = 0;          // StatusFlag; 2 = approved
+    virtual StringTableSetPtr TextTable() const = 0;
+    virtual kvedit::StringSource StringSource() const = 0;
+};
+
+// All texts of all four sources. Failures are thrown as KvError (services/ErrorContext.h).
+class StringTableSet {
+public:
+    virtual ~StringTableSet() = default;
+    virtual qint16 Revision(StringId id, kvedit::StringSource source) const = 0;
+    virtual bool HasText(StringId id, kvedit::StringSource source) const = 0;
+    virtual bool IdInUse(StringId id, kvedit::StringSource source) const = 0;
+    virtual StringEntryPtr Entry(StringId id, kvedit::StringSource source) const = 0;
+    virtual QString Text(StringId id, kvedit::StringSource source) const = 0;
+    virtual QString SourceName(StringId id, kvedit::StringSource source) const = 0;
+    virtual bool Modified() const = 0;
+    virtual bool HasStatus(StringId id, kvedit::StringSource source, int flag) const = 0;
+    virtual kvedit::Language SourceLanguage(kvedit::StringSource source) const = 0;
+    virtual void DiscardEdits() = 0;
+    virtual void Save(TableVersion version, bool saveAs) = 0;
+    virtual void AddEntry(const StringEntryPtr &entry) = 0;
+
+    // Beyond the classic interface, what the editor needs:
+    // stores an edited entry in place of the one with the same id and source;
+    virtual void StoreEntry(const StringEntryPtr &entry) = 0;
+    // removes the record of an id from one source (the id is then not in use there);
+    virtual void RemoveEntry(StringId id, kvedit::StringSource source) = 0;
+    // the names of the tables that Save (first) and Save as (second) write for a version;
+    // empty when the version writes only to itself.
+    virtual QStringList SaveTableNames(TableVersion version) const = 0;
+};
+
+class TextServer {
+public:
+    virtual ~TextServer() = default;
+    virtual LocalePtr Locale() const = 0;
+    virtual StringEntryPtr CreateEntry(const StringTableSetPtr &set, StringId id, kvedit::StringSource source) = 0;
+    virtual int MaximumCount() const = 0;
+    virtual StringTableSetPtr StringTableSet() const = 0;
+};
+
+// The host's open workspace of string tables.
+class ResourceWorkspace {
+public:
+    virtual ~ResourceWorkspace() = default;
+    virtual TextServerPtr TextServer() const = 0;
+    // A short name for titles ("Demo Application").
+    virtual QString Name() const = 0;
+    // Top-left of the host window this workspace belongs to; the editor cascades over it.
+    virtual std::optional<QPoint> HostWindowPosition() const = 0;
+};
+
+using ResourceWorkspacePtr = std::shared_ptr<ResourceWorkspace>;
+
+} // namespace kvedit
