@@ -3,6 +3,7 @@
 #include "services/Services.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <new>
 
@@ -21,20 +22,23 @@ QString ApplicationTitle()
 {
     if (!QCoreApplication::instance())
         return QStringLiteral("kvedit");
-    const QString display = QCoreApplication::applicationName();
+    // Both names are stored strings: handing them out copies no characters, which matters because
+    // every procedure scope asks for the title twice.
+    const QString display = QGuiApplication::applicationDisplayName();
     return display.isEmpty() ? QStringLiteral("kvedit") : display;
 }
 
 ProcedureScope::ProcedureScope(const char *module, const char *procedure)
     : m_module(module), m_procedure(procedure)
 {
-    if (auto trace = Services().procedureTrace)
+    // No shared_ptr copy: scopes run in per-row loops and the trace is only borrowed for the call.
+    if (ProcedureTrace *trace = Services().procedureTrace.get())
         trace->EnterProcedure(ApplicationTitle(), QLatin1String(module), QLatin1String(procedure));
 }
 
 ProcedureScope::~ProcedureScope()
 {
-    if (auto trace = Services().procedureTrace)
+    if (ProcedureTrace *trace = Services().procedureTrace.get())
         trace->LeaveProcedure(ApplicationTitle(), QLatin1String(m_module), QLatin1String(m_procedure));
 }
 
@@ -61,7 +65,8 @@ void ProcedureScope::ReportCurrentException() const
         number = errInvalidCall;
         description = QStringLiteral("Unknown error");
     }
-    if (auto reporter = Services().errorReporter)
+    // A copy: a reporter that shows a box runs an event loop, in which the services may be replaced.
+    if (const auto reporter = Services().errorReporter)
         reporter->ReportError(number, description, source, line, QString());
 }
 

@@ -56,6 +56,18 @@ const P &Require(const P &p, const char *what,
     return p;
 }
 
+// Raw pointers (widgets, combo boxes) come back by value, so a temporary argument never leaves a
+// dangling reference behind.
+template <typename T>
+T *Require(T *p, const char *what, std::source_location where = std::source_location::current())
+{
+    if (!p)
+        throw KvError(errObjectNotSet,
+                      QStringLiteral("Object variable not set: %1").arg(QString::fromUtf8(what)),
+                      QStringLiteral("kvedit"), where);
+    return p;
+}
+
 class ProcedureTrace {
 public:
     virtual ~ProcedureTrace() = default;
@@ -71,7 +83,8 @@ public:
                              const QString &text) = 0;
 };
 
-// The application title passed to the trace: the Qt application's display name (or its name).
+// The application title passed to the trace and used as the default title of message boxes: the
+// Qt application's display name (which falls back to its name), "kvedit" without an application.
 QString ApplicationTitle();
 
 // RAII scope: EnterProcedure on construction, LeaveProcedure on destruction, with the same names.

@@ -6,6 +6,7 @@
 #include "services/ErrorContext.h"
 
 #include <QIcon>
+#include <QImage>
 #include <QLoggingCategory>
 #include <QPoint>
 #include <QString>
@@ -81,8 +82,11 @@ int WindowOffset();
 int TwipsToPixelsX(double twips);
 int TwipsToPixelsY(double twips);
 
-// The application icon every form takes on load.
+// The application icon every form takes on load: a page of text under a speech bubble, drawn
+// once in code at 16 to 256 pixels. Null without a GUI application.
 QIcon ApplicationIcon();
+// The icon's picture at one size (square, transparent background).
+QImage RenderApplicationIcon(int size);
 
 // Removes the access-key markers of a caption or shortcut text: a single '&' disappears,
 // "&&" stands for one literal '&'.
