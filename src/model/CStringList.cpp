@@ -2,7 +2,7 @@
 
 #include "services/ErrorContext.h"
 
-#include <cmath>
+#include <limits>
 
 namespace kvedit {
 
@@ -15,19 +15,28 @@ CStringList::CStringList(int maximumCount) : m_maximumCount(qMax(0, maximumCount
 
 void CStringList::setCount(int count)
 {
-    m_count = count < 0 ? 0 : qMin(count, m_maximumCount);
-    if (Capacity() >= m_count)
-        return;
-    // Next multiple of the growth step strictly above the count: 128 gives 256.
-    m_store.resize(static_cast<size_t>(m_count - m_count % kGrowth + kGrowth));
+    const int newCount = count < 0 ? 0 : qMin(count, m_maximumCount);
+    if (Capacity() < newCount) {
+        // Next multiple of the growth step strictly above the count: 128 gives 256. The store
+        // grows before the count changes, so a failed reallocation leaves the list as it stood.
+        const qint64 capacity = qint64(newCount) - newCount % kGrowth + kGrowth;
+        if (capacity > std::numeric_limits<int>::max())
+            throw KvError(errOverflow, QStringLiteral("Overflow"), QLatin1String(kModule));
+        m_store.resize(static_cast<size_t>(capacity));
+    }
+    m_count = newCount;
 }
 
 void CStringList::Add(qint32 value)
 {
     Reporting(kModule, "Add", [&] {
+        if (m_count == std::numeric_limits<int>::max())
+            throw KvError(errOverflow, QStringLiteral("Overflow"), QLatin1String(kModule));
         setCount(m_count + 1);
-        // At the maximum the count stays put and the last position is overwritten.
-        setValue(m_count, value);
+        // At the maximum the count stays put and the last position is overwritten. The value
+        // goes straight into the store: the position is known to be inside the list.
+        if (m_count > 0)
+            m_store[static_cast<size_t>(m_count - 1)] = value;
     });
 }
 
@@ -48,8 +57,11 @@ int CStringList::Index(qint32 value) const
         int low = 0;
         int high = m_count - 1;
         while (low <= high) {
-            // Halves go to the even neighbour: 0.5 -> 0, 1.5 -> 2, 2.5 -> 2.
-            const int mid = static_cast<int>(std::nearbyint((low + high) / 2.0));
+            // Halves go to the even neighbour: 0.5 -> 0, 1.5 -> 2, 2.5 -> 2. Integer arithmetic,
+            // so the floating-point rounding mode cannot change the search.
+            const int sum = low + high;
+            const int half = sum / 2;
+            const int mid = (sum % 2 != 0 && half % 2 != 0) ? half + 1 : half;
             result = mid;
             const qint32 element = m_store[static_cast<size_t>(mid)];
             if (element == value)
