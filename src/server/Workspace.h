@@ -20,6 +20,8 @@ struct WorkspaceInfo {
     int maximumCount = kMaxStringId;                // highest string id, at most 32767
 };
 
+class TableSet;
+
 class Workspace : public ResourceWorkspace {
 public:
     // Creates a new, empty workspace file; fails when the file exists. Throws KvError.
@@ -42,6 +44,14 @@ public:
     WorkspaceInfo Info() const;
     StringTableSetPtr Tables() const;               // the same set TextServer()->StringTableSet() gives
 
+    // Server-side access beyond the editor's interfaces (importers, exporters, tools): the same
+    // set as Tables(), with record-level access (see server/TableSet.h).
+    std::shared_ptr<TableSet> Set() const;
+    // The symbol of a string id ("IDS_FILE_OPEN"), empty when it has none. setSymbol is an edit
+    // like any other: kept in memory until Save.
+    QString Symbol(StringId id) const;
+    void setSymbol(StringId id, const QString &symbol);
+
     class Impl;
 
 private:
@@ -52,7 +62,20 @@ private:
 using WorkspacePtr = std::shared_ptr<Workspace>;
 
 // Writes the demo workspace (a plausible desktop application, translated into German in every
-// state, plus a few Japanese strings) to path, replacing any file there.
+// state, plus a few Japanese strings) to path, replacing any file there. An empty path makes it
+// in memory.
 WorkspacePtr CreateDemoWorkspace(const QString &path);
+
+// What the editor's searches find in the demo workspace for one table version (0 or 1; other
+// versions give zeros). Each count includes the ones before it, as the searches do: a missing
+// translation is also out of date, an out-of-date one also unapproved.
+struct DemoStringCounts {
+    int total = 0;        // strings (ids of the English default)
+    int translated = 0;   // HasText in the version
+    int missing = 0;      // no text in the version
+    int outOfDate = 0;    // missing, or revision below the English default's
+    int unapproved = 0;   // out of date, or without the approved flag
+};
+DemoStringCounts DemoCounts(TableVersion version);
 
 } // namespace kvedit::server

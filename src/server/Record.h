@@ -1,0 +1,131 @@
+#pragma once
+// The stored form of one string in one source, and the per-source store of them. These are the
+// server's own values, below the entry objects the editor sees; an importer works at this level.
+
+#include "model/StringTables.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace kvedit::server {
+
+struct Record {
+    QString text;                  // meaningful only when hasText
+    QString description;
+    QString shortcutCharacter;     // empty for none
+    qint16 revision = 0;
+    quint8 properties = 0;         // TextProperty flags
+    quint8 shortcutMode = 0;       // 0..4
+    qint32 status = 0;             // StatusFlag bits
+    bool hasText = false;
+
+    bool operator==(const Record &) const = default;
+};
+
+using ParameterList = QList<ParameterDefinition>;
+
+// One source's records indexed by id. A slot table keeps the per-id queries to one array read;
+// records live in a pool so an empty workspace costs little more than the slot table.
+class SourceTable {
+public:
+    void reset(int maximumCount)
+    {
+        m_slots.assign(static_cast<size_t>(maximumCount) + 1, -1);
+        m_pool.clear();
+        m_free.clear();
+    }
+    void reserve(size_t n) { m_pool.reserve(n); }
+
+    const Record *find(int id) const
+    {
+        const qint32 slot = m_slots[static_cast<size_t>(id)];
+        return slot < 0 ? nullptr : &m_pool[static_cast<size_t>(slot)];
+    }
+    void put(int id, Record record)
+    {
+        qint32 &slot = m_slots[static_cast<size_t>(id)];
+        if (slot >= 0) {
+            m_pool[static_cast<size_t>(slot)] = std::move(record);
+            return;
+        }
+        if (!m_free.empty()) {
+            slot = m_free.back();
+            m_free.pop_back();
+            m_pool[static_cast<size_t>(slot)] = std::move(record);
+        } else {
+            slot = static_cast<qint32>(m_pool.size());
+            m_pool.push_back(std::move(record));
+        }
+    }
+    void erase(int id)
+    {
+        qint32 &slot = m_slots[static_cast<size_t>(id)];
+        if (slot < 0)
+            return;
+        m_pool[static_cast<size_t>(slot)] = Record();
+        m_free.push_back(slot);
+        slot = -1;
+    }
+    void set(int id, const std::optional<Record> &record)
+    {
+        if (record)
+            put(id, *record);
+        else
+            erase(id);
+    }
+    std::optional<Record> get(int id) const
+    {
+        const Record *r = find(id);
+        return r ? std::optional<Record>(*r) : std::nullopt;
+    }
+    int count() const { return static_cast<int>(m_pool.size() - m_free.size()); }
+
+private:
+    std::vector<qint32> m_slots;
+    std::vector<Record> m_pool;
+    std::vector<qint32> m_free;
+};
+
+// Everything a workspace holds besides its header values.
+struct TableContents {
+    SourceTable sources[4];
+    QHash<StringId, ParameterList> parameters;   // only ids that have definitions
+    QHash<StringId, QString> symbols;            // only ids that have a symbol
+
+    void reset(int maximumCount)
+    {
+        for (SourceTable &t : sources)
+            t.reset(maximumCount);
+        parameters.clear();
+        symbols.clear();
+    }
+};
+
+// What one Save writes: only the records and per-string values that were edited.
+struct ChangeSet {
+    struct RecordChange {
+        StringSource source;
+        StringId id;
+        std::optional<Record> record;   // nullopt deletes the record
+    };
+    struct ParameterChange {
+        StringId id;
+        ParameterList parameters;        // empty removes them
+    };
+    struct SymbolChange {
+        StringId id;
+        QString symbol;                  // empty removes it
+    };
+    std::vector<RecordChange> records;
+    std::vector<ParameterChange> parameters;
+    std::vector<SymbolChange> symbols;
+
+    bool empty() const { return records.empty() && parameters.empty() && symbols.empty(); }
+};
+
+} // namespace kvedit::server

@@ -1,0 +1,411 @@
+#include "server/SqliteStore.h"
+
+#include "services/ErrorContext.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <sqlite3.h>
+
+namespace kvedit::server {
+
+namespace {
+
+// Long enough to ride out another process's short write, short enough that a file held
+// locked by another program fails the Save promptly instead of hanging the editor.
+constexpr int kBusyTimeoutMs = 250;
+
+// A SQLite failure inside this file; turned into a KvError with the file's name at the edge.
+struct SqliteFailure {
+    int code;
+    QString message;
+};
+
+[[noreturn]] void Fail(sqlite3 *db, int rc)
+{
+    QString message = db ? QString::fromUtf8(sqlite3_errmsg(db)) : QString();
+    if (message.isEmpty() || (db && sqlite3_errcode(db) != rc))
+        message = QString::fromUtf8(sqlite3_errstr(rc));
+    throw SqliteFailure{rc, message};
+}
+
+void Exec(sqlite3 *db, const char *sql)
+{
+    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK)
+        Fail(db, rc);
+}
+
+class Statement {
+public:
+    Statement(sqlite3 *db, const char *sql) : m_db(db)
+    {
+        const int rc = sqlite3_prepare_v2(db, sql, -1, &m_stmt, nullptr);
+        if (rc != SQLITE_OK)
+            Fail(db, rc);
+    }
+    ~Statement() { sqlite3_finalize(m_stmt); }
+    Statement(const Statement &) = delete;
+    Statement &operator=(const Statement &) = delete;
+
+    void Bind(int index, int value) { Check(sqlite3_bind_int(m_stmt, index, value)); }
+    void Bind(int index, const QString &text)
+    {
+        const QByteArray utf8 = text.toUtf8();
+        Check(sqlite3_bind_text(m_stmt, index, utf8.constData(), static_cast<int>(utf8.size()), SQLITE_TRANSIENT));
+    }
+    void BindNull(int index) { Check(sqlite3_bind_null(m_stmt, index)); }
+
+    // True while a row is available.
+    bool Step()
+    {
+        const int rc = sqlite3_step(m_stmt);
+        if (rc == SQLITE_ROW)
+            return true;
+        if (rc == SQLITE_DONE)
+            return false;
+        Fail(m_db, rc);
+    }
+    void Run()
+    {
+        Step();
+        sqlite3_reset(m_stmt);
+        sqlite3_clear_bindings(m_stmt);
+    }
+
+    int Int(int column) const { return sqlite3_column_int(m_stmt, column); }
+    bool IsNull(int column) const { return sqlite3_column_type(m_stmt, column) == SQLITE_NULL; }
+    QString Text(int column) const
+    {
+        const auto *p = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
+        const int n = sqlite3_column_bytes(m_stmt, column);
+        return n > 0 ? QString::fromUtf8(p, n) : QString();
+    }
+
+private:
+    void Check(int rc)
+    {
+        if (rc != SQLITE_OK)
+            Fail(m_db, rc);
+    }
+
+    sqlite3 *m_db;
+    sqlite3_stmt *m_stmt = nullptr;
+};
+
+int PragmaInt(sqlite3 *db, const char *sql)
+{
+    Statement s(db, sql);
+    return s.Step() ? s.Int(0) : 0;
+}
+
+sqlite3 *OpenDatabase(const QString &path, int flags)
+{
+    sqlite3 *db = nullptr;
+    const QByteArray name = path.isEmpty() ? QByteArrayLiteral(":memory:") : QFile::encodeName(path);
+    const int rc = sqlite3_open_v2(name.constData(), &db, flags, nullptr);
+    if (rc != SQLITE_OK) {
+        SqliteFailure failure{rc, db ? QString::fromUtf8(sqlite3_errmsg(db)) : QString::fromUtf8(sqlite3_errstr(rc))};
+        sqlite3_close(db);
+        throw failure;
+    }
+    sqlite3_extended_result_codes(db, 1);
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    return db;
+}
+
+QString Quoted(const QString &path)
+{
+    return QLatin1Char('"') + QDir::toNativeSeparators(path) + QLatin1Char('"');
+}
+
+const char kSchema[] = R"sql(
+CREATE TABLE meta(
+    key TEXT PRIMARY KEY NOT NULL,
+    value NOT NULL
+) WITHOUT ROWID;
+CREATE TABLE records(
+    source INTEGER NOT NULL CHECK (source BETWEEN 0 AND 3),
+    id INTEGER NOT NULL CHECK (id BETWEEN 1 AND 32767),
+    text TEXT,
+    description TEXT NOT NULL DEFAULT '',
+    properties INTEGER NOT NULL DEFAULT 0,
+    shortcut_character TEXT NOT NULL DEFAULT '',
+    shortcut_mode INTEGER NOT NULL DEFAULT 0,
+    revision INTEGER NOT NULL DEFAULT 0,
+    status INTEGER NOT NULL DEFAULT 0,
+    PRIMARY KEY (source, id)
+) WITHOUT ROWID;
+CREATE TABLE parameters(
+    id INTEGER NOT NULL,
+    position INTEGER NOT NULL,
+    number INTEGER NOT NULL,
+    description TEXT NOT NULL,
+    PRIMARY KEY (id, position)
+) WITHOUT ROWID;
+CREATE TABLE symbols(
+    id INTEGER PRIMARY KEY NOT NULL,
+    symbol TEXT NOT NULL
+);
+)sql";
+
+} // namespace
+
+SqliteStore::SqliteStore(QString path, sqlite3 *db) : m_path(std::move(path)), m_db(db) {}
+
+SqliteStore::~SqliteStore()
+{
+    sqlite3_close(m_db);
+}
+
+QString SqliteStore::DisplayName() const
+{
+    return m_path.isEmpty() ? QStringLiteral("(in-memory workspace)") : Quoted(m_path);
+}
+
+std::unique_ptr<SqliteStore> SqliteStore::Create(const QString &path, const WorkspaceInfo &info)
+{
+    const QString shown = path.isEmpty() ? QStringLiteral("(in-memory workspace)") : Quoted(path);
+    if (info.maximumCount < 1 || info.maximumCount > kMaxStringId)
+        throw KvError(errInvalidCall, QStringLiteral("Cannot create workspace %1: the maximum count %2 is outside 1 to %3")
+                                          .arg(shown).arg(info.maximumCount).arg(kMaxStringId));
+    if (info.targetLanguage.trimmed().isEmpty())
+        throw KvError(errInvalidCall, QStringLiteral("Cannot create workspace %1: no target language").arg(shown));
+    if (!path.isEmpty() && QFileInfo::exists(path))
+        throw KvError(errFileAccess, QStringLiteral("Cannot create workspace %1: the file already exists").arg(shown));
+
+    sqlite3 *db = nullptr;
+    try {
+        db = OpenDatabase(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        Exec(db, "BEGIN IMMEDIATE");
+        Exec(db, kSchema);
+        Exec(db, QByteArray("PRAGMA application_id = " + QByteArray::number(kApplicationId)).constData());
+        Exec(db, QByteArray("PRAGMA user_version = " + QByteArray::number(kSchemaVersion)).constData());
+        Statement meta(db, "INSERT INTO meta(key, value) VALUES (?, ?)");
+        const auto put = [&](const char *key, const QString &value) {
+            meta.Bind(1, QString::fromLatin1(key));
+            meta.Bind(2, value);
+            meta.Run();
+        };
+        put("name", info.name);
+        put("source_language", QStringLiteral("en"));
+        put("target_language", info.targetLanguage.trimmed());
+        meta.Bind(1, QStringLiteral("maximum_count"));
+        meta.Bind(2, info.maximumCount);
+        meta.Run();
+        Exec(db, "COMMIT");
+    } catch (const SqliteFailure &f) {
+        if (db) {
+            sqlite3_close(db);
+            if (!path.isEmpty())
+                QFile::remove(path);   // only a file this call made: existing ones were refused above
+        }
+        throw KvError(errStorage, QStringLiteral("Cannot create workspace %1: %2").arg(shown, f.message));
+    }
+    auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, db));
+    store->m_info = info;
+    store->m_info.targetLanguage = info.targetLanguage.trimmed();
+    return store;
+}
+
+std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContents &contents)
+{
+    const QString shown = Quoted(path);
+    const QFileInfo fileInfo(path);
+    if (path.isEmpty() || !fileInfo.exists())
+        throw KvError(errFileNotFound, QStringLiteral("Workspace file %1 was not found").arg(shown));
+    if (!fileInfo.isFile())
+        throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is not a file").arg(shown));
+
+    WorkspaceInfo info;
+    // Read-only until the file has proved to be ours, so a foreign or damaged file is never
+    // written to (not even by a journal rollback).
+    sqlite3 *db = nullptr;
+    try {
+        db = OpenDatabase(path, SQLITE_OPEN_READONLY);
+    } catch (const SqliteFailure &f) {
+        throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
+    }
+    struct Closer {
+        sqlite3 *&db;
+        ~Closer() { sqlite3_close(db); }
+    } closer{db};
+
+    int applicationId = 0;
+    int schema = 0;
+    try {
+        applicationId = PragmaInt(db, "PRAGMA application_id");
+        schema = PragmaInt(db, "PRAGMA user_version");
+    } catch (const SqliteFailure &f) {
+        if ((f.code & 0xFF) == SQLITE_NOTADB)
+            throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file (%2)").arg(shown, f.message));
+        throw KvError(errStorage, QStringLiteral("Cannot read workspace file %1: %2").arg(shown, f.message));
+    }
+    if (applicationId != kApplicationId)
+        throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file").arg(shown));
+    if (schema > kSchemaVersion)
+        throw KvError(errStorage, QStringLiteral("Workspace file %1 was written by a newer version of kvedit "
+                                                 "(schema %2; this version reads up to schema %3)")
+                                      .arg(shown).arg(schema).arg(kSchemaVersion));
+    if (schema < 1)
+        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it has no schema version").arg(shown));
+
+    try {
+        bool hasMaximum = false;
+        {
+            Statement meta(db, "SELECT key, value FROM meta");
+            while (meta.Step()) {
+                const QString key = meta.Text(0);
+                if (key == QLatin1String("name"))
+                    info.name = meta.Text(1);
+                else if (key == QLatin1String("target_language"))
+                    info.targetLanguage = meta.Text(1);
+                else if (key == QLatin1String("maximum_count")) {
+                    info.maximumCount = meta.Int(1);
+                    hasMaximum = true;
+                }
+            }
+        }
+        if (!hasMaximum || info.maximumCount < 1 || info.maximumCount > kMaxStringId)
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: its maximum count is missing or invalid").arg(shown));
+        if (info.targetLanguage.isEmpty())
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it names no target language").arg(shown));
+
+        contents.reset(info.maximumCount);
+        {
+            Statement count(db, "SELECT source, count(*) FROM records GROUP BY source");
+            while (count.Step())
+                if (count.Int(0) >= 0 && count.Int(0) <= 3)
+                    contents.sources[count.Int(0)].reserve(static_cast<size_t>(count.Int(1)));
+        }
+        Statement records(db, "SELECT source, id, text, description, properties, shortcut_character, "
+                              "shortcut_mode, revision, status FROM records");
+        while (records.Step()) {
+            const int source = records.Int(0);
+            const int id = records.Int(1);
+            if (source < 0 || source > 3 || id < 1 || id > info.maximumCount)
+                throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
+                                              .arg(shown).arg(source).arg(id));
+            Record r;
+            r.hasText = !records.IsNull(2);
+            if (r.hasText)
+                r.text = records.Text(2);
+            r.description = records.Text(3);
+            r.properties = static_cast<quint8>(records.Int(4) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+            r.shortcutCharacter = records.Text(5);
+            const int mode = records.Int(6);
+            r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+            r.revision = static_cast<qint16>(records.Int(7));
+            r.status = records.Int(8);
+            contents.sources[source].put(id, std::move(r));
+        }
+
+        Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
+        while (parameters.Step()) {
+            const int id = parameters.Int(0);
+            if (id < 1 || id > info.maximumCount)
+                continue;
+            const int number = parameters.Int(1);
+            contents.parameters[static_cast<StringId>(id)].append(
+                ParameterDefinition(number, parameters.Text(2), QLatin1Char('%') + QString::number(number)));
+        }
+        Statement symbols(db, "SELECT id, symbol FROM symbols");
+        while (symbols.Step()) {
+            const int id = symbols.Int(0);
+            const QString symbol = symbols.Text(1);
+            if (id >= 1 && id <= info.maximumCount && !symbol.isEmpty())
+                contents.symbols.insert(static_cast<StringId>(id), symbol);
+        }
+    } catch (const SqliteFailure &f) {
+        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged or unreadable: %2").arg(shown, f.message));
+    }
+
+    sqlite3_close(db);
+    db = nullptr;
+    sqlite3 *writer = nullptr;
+    try {
+        // Falls back to read-only when the file is write-protected; Save then fails cleanly.
+        writer = OpenDatabase(path, SQLITE_OPEN_READWRITE);
+    } catch (const SqliteFailure &f) {
+        throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
+    }
+    auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, writer));
+    store->m_info = info;
+    return store;
+}
+
+void SqliteStore::Write(const ChangeSet &changes)
+{
+    if (changes.empty())
+        return;
+    try {
+        try {
+            Exec(m_db, "BEGIN IMMEDIATE");
+            Statement putRecord(m_db, "INSERT OR REPLACE INTO records(source, id, text, description, properties, "
+                                      "shortcut_character, shortcut_mode, revision, status) "
+                                      "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
+            Statement deleteRecord(m_db, "DELETE FROM records WHERE source = ? AND id = ?");
+            for (const ChangeSet::RecordChange &c : changes.records) {
+                if (c.record) {
+                    const Record &r = *c.record;
+                    putRecord.Bind(1, static_cast<int>(c.source));
+                    putRecord.Bind(2, static_cast<int>(c.id));
+                    if (r.hasText)
+                        putRecord.Bind(3, r.text.isNull() ? QStringLiteral("") : r.text);
+                    else
+                        putRecord.BindNull(3);
+                    putRecord.Bind(4, r.description);
+                    putRecord.Bind(5, static_cast<int>(r.properties));
+                    putRecord.Bind(6, r.shortcutCharacter);
+                    putRecord.Bind(7, static_cast<int>(r.shortcutMode));
+                    putRecord.Bind(8, static_cast<int>(r.revision));
+                    putRecord.Bind(9, r.status);
+                    putRecord.Run();
+                } else {
+                    deleteRecord.Bind(1, static_cast<int>(c.source));
+                    deleteRecord.Bind(2, static_cast<int>(c.id));
+                    deleteRecord.Run();
+                }
+            }
+            if (!changes.parameters.empty()) {
+                Statement clear(m_db, "DELETE FROM parameters WHERE id = ?");
+                Statement add(m_db, "INSERT INTO parameters(id, position, number, description) VALUES (?, ?, ?, ?)");
+                for (const ChangeSet::ParameterChange &c : changes.parameters) {
+                    clear.Bind(1, static_cast<int>(c.id));
+                    clear.Run();
+                    for (int i = 0; i < c.parameters.size(); ++i) {
+                        add.Bind(1, static_cast<int>(c.id));
+                        add.Bind(2, i);
+                        add.Bind(3, c.parameters.at(i).Id());
+                        add.Bind(4, c.parameters.at(i).Description());
+                        add.Run();
+                    }
+                }
+            }
+            if (!changes.symbols.empty()) {
+                Statement put(m_db, "INSERT OR REPLACE INTO symbols(id, symbol) VALUES (?, ?)");
+                Statement remove(m_db, "DELETE FROM symbols WHERE id = ?");
+                for (const ChangeSet::SymbolChange &c : changes.symbols) {
+                    if (c.symbol.isEmpty()) {
+                        remove.Bind(1, static_cast<int>(c.id));
+                        remove.Run();
+                    } else {
+                        put.Bind(1, static_cast<int>(c.id));
+                        put.Bind(2, c.symbol);
+                        put.Run();
+                    }
+                }
+            }
+            Exec(m_db, "COMMIT");
+        } catch (const SqliteFailure &) {
+            if (!sqlite3_get_autocommit(m_db))
+                sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+            throw;
+        }
+    } catch (const SqliteFailure &f) {
+        throw KvError(errStorage, QStringLiteral("Cannot save workspace %1: %2").arg(DisplayName(), f.message));
+    }
+}
+
+} // namespace kvedit::server

@@ -1,0 +1,48 @@
+#pragma once
+// The workspace file: a SQLite database recognised by its application id and schema version.
+// Reads everything in one pass at open; Save writes only the changed rows in one transaction.
+
+#include "server/Record.h"
+#include "server/Workspace.h"
+
+#include <QString>
+
+#include <memory>
+
+struct sqlite3;
+
+namespace kvedit::server {
+
+class SqliteStore {
+public:
+    // The application id ("KVW1") and the schema this build reads and writes.
+    static constexpr int kApplicationId = 0x4B565731;
+    static constexpr int kSchemaVersion = 1;
+
+    // A new file (KvError when it exists or cannot be made); an empty path makes an
+    // in-memory database.
+    static std::unique_ptr<SqliteStore> Create(const QString &path, const WorkspaceInfo &info);
+    // Validates the file read-only before anything may write to it, then loads it into contents.
+    static std::unique_ptr<SqliteStore> Open(const QString &path, TableContents &contents);
+
+    ~SqliteStore();
+    SqliteStore(const SqliteStore &) = delete;
+    SqliteStore &operator=(const SqliteStore &) = delete;
+
+    QString Path() const { return m_path; }
+    WorkspaceInfo Info() const { return m_info; }
+
+    // All changes in one transaction; on failure nothing is written and KvError(errStorage)
+    // names the file and the database's reason.
+    void Write(const ChangeSet &changes);
+
+private:
+    SqliteStore(QString path, sqlite3 *db);
+    QString DisplayName() const;
+
+    QString m_path;
+    sqlite3 *m_db = nullptr;
+    WorkspaceInfo m_info;
+};
+
+} // namespace kvedit::server

@@ -1,0 +1,434 @@
+#include "server/TableSet.h"
+
+#include "server/Entry.h"
+#include "server/SqliteStore.h"
+#include "server/Workspace.h"
+
+#include "model/StandardLocale.h"
+#include "services/ErrorContext.h"
+
+#include <algorithm>
+
+namespace kvedit::server {
+
+namespace {
+
+quint32 KeyOf(int source, StringId id)
+{
+    return (static_cast<quint32>(source) << 16) | static_cast<quint16>(id);
+}
+
+int SourceOfKey(quint32 key) { return static_cast<int>(key >> 16); }
+StringId IdOfKey(quint32 key) { return static_cast<StringId>(key & 0xFFFF); }
+
+bool IsEditedSource(int source) { return source == ssLocalEdited || source == ssEnglishEdited; }
+
+bool SameText(const Record &a, const Record &b)
+{
+    return a.hasText == b.hasText && (!a.hasText || a.text == b.text);
+}
+
+qint16 NextRevision(qint16 revision)
+{
+    // Revisions stay positive: after the largest one the count starts again at 1.
+    return revision >= kMaxStringId || revision < 1 ? qint16(1) : static_cast<qint16>(revision + 1);
+}
+
+// The values of an entry from any implementation; our own entries carry the full record.
+Record RecordOfEntry(const StringEntry &entry, QString *symbol)
+{
+    if (const auto *own = dynamic_cast<const kvedit::server::Entry *>(&entry)) {
+        *symbol = own->Symbol();
+        return own->StoredRecord();
+    }
+    Record record;
+    record.text = entry.Text();
+    record.hasText = !record.text.isEmpty();
+    record.description = entry.EntryText();
+    record.properties = static_cast<quint8>((entry.Property(tpAllowShortcut) ? tpAllowShortcut : 0)
+                                            | (entry.Property(tpMultipleLines) ? tpMultipleLines : 0)
+                                            | (entry.Property(tpAllowTab) ? tpAllowTab : 0));
+    record.shortcutCharacter = entry.ShortcutCharacter();
+    const int mode = entry.ShortcutMode();
+    record.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+    record.status = entry.Status(sfApproved) ? sfApproved : 0;
+    return record;
+}
+
+} // namespace
+
+TableSet::TableSet(std::shared_ptr<SqliteStore> store, TableContents contents, int maximumCount,
+                   const QString &targetLanguage)
+    : m_store(std::move(store)),
+      m_data(std::move(contents)),
+      m_maximumCount(maximumCount),
+      m_target(LanguageForTag(targetLanguage)),
+      m_english(LanguageForTag(QStringLiteral("en")))
+{
+}
+
+TableSet::~TableSet() = default;
+
+QString TableSet::FixedSourceName(int source)
+{
+    switch (source) {
+    case ssLocalEdited: return QStringLiteral("Local Edited");
+    case ssLocalDefault: return QStringLiteral("Local Default");
+    case ssEnglishEdited: return QStringLiteral("English Edited");
+    case ssEnglishDefault: return QStringLiteral("English Default");
+    default: return {};
+    }
+}
+
+void TableSet::CheckId(StringId id) const
+{
+    if (id < 1 || id > m_maximumCount)
+        throw KvError(errSubscriptOutOfRange,
+                      QStringLiteral("String id %1 is outside 1 to %2").arg(id).arg(m_maximumCount));
+}
+
+void TableSet::CheckSource(int source) const
+{
+    if (source < ssLocalEdited || source > ssEnglishDefault)
+        throw KvError(errSubscriptOutOfRange, QStringLiteral("String source %1 is outside 0 to 3").arg(source));
+}
+
+const Record *TableSet::Resolve(StringId id, kvedit::StringSource source, int *from) const
+{
+    CheckIdAndSource(id, source);
+    if (const Record *own = m_data.sources[source].find(id)) {
+        if (from)
+            *from = source;
+        return own;
+    }
+    if (IsEditedSource(source)) {
+        if (const Record *fallback = m_data.sources[source + 1].find(id)) {
+            if (from)
+                *from = source + 1;
+            return fallback;
+        }
+    }
+    return nullptr;
+}
+
+qint16 TableSet::Revision(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    return r ? r->revision : qint16(0);
+}
+
+bool TableSet::HasText(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    return r && r->hasText;
+}
+
+bool TableSet::IdInUse(StringId id, kvedit::StringSource source) const
+{
+    CheckIdAndSource(id, source);
+    return m_data.sources[source].find(id) != nullptr;
+}
+
+StringEntryPtr TableSet::Entry(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    return MakeEntry(id, source, r ? *r : Record());
+}
+
+QString TableSet::Text(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    return r && r->hasText ? r->text : QString();
+}
+
+QString TableSet::SourceName(StringId id, kvedit::StringSource source) const
+{
+    int from = -1;
+    const Record *r = Resolve(id, source, &from);
+    return r && r->hasText ? FixedSourceName(from) : QString();
+}
+
+bool TableSet::Modified() const
+{
+    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty();
+}
+
+bool TableSet::HasStatus(StringId id, kvedit::StringSource source, int flag) const
+{
+    const Record *r = Resolve(id, source);
+    return r && (r->status & flag) != 0;
+}
+
+kvedit::Language TableSet::SourceLanguage(kvedit::StringSource source) const
+{
+    switch (source) {
+    case ssLocalEdited:
+    case ssLocalDefault: return m_target;
+    case ssEnglishEdited:
+    case ssEnglishDefault: return m_english;
+    default: return {};
+    }
+}
+
+StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const
+{
+    // Source entries always get a collection so definitions can be added; translations show
+    // the definitions read-only, so they get one only when there is something to show.
+    ParameterDefinitionsPtr parameters;
+    const auto it = m_data.parameters.constFind(id);
+    if (source == ssEnglishDefault || it != m_data.parameters.cend())
+        parameters = std::make_shared<ParameterCollection>(it != m_data.parameters.cend() ? *it : ParameterList());
+    auto self = std::const_pointer_cast<TableSet>(shared_from_this());
+    return std::make_shared<kvedit::server::Entry>(std::move(self), id, source, record, std::move(parameters),
+                                                   m_data.symbols.value(id));
+}
+
+StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
+{
+    CheckIdAndSource(id, source);
+    return MakeEntry(id, source, Record());
+}
+
+void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record)
+{
+    SourceTable &table = m_data.sources[source];
+    const std::optional<Record> current = table.get(id);
+    if (current == record)
+        return;
+    const quint32 key = KeyOf(source, id);
+    auto saved = m_savedRecords.find(key);
+    if (saved == m_savedRecords.end())
+        saved = m_savedRecords.insert(key, current);
+    table.set(id, record);
+    if (*saved == record)
+        m_savedRecords.erase(saved);
+}
+
+void TableSet::Store(const StringEntryPtr &entry, bool replace)
+{
+    Require(entry, "entry");
+    const StringId id = entry->Id();
+    const kvedit::StringSource source = entry->StringSource();
+    CheckIdAndSource(id, source);
+    if (!replace && m_data.sources[source].find(id)) {
+        // Adding never overwrites: the record that is there stays as it is.
+        qCDebug(lcServer) << "AddEntry: id" << id << "already in use in source" << source;
+        return;
+    }
+
+    QString symbol;
+    Record record = RecordOfEntry(*entry, &symbol);
+
+    if (source == ssEnglishDefault) {
+        // The revision follows the text against the saved state, so editing a text back to
+        // what was saved leaves no edit behind.
+        const quint32 key = KeyOf(source, id);
+        const auto saved = m_savedRecords.constFind(key);
+        const std::optional<Record> base = saved != m_savedRecords.cend() ? *saved : m_data.sources[source].get(id);
+        if (base)
+            record.revision = SameText(*base, record) ? base->revision : NextRevision(base->revision);
+        else
+            record.revision = 1;
+    } else {
+        // Saving a translation confirms it against the current source text.
+        const Record *english = m_data.sources[ssEnglishDefault].find(id);
+        record.revision = english ? english->revision : qint16(0);
+    }
+
+    const Record *effective = Resolve(id, source);
+    if (!(effective && *effective == record))
+        ChangeRecord(source, id, record);
+
+    if (source == ssEnglishDefault) {
+        if (const ParameterDefinitionsPtr parameters = entry->ParameterDefinitions())
+            setParameters(id, parameters->Items());
+        // A string moved to a new id takes its symbol along.
+        if (!symbol.isEmpty() && Symbol(id).isEmpty())
+            setSymbol(id, symbol);
+    }
+}
+
+void TableSet::AddEntry(const StringEntryPtr &entry)
+{
+    Store(entry, false);
+}
+
+void TableSet::StoreEntry(const StringEntryPtr &entry)
+{
+    Store(entry, true);
+}
+
+void TableSet::RemoveEntry(StringId id, kvedit::StringSource source)
+{
+    CheckIdAndSource(id, source);
+    if (!m_data.sources[source].find(id))
+        return;
+    ChangeRecord(source, id, std::nullopt);
+    if (source == ssEnglishDefault) {
+        // Without its source record the string is gone; what belongs to the id goes with it.
+        setParameters(id, {});
+        setSymbol(id, {});
+    }
+}
+
+void TableSet::DiscardEdits()
+{
+    for (auto it = m_savedRecords.cbegin(); it != m_savedRecords.cend(); ++it)
+        m_data.sources[SourceOfKey(it.key())].set(IdOfKey(it.key()), it.value());
+    for (auto it = m_savedParameters.cbegin(); it != m_savedParameters.cend(); ++it) {
+        if (it->isEmpty())
+            m_data.parameters.remove(it.key());
+        else
+            m_data.parameters.insert(it.key(), *it);
+    }
+    for (auto it = m_savedSymbols.cbegin(); it != m_savedSymbols.cend(); ++it) {
+        if (it->isEmpty())
+            m_data.symbols.remove(it.key());
+        else
+            m_data.symbols.insert(it.key(), *it);
+    }
+    m_savedRecords.clear();
+    m_savedParameters.clear();
+    m_savedSymbols.clear();
+}
+
+ChangeSet TableSet::CollectChanges(int promoteFrom) const
+{
+    ChangeSet changes;
+    QList<quint32> keys = m_savedRecords.keys();
+    std::sort(keys.begin(), keys.end());
+    std::vector<ChangeSet::RecordChange> promoted;
+    for (const quint32 key : keys) {
+        const int source = SourceOfKey(key);
+        const StringId id = IdOfKey(key);
+        const std::optional<Record> working = m_data.sources[source].get(id);
+        if (source == promoteFrom) {
+            // The edit becomes the default's value, and the edited source's own record, now
+            // superseded, is dropped so the saved text is what shows.
+            promoted.push_back({static_cast<StringSource>(source + 1), id, working});
+            promoted.push_back({static_cast<StringSource>(source), id, std::nullopt});
+        } else {
+            changes.records.push_back({static_cast<StringSource>(source), id, working});
+        }
+    }
+    // After the plain edits, so a promoted value wins over an edit of the default itself.
+    changes.records.insert(changes.records.end(), promoted.begin(), promoted.end());
+
+    QList<StringId> ids = m_savedParameters.keys();
+    std::sort(ids.begin(), ids.end());
+    for (const StringId id : ids)
+        changes.parameters.push_back({id, m_data.parameters.value(id)});
+    ids = m_savedSymbols.keys();
+    std::sort(ids.begin(), ids.end());
+    for (const StringId id : ids)
+        changes.symbols.push_back({id, m_data.symbols.value(id)});
+    return changes;
+}
+
+void TableSet::Save(TableVersion version, bool saveAs)
+{
+    if (!Modified())
+        return;
+    const int promoteFrom = saveAs && IsEditedSource(version) ? static_cast<int>(version) : -1;
+    const ChangeSet changes = CollectChanges(promoteFrom);
+    if (m_store)
+        m_store->Write(changes);   // throws before anything in memory changes
+
+    if (promoteFrom >= 0) {
+        for (auto it = m_savedRecords.cbegin(); it != m_savedRecords.cend(); ++it) {
+            if (SourceOfKey(it.key()) != promoteFrom)
+                continue;
+            const StringId id = IdOfKey(it.key());
+            m_data.sources[promoteFrom + 1].set(id, m_data.sources[promoteFrom].get(id));
+            m_data.sources[promoteFrom].erase(id);
+        }
+    }
+    m_savedRecords.clear();
+    m_savedParameters.clear();
+    m_savedSymbols.clear();
+    qCDebug(lcServer) << "saved" << changes.records.size() << "records," << changes.parameters.size()
+                      << "parameter lists," << changes.symbols.size() << "symbols";
+}
+
+QStringList TableSet::SaveTableNames(TableVersion version) const
+{
+    if (!IsEditedSource(version))
+        return {};
+    return {FixedSourceName(version), FixedSourceName(version + 1)};
+}
+
+std::optional<Record> TableSet::RecordOf(StringId id, kvedit::StringSource source) const
+{
+    CheckIdAndSource(id, source);
+    return m_data.sources[source].get(id);
+}
+
+void TableSet::PutRecord(StringId id, kvedit::StringSource source, const std::optional<Record> &record)
+{
+    CheckIdAndSource(id, source);
+    ChangeRecord(source, id, record);
+}
+
+ParameterList TableSet::Parameters(StringId id) const
+{
+    CheckId(id);
+    return m_data.parameters.value(id);
+}
+
+void TableSet::setParameters(StringId id, const ParameterList &parameters)
+{
+    CheckId(id);
+    const ParameterList current = m_data.parameters.value(id);
+    if (current == parameters)
+        return;
+    auto saved = m_savedParameters.find(id);
+    if (saved == m_savedParameters.end())
+        saved = m_savedParameters.insert(id, current);
+    if (parameters.isEmpty())
+        m_data.parameters.remove(id);
+    else
+        m_data.parameters.insert(id, parameters);
+    if (*saved == parameters)
+        m_savedParameters.erase(saved);
+}
+
+QString TableSet::Symbol(StringId id) const
+{
+    CheckId(id);
+    return m_data.symbols.value(id);
+}
+
+void TableSet::setSymbol(StringId id, const QString &symbol)
+{
+    CheckId(id);
+    const QString current = m_data.symbols.value(id);
+    if (current == symbol)
+        return;
+    auto saved = m_savedSymbols.find(id);
+    if (saved == m_savedSymbols.end())
+        saved = m_savedSymbols.insert(id, current);
+    if (symbol.isEmpty())
+        m_data.symbols.remove(id);
+    else
+        m_data.symbols.insert(id, symbol);
+    if (*saved == symbol)
+        m_savedSymbols.erase(saved);
+}
+
+StringId TableSet::IdOfSymbol(const QString &symbol) const
+{
+    if (symbol.isEmpty())
+        return 0;
+    for (auto it = m_data.symbols.cbegin(); it != m_data.symbols.cend(); ++it)
+        if (*it == symbol)
+            return it.key();
+    return 0;
+}
+
+int TableSet::RecordCount(kvedit::StringSource source) const
+{
+    CheckSource(source);
+    return m_data.sources[source].count();
+}
+
+} // namespace kvedit::server

@@ -1,0 +1,87 @@
+#pragma once
+// The four string sources of a workspace with their unsaved edits. Queries read the working
+// values (saved values overlaid by edits) straight from per-source slot tables; the saved value
+// of every edited item is remembered so DiscardEdits can put it back and Save knows what to write.
+
+#include "server/Record.h"
+
+#include <QHash>
+
+#include <memory>
+#include <optional>
+
+namespace kvedit::server {
+
+class SqliteStore;
+
+class TableSet final : public StringTableSet, public std::enable_shared_from_this<TableSet> {
+public:
+    // contents is taken over as the saved state.
+    TableSet(std::shared_ptr<SqliteStore> store, TableContents contents, int maximumCount,
+             const QString &targetLanguage);
+    ~TableSet() override;
+
+    // StringTableSet
+    qint16 Revision(StringId id, kvedit::StringSource source) const override;
+    bool HasText(StringId id, kvedit::StringSource source) const override;
+    bool IdInUse(StringId id, kvedit::StringSource source) const override;
+    StringEntryPtr Entry(StringId id, kvedit::StringSource source) const override;
+    QString Text(StringId id, kvedit::StringSource source) const override;
+    QString SourceName(StringId id, kvedit::StringSource source) const override;
+    bool Modified() const override;
+    bool HasStatus(StringId id, kvedit::StringSource source, int flag) const override;
+    kvedit::Language SourceLanguage(kvedit::StringSource source) const override;
+    void DiscardEdits() override;
+    void Save(TableVersion version, bool saveAs) override;
+    void AddEntry(const StringEntryPtr &entry) override;
+    void StoreEntry(const StringEntryPtr &entry) override;
+    void RemoveEntry(StringId id, kvedit::StringSource source) override;
+    QStringList SaveTableNames(TableVersion version) const override;
+
+    // Beyond the editor's interface: record-level access for importers and tools.
+    int MaximumCount() const { return m_maximumCount; }
+    // The record a source holds itself (no fallback); nullopt when the id is not in use there.
+    std::optional<Record> RecordOf(StringId id, kvedit::StringSource source) const;
+    // Puts a record exactly as given (no revision stamping) or removes it; an edit.
+    void PutRecord(StringId id, kvedit::StringSource source, const std::optional<Record> &record);
+    // The id's parameter definitions, shared by its sources; empty when it has none.
+    ParameterList Parameters(StringId id) const;
+    void setParameters(StringId id, const ParameterList &parameters);   // an edit
+    // The id's symbol ("IDS_FILE_OPEN"), empty when it has none.
+    QString Symbol(StringId id) const;
+    void setSymbol(StringId id, const QString &symbol);                 // an edit
+    // The id that carries a symbol, 0 when none does.
+    StringId IdOfSymbol(const QString &symbol) const;
+    // How many records a source holds itself.
+    int RecordCount(kvedit::StringSource source) const;
+    // A blank entry (no record behind it) of an id and source.
+    StringEntryPtr BlankEntry(StringId id, kvedit::StringSource source) const;
+
+    // The fixed name of a source ("Local Edited"); empty outside 0..3.
+    static QString FixedSourceName(int source);
+
+private:
+    // The record the queries of a source use: its own, or for an edited source without one
+    // its default's. Sets *from to the source that supplied it.
+    const Record *Resolve(StringId id, kvedit::StringSource source, int *from = nullptr) const;
+    void CheckId(StringId id) const;
+    void CheckSource(int source) const;
+    void CheckIdAndSource(StringId id, int source) const { CheckId(id); CheckSource(source); }
+    StringEntryPtr MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const;
+    void ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record);
+    void Store(const StringEntryPtr &entry, bool replace);
+    ChangeSet CollectChanges(int promoteFrom) const;
+
+    std::shared_ptr<SqliteStore> m_store;
+    TableContents m_data;              // working values
+    int m_maximumCount;
+    kvedit::Language m_target;
+    kvedit::Language m_english;
+
+    // Saved values of everything edited since the last Save, keyed by source << 16 | id.
+    QHash<quint32, std::optional<Record>> m_savedRecords;
+    QHash<StringId, ParameterList> m_savedParameters;
+    QHash<StringId, QString> m_savedSymbols;
+};
+
+} // namespace kvedit::server
