@@ -1,0 +1,467 @@
+#include "dataview/UCKvDataView.h"
+
+#include "services/Services.h"
+
+#include <QAbstractTableModel>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLoggingCategory>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPointer>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+#include <QTableView>
+#include <QVBoxLayout>
+
+#include <cmath>
+#include <vector>
+
+Q_LOGGING_CATEGORY(lcDataView, "kvedit.dataview")
+
+namespace kvedit {
+
+namespace {
+// Designed minimum extents of the control, in twips.
+constexpr double kHeightMinTwips = 1368;
+constexpr double kWidthMinTwips = 2424;
+// The source's column for the current-row marker.
+constexpr int kMarkerColumn = 0;
+} // namespace
+
+// A flat model that holds nothing of the list but its shape (row count, headings, alignments):
+// every cell is asked of the source when the view paints it, so only visible rows cost anything.
+class DataViewModel final : public QAbstractTableModel {
+public:
+    explicit DataViewModel(QObject *parent) : QAbstractTableModel(parent) {}
+
+    // Re-reads the shape from the source; rows only once the control is activated.
+    void Reload(IDVDataSource *source, bool loadRows)
+    {
+        beginResetModel();
+        m_source = source;
+        m_rows = 0;
+        m_firstColumn = 0;
+        m_headings.clear();
+        m_alignments.clear();
+        m_message.clear();
+        if (source) {
+            m_firstColumn = source->FirstColumn();
+            const int total = source->CountTotalColumns();
+            for (int c = m_firstColumn; c < total; ++c) {
+                m_headings.push_back(source->ColumnHeading(c));
+                m_alignments.push_back(source->ColumnAlignment(c) == 2 ? int(Qt::AlignRight | Qt::AlignVCenter)
+                                                                       : int(Qt::AlignLeft | Qt::AlignVCenter));
+            }
+            if (loadRows) {
+                m_rows = qMax<qint32>(0, source->GetRecordCount());
+                m_message = source->NoDataMessage();
+            }
+        }
+        endResetModel();
+    }
+
+    void RowChanged(int row)
+    {
+        if (row >= 0 && row < m_rows && columnCount() > 0)
+            emit dataChanged(index(row, 0), index(row, columnCount() - 1));
+    }
+
+    int SourceColumn(int column) const { return m_firstColumn + column; }
+    bool IsMarkerColumn(int column) const { return SourceColumn(column) == kMarkerColumn; }
+    // Shown in the empty viewport once rows were loaded and there are none.
+    QString EmptyMessage() const { return m_rows == 0 ? m_message : QString(); }
+
+    int rowCount(const QModelIndex &parent = {}) const override { return parent.isValid() ? 0 : m_rows; }
+    int columnCount(const QModelIndex &parent = {}) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(m_headings.size());
+    }
+
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (!m_source || !index.isValid())
+            return {};
+        switch (role) {
+        case Qt::DisplayRole:
+            return m_source->EvaluateColumn(m_source->RecordNumberToId(index.row() + 1), SourceColumn(index.column()));
+        case Qt::TextAlignmentRole:
+            return m_alignments[static_cast<size_t>(index.column())];
+        default:
+            return {};
+        }
+    }
+
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override
+    {
+        if (orientation != Qt::Horizontal || section < 0 || section >= columnCount())
+            return {};
+        if (role == Qt::DisplayRole)
+            return m_headings[static_cast<size_t>(section)];
+        if (role == Qt::TextAlignmentRole)
+            return int(Qt::AlignLeft | Qt::AlignVCenter);
+        return {};
+    }
+
+    Qt::ItemFlags flags(const QModelIndex &index) const override
+    {
+        return index.isValid() ? Qt::ItemIsEnabled | Qt::ItemIsSelectable : Qt::NoItemFlags;
+    }
+
+private:
+    IDVDataSource *m_source = nullptr;
+    qint32 m_rows = 0;
+    int m_firstColumn = 0;
+    std::vector<QString> m_headings;
+    std::vector<int> m_alignments;
+    QString m_message;
+};
+
+namespace {
+
+class DataTableView final : public QTableView {
+public:
+    explicit DataTableView(QWidget *parent) : QTableView(parent) {}
+
+    // Lays out pending model changes now, so the scroll range fits the rows before we scroll.
+    void LayoutNow()
+    {
+        executeDelayedItemsLayout();
+        updateGeometries();
+    }
+
+    // Type-ahead would walk every row of a list that may hold 32767 of them.
+    void keyboardSearch(const QString &) override {}
+
+protected:
+    void paintEvent(QPaintEvent *event) override
+    {
+        QTableView::paintEvent(event);
+        const auto *m = static_cast<const DataViewModel *>(model());
+        const QString message = m ? m->EmptyMessage() : QString();
+        if (message.isEmpty())
+            return;
+        QPainter painter(viewport());
+        painter.setPen(palette().color(QPalette::Active, QPalette::PlaceholderText));
+        painter.drawText(viewport()->rect().adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap, message);
+    }
+};
+
+// Draws the cells as usual and, in the marker column, a small arrow on the current row.
+class MarkerDelegate final : public QStyledItemDelegate {
+public:
+    MarkerDelegate(QTableView *view, const DataViewModel *model) : QStyledItemDelegate(view), m_view(view), m_model(model) {}
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        if (!m_model->IsMarkerColumn(index.column()) || index.row() != m_view->currentIndex().row())
+            return;
+        const QRect r = option.rect;
+        const qreal size = qMin<qreal>(r.height() * 0.5, 9.0);
+        const QPointF centre = QRectF(r).center();
+        QPainterPath arrow;
+        arrow.moveTo(centre.x() - size * 0.35, centre.y() - size / 2);
+        arrow.lineTo(centre.x() + size * 0.45, centre.y());
+        arrow.lineTo(centre.x() - size * 0.35, centre.y() + size / 2);
+        arrow.closeSubpath();
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(option.palette.color(option.state & QStyle::State_Selected ? QPalette::HighlightedText
+                                                                                      : QPalette::Text));
+        painter->drawPath(arrow);
+        painter->restore();
+    }
+
+private:
+    QTableView *m_view;
+    const DataViewModel *m_model;
+};
+
+} // namespace
+
+class UCKvDataView::Private {
+public:
+    explicit Private(UCKvDataView *owner) : q(owner) {}
+
+    void UpdateColumnSizes();
+    void OnCurrentChanged(const QModelIndex &current);
+    void ScrollToTop(qint32 record);
+    void DetachSource();
+
+    UCKvDataView *q;
+    DataTableView *view = nullptr;
+    DataViewModel *model = nullptr;
+    IDVDataSource *source = nullptr;
+    QMetaObject::Connection sourceDestroyed;
+    bool activated = false;
+    bool sizing = false;
+    int lastRow = -1;   // the row FeedbackChanged last reported, -1 for none
+    int heightMin = 0;
+    int widthMin = 0;
+};
+
+void UCKvDataView::Private::UpdateColumnSizes()
+{
+    if (!source || sizing)
+        return;
+    // Resizing sections may show or hide a scroll bar, which resizes the viewport again.
+    sizing = true;
+    source->CalculateColumnSizes(q->window(), view->viewport()->width());
+    QHeaderView *header = view->horizontalHeader();
+    for (int c = 0; c < model->columnCount(); ++c) {
+        const double width = source->ColumnWidth(model->SourceColumn(c));
+        header->resizeSection(c, qMax(0, static_cast<int>(std::lround(width))));
+    }
+    const int rowHeight = static_cast<int>(std::lround(source->RowHeight()));
+    if (rowHeight > 0 && rowHeight != view->verticalHeader()->defaultSectionSize())
+        view->verticalHeader()->setDefaultSectionSize(rowHeight);
+    sizing = false;
+}
+
+void UCKvDataView::Private::OnCurrentChanged(const QModelIndex &current)
+{
+    const int row = current.isValid() ? current.row() : -1;
+    if (row == lastRow)
+        return;
+    lastRow = row;
+    const qint32 count = model->rowCount();
+    QString text;
+    if (source && row >= 0)
+        text = source->ReportRecordCount(row + 1, count);
+    emit q->FeedbackChanged(text);
+}
+
+void UCKvDataView::Private::ScrollToTop(qint32 record)
+{
+    if (record < 1 || record > model->rowCount())
+        return;
+    view->LayoutNow();
+    // Scrolling is per item, so the bar's value is the top row (0-based); the bar clamps it where
+    // the last rows already fill the window.
+    view->verticalScrollBar()->setValue(record - 1);
+}
+
+void UCKvDataView::Private::DetachSource()
+{
+    QObject::disconnect(sourceDestroyed);
+    sourceDestroyed = {};
+    source = nullptr;
+}
+
+UCKvDataView::UCKvDataView(QWidget *parent) : QWidget(parent), d(std::make_unique<Private>(this))
+{
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+
+    d->view = new DataTableView(this);
+    d->view->setObjectName(QStringLiteral("tableView"));
+    d->model = new DataViewModel(this);
+    d->view->setModel(d->model);
+    d->view->setItemDelegate(new MarkerDelegate(d->view, d->model));
+    layout->addWidget(d->view);
+    setFocusProxy(d->view);
+
+    QTableView *v = d->view;
+    v->setSelectionBehavior(QAbstractItemView::SelectRows);
+    v->setSelectionMode(QAbstractItemView::SingleSelection);
+    v->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    v->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
+    v->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    v->setAlternatingRowColors(true);
+    v->setShowGrid(false);
+    v->setWordWrap(false);
+    v->setTextElideMode(Qt::ElideRight);
+    v->setCornerButtonEnabled(false);
+    v->setTabKeyNavigation(false);
+    v->setSortingEnabled(false);
+
+    // Uniform rows: one default height for every row, never measured from contents.
+    QHeaderView *rows = v->verticalHeader();
+    rows->hide();
+    rows->setMinimumSectionSize(1);
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+
+    QHeaderView *columns = v->horizontalHeader();
+    columns->setSectionResizeMode(QHeaderView::Interactive);
+    columns->setStretchLastSection(false);
+    columns->setHighlightSections(false);
+    columns->setSectionsClickable(false);
+    columns->setMinimumSectionSize(0);
+    columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    columns->setTextElideMode(Qt::ElideRight);
+
+    connect(v->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex &current) { d->OnCurrentChanged(current); });
+    connect(v, &QAbstractItemView::doubleClicked, this, [this] { emit DblClick(); });
+    v->installEventFilter(this);
+    v->viewport()->installEventFilter(this);
+
+    d->heightMin = TwipsToPixelsY(kHeightMinTwips);
+    d->widthMin = TwipsToPixelsX(kWidthMinTwips);
+    setMinimumSize(d->widthMin, d->heightMin);
+}
+
+UCKvDataView::~UCKvDataView()
+{
+    // The view goes first, while the private part it reports to still exists.
+    QObject::disconnect(d->sourceDestroyed);
+    delete d->view;
+    d->view = nullptr;
+}
+
+void UCKvDataView::setDataSource(IDVDataSource *source)
+{
+    d->DetachSource();
+    d->source = source;
+    if (source) {
+        source->setFeedback(this);
+        // A source that is a QObject is forgotten when it goes, instead of being asked afterwards.
+        if (auto *object = dynamic_cast<QObject *>(source)) {
+            d->sourceDestroyed = connect(object, &QObject::destroyed, this, [this] {
+                d->DetachSource();
+                Refresh();
+            });
+        }
+    }
+    Refresh();
+}
+
+IDVDataSource *UCKvDataView::DataSource() const { return d->source; }
+
+qint32 UCKvDataView::CurrentRecord() const
+{
+    const QModelIndex current = d->view->currentIndex();
+    return current.isValid() ? current.row() + 1 : 0;
+}
+
+void UCKvDataView::setCurrentRecord(qint32 record)
+{
+    if (record < 1 || record > d->model->rowCount()) {
+        d->view->selectionModel()->clearSelection();
+        d->view->selectionModel()->clearCurrentIndex();
+        return;
+    }
+    const QModelIndex old = d->view->currentIndex();
+    const QModelIndex index = d->model->index(record - 1, old.isValid() ? old.column() : 0);
+    d->view->setCurrentIndex(index);
+    d->view->LayoutNow();
+    d->view->scrollTo(index, QAbstractItemView::EnsureVisible);
+}
+
+qint32 UCKvDataView::FirstVisibleRecord() const
+{
+    if (d->model->rowCount() == 0)
+        return 0;
+    d->view->LayoutNow();
+    const int row = d->view->rowAt(0);
+    return row < 0 ? 0 : row + 1;
+}
+
+qint32 UCKvDataView::VisibleRows() const
+{
+    const int rowHeight = qMax(1, d->view->verticalHeader()->defaultSectionSize());
+    return qMax(1, d->view->viewport()->height() / rowHeight);
+}
+
+void UCKvDataView::ShowId(qint32 id)
+{
+    if (!d->source || !d->activated)
+        return;
+    // The list may have been rebuilt since the last look; cells are always read afresh, only a
+    // changed count needs the model to be told.
+    if (d->source->GetRecordCount() != d->model->rowCount())
+        Refresh();
+    else
+        d->view->viewport()->update();
+    const qint32 rows = d->model->rowCount();
+    if (rows == 0)
+        return;
+
+    qint32 first = qMax<qint32>(1, FirstVisibleRecord());
+    qint32 search = id;
+    qint32 found = 0;
+    d->source->UpdateBuffer(false, first, VisibleRows(), 0, true, search, found);
+    if (found < 1 || found > rows) {
+        qCWarning(lcDataView) << "ShowId: the source placed id" << id << "at row" << found << "of" << rows;
+        return;
+    }
+    d->ScrollToTop(first);
+    setCurrentRecord(found);
+}
+
+bool UCKvDataView::Activated() const { return d->activated; }
+
+void UCKvDataView::setActivated(bool activated)
+{
+    if (d->activated == activated)
+        return;
+    d->activated = activated;
+    Refresh();
+}
+
+void UCKvDataView::Refresh()
+{
+    const qint32 oldCurrent = CurrentRecord();
+    const qint32 oldTop = FirstVisibleRecord();
+
+    d->model->Reload(d->source, d->activated && d->source);
+    d->lastRow = -1;
+    d->UpdateColumnSizes();
+    d->view->viewport()->update();
+
+    const qint32 rows = d->model->rowCount();
+    if (rows == 0) {
+        emit FeedbackChanged(QString());
+        return;
+    }
+    // Keep the window and the current row where they were, as far as the new list reaches.
+    d->ScrollToTop(qBound<qint32>(1, oldTop, rows));
+    setCurrentRecord(qBound<qint32>(1, oldCurrent, rows));
+}
+
+void UCKvDataView::RefreshRecord(qint32 record)
+{
+    d->model->RowChanged(record - 1);
+}
+
+int UCKvDataView::HeightMin() const { return d->heightMin; }
+
+void UCKvDataView::setHeightMin(int pixels)
+{
+    d->heightMin = qMax(0, pixels);
+    setMinimumSize(d->widthMin, d->heightMin);
+}
+
+int UCKvDataView::WidthMin() const { return d->widthMin; }
+
+void UCKvDataView::setWidthMin(int pixels)
+{
+    d->widthMin = qMax(0, pixels);
+    setMinimumSize(d->widthMin, d->heightMin);
+}
+
+QTableView *UCKvDataView::TableView() const { return d->view; }
+
+void UCKvDataView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    d->UpdateColumnSizes();
+}
+
+bool UCKvDataView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == d->view->viewport() && event->type() == QEvent::Resize) {
+        d->UpdateColumnSizes();
+    } else if (watched == d->view && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
+            emit KeyPress(key->modifiers() & Qt::ControlModifier ? 10 : 13);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+} // namespace kvedit

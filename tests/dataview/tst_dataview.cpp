@@ -1,0 +1,404 @@
+// The virtual list control over a counting source: what it asks, when, and what it raises.
+
+#include "dataview/UCKvDataView.h"
+
+#include "TestServices.h"
+
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QtTest>
+
+using namespace kvedit;
+
+namespace {
+
+// Ids are ten times the record number so that a confusion of the two shows.
+class CountingSource final : public QObject, public IDVDataSource {
+public:
+    explicit CountingSource(qint32 records) : count(records) {}
+
+    qint32 count;
+    int evaluateCalls = 0;
+    QWidget *lastContainer = nullptr;
+    double lastTotalWidth = -1;
+    int sizeCalls = 0;
+    qint32 lastFirstIn = 0, lastRowsIn = 0;
+    QObject *feedback = nullptr;
+
+    void CalculateColumnSizes(QWidget *objContainer, double sngTotalWidth) override
+    {
+        lastContainer = objContainer;
+        lastTotalWidth = sngTotalWidth;
+        ++sizeCalls;
+    }
+    int ColumnAlignment(int c) override { return c == 1 ? 2 : (c == 2 ? 1 : 0); }
+    QString ColumnHeading(int c) override
+    {
+        static const char *headings[] = {"", "Id", "English default"};
+        return c >= 0 && c < 3 ? QString::fromLatin1(headings[c]) : QString();
+    }
+    // Fixed columns 24 and 70 wide, the text column takes the rest.
+    double ColumnWidth(int c) override
+    {
+        switch (c) {
+        case 0: return 24;
+        case 1: return 70;
+        case 2: return lastTotalWidth - 94 - 100;
+        default: return 0;
+        }
+    }
+    int CountDataColumns() override { return 1; }
+    int CountTotalColumns() override { return 3; }
+    QString EvaluateColumn(qint32 id, int c) override
+    {
+        ++evaluateCalls;
+        if (c == 1)
+            return QString::number(id);
+        if (c == 2)
+            return QStringLiteral("Text of %1").arg(id);
+        return QString();
+    }
+    QObject *Feedback() override { return feedback; }
+    void setFeedback(QObject *o) override { feedback = o; }
+    int FirstColumn() override { return 0; }
+    qint32 GetRecordCount() override { return count; }
+    int IdColumn() override { return 1; }
+    bool IsBufferLoaded() override { return true; }
+    int LastColumn() override { return 3; }
+    QString NoDataMessage() override { return QStringLiteral("Nothing to list"); }
+    qint32 RecordNumberToId(qint32 n) override { return n >= 1 && n <= count ? n * 10 : 0; }
+    QString ReportRecordCount(qint32 n, qint32 c) override
+    {
+        return QStringLiteral("Id: %1 (Position %2 of %3)").arg(RecordNumberToId(n)).arg(n).arg(c);
+    }
+    double RowHeight() override { return 21; }
+    QString TypeName() override { return QStringLiteral("CountingSource"); }
+    // Puts the found row a fixed 3 rows below the top when it lies outside the window.
+    void UpdateBuffer(bool, qint32 &first, qint32 rows, int, bool search, qint32 &id, qint32 &found) override
+    {
+        lastFirstIn = first;
+        lastRowsIn = rows;
+        if (!search)
+            return;
+        found = id / 10;
+        if (found < first || found >= first + rows)
+            first = qMax(1, found - 3);
+    }
+};
+
+struct Fixture {
+    explicit Fixture(qint32 records, bool activate = true, QSize size = {600, 400}) : source(records)
+    {
+        view.resize(size);
+        view.setDataSource(&source);
+        view.show();
+        if (!QTest::qWaitForWindowExposed(&view))
+            qWarning("window not exposed");
+        if (activate)
+            view.setActivated(true);
+        QCoreApplication::processEvents();
+    }
+    QTableView *table() const { return view.findChild<QTableView *>(QStringLiteral("tableView")); }
+    QAbstractItemModel *model() const { return table()->model(); }
+    bool RowFullyVisible(qint32 record) const
+    {
+        const QRect r = table()->visualRect(model()->index(record - 1, 1));
+        return r.isValid() && table()->viewport()->rect().contains(r);
+    }
+
+    test::TestServices services;
+    CountingSource source;
+    UCKvDataView view;
+};
+
+// Pixels in a band across the middle of the viewport that differ from its base colour.
+int InkInCentre(QTableView *table)
+{
+    const QImage image = table->viewport()->grab().toImage();
+    const QColor base = table->palette().color(QPalette::Active, QPalette::Base);
+    const int top = image.height() / 2 - 15;
+    int ink = 0;
+    for (int y = qMax(0, top); y < qMin(image.height(), top + 30); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y) != base)
+                ++ink;
+    return ink;
+}
+
+} // namespace
+
+class TestDataView : public QObject {
+    Q_OBJECT
+
+private slots:
+    void rowsLoadOnFirstActivationOnly()
+    {
+        Fixture f(50, false);
+        QCOMPARE(f.model()->rowCount(), 0);
+        QCOMPARE(f.model()->columnCount(), 3);
+        QCOMPARE(f.view.CurrentRecord(), 0);
+        QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
+
+        f.view.setActivated(true);
+        QVERIFY(f.view.Activated());
+        QCOMPARE(f.model()->rowCount(), 50);
+        QCOMPARE(f.view.CurrentRecord(), 1);
+        QVERIFY(!feedback.isEmpty());
+        QCOMPARE(feedback.last().at(0).toString(), QStringLiteral("Id: 10 (Position 1 of 50)"));
+        QCOMPARE(f.source.Feedback(), &f.view);
+
+        // A second activation reloads nothing and keeps the current row.
+        f.view.setCurrentRecord(7);
+        f.source.count = 5;
+        f.view.setActivated(true);
+        QCOMPARE(f.model()->rowCount(), 50);
+        QCOMPARE(f.view.CurrentRecord(), 7);
+    }
+
+    void headingsAlignmentsAndCells()
+    {
+        Fixture f(5);
+        QStringList headings;
+        for (int c = 0; c < f.model()->columnCount(); ++c)
+            headings << f.model()->headerData(c, Qt::Horizontal).toString();
+        QCOMPARE(headings, (QStringList{QString(), QStringLiteral("Id"), QStringLiteral("English default")}));
+
+        const QModelIndex id = f.model()->index(2, 1);
+        const QModelIndex text = f.model()->index(2, 2);
+        QCOMPARE(id.data().toString(), QStringLiteral("30"));
+        QCOMPARE(text.data().toString(), QStringLiteral("Text of 30"));
+        QCOMPARE(Qt::Alignment(id.data(Qt::TextAlignmentRole).toInt()) & Qt::AlignHorizontal_Mask, Qt::AlignRight);
+        QCOMPARE(Qt::Alignment(text.data(Qt::TextAlignmentRole).toInt()) & Qt::AlignHorizontal_Mask, Qt::AlignLeft);
+        QVERIFY(!(f.model()->flags(text) & Qt::ItemIsEditable));
+    }
+
+    void widthsFollowTheViewport()
+    {
+        Fixture f(5);
+        QTableView *table = f.table();
+        QCOMPARE(f.source.lastContainer, f.view.window());
+        QCOMPARE(f.source.lastTotalWidth, double(table->viewport()->width()));
+        QCOMPARE(table->horizontalHeader()->sectionSize(0), 24);
+        QCOMPARE(table->horizontalHeader()->sectionSize(1), 70);
+        QCOMPARE(table->horizontalHeader()->sectionSize(2), table->viewport()->width() - 194);
+        QCOMPARE(table->verticalHeader()->defaultSectionSize(), 21);
+        QCOMPARE(table->verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
+
+        const int before = table->viewport()->width();
+        f.view.resize(800, 400);
+        QCoreApplication::processEvents();
+        QCOMPARE(table->viewport()->width() - before, 200);
+        QCOMPARE(f.source.lastTotalWidth, double(table->viewport()->width()));
+        QCOMPARE(table->horizontalHeader()->sectionSize(1), 70);
+        QCOMPARE(table->horizontalHeader()->sectionSize(2), table->viewport()->width() - 194);
+    }
+
+    void noDataMessagePainted_data()
+    {
+        QTest::addColumn<bool>("activate");
+        QTest::addColumn<int>("records");
+        QTest::addColumn<bool>("message");
+        QTest::newRow("empty list") << true << 0 << true;
+        QTest::newRow("not yet activated") << false << 0 << false;
+        QTest::newRow("a few rows") << true << 3 << false;
+    }
+    void noDataMessagePainted()
+    {
+        QFETCH(bool, activate);
+        QFETCH(int, records);
+        QFETCH(bool, message);
+        Fixture f(records, activate);
+        QCOMPARE(InkInCentre(f.table()) > 0, message);
+    }
+
+    void showIdScrollsAndMakesCurrent_data()
+    {
+        QTest::addColumn<int>("startRecord");
+        QTest::addColumn<int>("record");
+        QTest::addColumn<int>("expectedTop");
+        QTest::newRow("far below") << 1 << 5000 << 4997;
+        QTest::newRow("above the window") << 20000 << 15 << 12;
+        QTest::newRow("inside the window") << 1 << 4 << 1;
+        QTest::newRow("last record") << 1 << 32767 << -1;   // the window cannot start lower than a full page
+    }
+    void showIdScrollsAndMakesCurrent()
+    {
+        QFETCH(int, startRecord);
+        QFETCH(int, record);
+        QFETCH(int, expectedTop);
+        Fixture f(32767);
+        f.view.ShowId(startRecord * 10);
+        QCOMPARE(f.view.CurrentRecord(), startRecord);
+        const qint32 topBefore = f.view.FirstVisibleRecord();
+
+        QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
+        f.view.ShowId(record * 10);
+        QCOMPARE(f.source.lastFirstIn, topBefore);
+        QCOMPARE(f.source.lastRowsIn, f.view.VisibleRows());
+        QCOMPARE(f.view.CurrentRecord(), record);
+        QVERIFY(f.RowFullyVisible(record));
+        if (expectedTop > 0)
+            QCOMPARE(f.view.FirstVisibleRecord(), expectedTop);
+        QCOMPARE(feedback.count(), 1);
+        QCOMPARE(feedback.at(0).at(0).toString(),
+                 QStringLiteral("Id: %1 (Position %2 of 32767)").arg(record * 10).arg(record));
+    }
+
+    void showIdPicksUpAChangedCount()
+    {
+        Fixture f(10);
+        f.source.count = 40;
+        f.view.ShowId(300);
+        QCOMPARE(f.model()->rowCount(), 40);
+        QCOMPARE(f.view.CurrentRecord(), 30);
+    }
+
+    void keysAndDoubleClick_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<int>("keyAscii");   // -1: no KeyPress
+        QTest::addColumn<int>("currentAfter");
+        QTest::newRow("Return") << int(Qt::Key_Return) << int(Qt::NoModifier) << 13 << 3;
+        QTest::newRow("keypad Enter") << int(Qt::Key_Enter) << int(Qt::KeypadModifier) << 13 << 3;
+        QTest::newRow("Ctrl+Return") << int(Qt::Key_Return) << int(Qt::ControlModifier) << 10 << 3;
+        QTest::newRow("Down navigates") << int(Qt::Key_Down) << int(Qt::NoModifier) << -1 << 4;
+        QTest::newRow("letters do not search") << int(Qt::Key_T) << int(Qt::NoModifier) << -1 << 3;
+    }
+    void keysAndDoubleClick()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(int, keyAscii);
+        QFETCH(int, currentAfter);
+        Fixture f(20);
+        f.view.setCurrentRecord(3);
+        QSignalSpy keys(&f.view, &UCKvDataView::KeyPress);
+        f.source.evaluateCalls = 0;
+        QTest::keyClick(f.table(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        if (keyAscii < 0) {
+            QVERIFY(keys.isEmpty());
+        } else {
+            QCOMPARE(keys.count(), 1);
+            QCOMPARE(keys.at(0).at(0).toInt(), keyAscii);
+        }
+        QCOMPARE(f.view.CurrentRecord(), currentAfter);
+        QVERIFY(f.source.evaluateCalls < 20 * 3);
+
+        QSignalSpy dbl(&f.view, &UCKvDataView::DblClick);
+        const QRect cell = f.table()->visualRect(f.model()->index(5, 2));
+        QTest::mouseClick(f.table()->viewport(), Qt::LeftButton, {}, cell.center());
+        QVERIFY(dbl.isEmpty());
+        QTest::mouseDClick(f.table()->viewport(), Qt::LeftButton, {}, cell.center());
+        QCOMPARE(dbl.count(), 1);
+        QCOMPARE(f.view.CurrentRecord(), 6);
+    }
+
+    void feedbackFollowsTheCurrentRow()
+    {
+        Fixture f(50);
+        QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
+        f.view.setCurrentRecord(7);
+        QCOMPARE(feedback.last().at(0).toString(), QStringLiteral("Id: 70 (Position 7 of 50)"));
+        QTest::keyClick(f.table(), Qt::Key_Down);
+        QCOMPARE(feedback.last().at(0).toString(), QStringLiteral("Id: 80 (Position 8 of 50)"));
+        const int before = feedback.count();
+        f.view.setCurrentRecord(8);
+        QCOMPARE(feedback.count(), before);
+        f.view.setCurrentRecord(0);
+        QCOMPARE(f.view.CurrentRecord(), 0);
+        QCOMPARE(feedback.last().at(0).toString(), QString());
+    }
+
+    void refreshKeepsPlaceWithinTheNewCount()
+    {
+        Fixture f(50);
+        f.view.setCurrentRecord(30);
+        f.source.count = 12;
+        f.view.Refresh();
+        QCOMPARE(f.model()->rowCount(), 12);
+        QCOMPARE(f.view.CurrentRecord(), 12);
+        f.source.count = 0;
+        QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
+        f.view.Refresh();
+        QCOMPARE(f.view.CurrentRecord(), 0);
+        QCOMPARE(feedback.last().at(0).toString(), QString());
+    }
+
+    void refreshRecordChangesOneRow()
+    {
+        Fixture f(50);
+        QSignalSpy changed(f.model(), &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(f.model(), &QAbstractItemModel::modelReset);
+        f.view.RefreshRecord(9);
+        QCOMPARE(changed.count(), 1);
+        const auto topLeft = changed.at(0).at(0).value<QModelIndex>();
+        const auto bottomRight = changed.at(0).at(1).value<QModelIndex>();
+        QCOMPARE(topLeft.row(), 8);
+        QCOMPARE(bottomRight.row(), 8);
+        QCOMPARE(topLeft.column(), 0);
+        QCOMPARE(bottomRight.column(), 2);
+        f.view.RefreshRecord(51);
+        f.view.RefreshRecord(0);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(reset.count(), 0);
+    }
+
+    void onlyVisibleRowsAreAsked()
+    {
+        Fixture f(32767);
+        const int columns = f.model()->columnCount();
+        const int window = (f.view.VisibleRows() + 1) * columns;
+        // Showing, activating and sizing the list paint it a few times at most.
+        QVERIFY2(f.source.evaluateCalls <= 4 * window, qPrintable(QString::number(f.source.evaluateCalls)));
+
+        f.source.evaluateCalls = 0;
+        f.table()->viewport()->repaint();
+        QVERIFY(f.source.evaluateCalls > 0);
+        QVERIFY(f.source.evaluateCalls <= window);
+
+        f.source.evaluateCalls = 0;
+        f.view.ShowId(30000 * 10);
+        f.table()->viewport()->repaint();
+        QVERIFY(f.source.evaluateCalls <= 2 * window);
+
+        f.source.evaluateCalls = 0;
+        QTest::keyClick(f.table(), Qt::Key_PageDown);
+        QTest::keyClick(f.table(), Qt::Key_End, Qt::ControlModifier);
+        QCoreApplication::processEvents();
+        QCOMPARE(f.view.CurrentRecord(), 32767);
+        QVERIFY(f.source.evaluateCalls <= 4 * window);
+    }
+
+    void minimumExtentsFromTwips()
+    {
+        Fixture f(0, false);
+        // 96 dpi: 1368 twips are 91.2 pixels, 2424 twips 161.6.
+        QCOMPARE(f.view.HeightMin(), 91);
+        QCOMPARE(f.view.WidthMin(), 162);
+        QCOMPARE(f.view.minimumSize(), QSize(162, 91));
+        f.view.setHeightMin(120);
+        f.view.setWidthMin(300);
+        QCOMPARE(f.view.minimumSize(), QSize(300, 120));
+    }
+
+    void aDestroyedSourceIsLetGo()
+    {
+        test::TestServices services;
+        UCKvDataView view;
+        auto *source = new CountingSource(10);
+        view.setDataSource(source);
+        view.setActivated(true);
+        QCOMPARE(view.TableView()->model()->rowCount(), 10);
+        delete source;
+        QCOMPARE(view.DataSource(), nullptr);
+        QCOMPARE(view.TableView()->model()->rowCount(), 0);
+        view.ShowId(20);
+        QCOMPARE(view.CurrentRecord(), 0);
+    }
+};
+
+QTEST_MAIN(TestDataView)
+#include "tst_dataview.moc"
