@@ -7,6 +7,8 @@
 
 namespace kvedit {
 
+// Add, Clear, Index, Trim and Value report failures through the error context under
+// "CStringList"; Count does not.
 class CStringList {
 public:
     // maximumCount is the server's MaximumCount: the list never holds more positions.
@@ -15,6 +17,9 @@ public:
     void Add(qint32 value);
     void Clear();
     int Count() const { return m_count; }
+    // Internal resize: negative counts give 0, counts above the maximum are cut to it, and the
+    // store grows to the next multiple of 128 above the count but never shrinks here. Does not
+    // report; a failed reallocation throws and leaves the list as it stood.
     void setCount(int count);
     int Capacity() const { return static_cast<int>(m_store.size()); }
     int MaximumCount() const { return m_maximumCount; }
