@@ -1,0 +1,151 @@
+#pragma once
+// The main window of an editing run: the resource list between a toolbar and a status bar, the
+// File and Edit menus, and every command they carry.
+
+#include "listsource/CDVDataSource.h"
+#include "model/StringTables.h"
+
+#include <QLoggingCategory>
+#include <QMainWindow>
+#include <QPoint>
+#include <QString>
+
+class QAction;
+class QEventLoop;
+class QLabel;
+class QMenu;
+class QStatusBar;
+class QToolBar;
+
+Q_DECLARE_LOGGING_CATEGORY(lcEditor)
+
+namespace kvedit {
+
+class CImageList;
+class UCKvDataView;
+
+class frmEdit : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit frmEdit(QWidget *parent = nullptr);
+    ~frmEdit() override;
+
+    // The editing run: Prepare, then show the window modally until Close hides it. Returns the
+    // saved flag.
+    bool Edit(const ResourceWorkspacePtr &rfw, TableVersion enmTableVersion);
+    // Places the window, binds the data source to the list and builds menus and toolbar, without
+    // showing anything (the program's screenshot mode shows it itself).
+    void Prepare(const ResourceWorkspacePtr &rfw, TableVersion enmTableVersion);
+
+    bool Saved() const { return m_saved; }
+    void setSaved(bool saved) { m_saved = saved; }
+    QString FindText() const { return m_findText; }
+    void setFindText(const QString &text) { m_findText = text; }
+
+    CDVDataSource *DataSource() { return &m_DVDS; }
+    UCKvDataView *DataView() const { return m_qvtdatEdit; }
+    CImageList *ImageList() const { return m_imlEdit; }
+    QToolBar *ToolBar() const { return m_tbrEdit; }
+    // The status bar's text (the list's feedback).
+    QString StatusText() const;
+
+    // Menu items by index; null when the index has no item.
+    QAction *FileItem(int index) const;
+    QAction *EditItem(int index) const;
+
+    // Menus and toolbar.
+    void SetupMenus();
+    void SetupFileMenu();
+    void SetupEditMenu();
+    void MakeToolbarButton(QAction *menuItem, int pictureId, bool isSeparator);
+    bool AddListImage(const QString &key, int pictureId);
+    static QString MenuKey(const QAction *menuItem);
+    void SetItemEnabled(QAction *menuItem, bool enabled);
+    void UpdateMenuState();
+
+    // Dispatch. Menu items and toolbar buttons share one action per command; every trigger of
+    // an action arrives at tbrEdit_ButtonClick with the action's key.
+    void tbrEdit_ButtonClick(const QString &buttonKey);
+    void mnuFileItem_Click(int index);
+    void mnuEditItem_Click(int index);
+    void ProcessFileMenuClick(int index);
+    void ProcessEditMenuClick(int index);
+
+    // File commands.
+    void ProcessFileMenuReset();
+    void ProcessFileMenuSave(bool saveAs);
+    void ProcessFileMenuClose(bool &closed);
+
+    // Searches. FindText(fromNext) is the scan (0 for Find, 1 for Find Next); FindText() above
+    // reads the text it looks for.
+    void ProcessEditMenuFindText();
+    void ProcessEditMenuFindNext();
+    void FindText(int fromNext);
+    void FindTextInEntry(const QString &findText, const StringEntryPtr &entry, bool &found);
+    void ProcessEditMenuFindMissingTranslation();
+    void ProcessEditMenuFindOutOfDateTranslation();
+    void ProcessEditMenuFindUnapprovedTranslation();
+
+    // Entry commands.
+    void ProcessEditMenuGoTo();
+    void ProcessEditMenuNewString(const QString &text = QString());
+    void ProcessEditMenuProperties();
+    void ProcessEditMenuCopyCut(int cut);
+    void ProcessEditMenuPaste();
+    void EditTranslation(const StringEntryPtr &entry);
+    void EditTranslationShowForm(const StringEntryPtr &entry, StringEntryPtr &result);
+    // A null newEntry removes oldEntry from its source (Cut, Delete).
+    void UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &newEntry);
+
+    // Form and list events.
+    void Form_Activate();
+    void Form_Resize();
+    void qvtdatEdit_DblClick();
+    void qvtdatEdit_KeyPress(int keyAscii);
+    void qvtdatEdit_FeedbackChanged(const QString &text);
+    void mw_DVDS_UpdateTitle(int version);
+
+protected:
+    bool event(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    QMenu *createPopupMenu() override;
+
+private:
+    enum class Scan { Text, NextText, Missing, OutOfDate, Unapproved };
+
+    void Form_Load();
+    void Form_QueryUnload(bool &cancel);
+    QAction *CreateMenuItem(QMenu *menu, const char *name, int index, const QString &caption);
+    void SetItemCaption(QAction *menuItem, const QString &caption);
+    void OnItemTriggered(QAction *menuItem);
+    StringTableSetPtr Tables() const;
+    bool HasEdits() const;
+    TableVersion Version() const;
+    qint32 CurrentId();
+    QPoint InputPosition() const;
+    void ShowIdAfterRefresh(qint32 id);
+    bool RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
+                      const QString &findText);
+    bool TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText);
+    void RunScan(Scan scan, const QString &findText, const QString &doneMessage);
+
+    CDVDataSource m_DVDS;
+    UCKvDataView *m_qvtdatEdit = nullptr;
+    QToolBar *m_tbrEdit = nullptr;
+    QStatusBar *m_sbrEdit = nullptr;
+    QLabel *m_sbrText = nullptr;
+    CImageList *m_imlEdit = nullptr;
+    QMenu *m_mnuFile = nullptr;
+    QMenu *m_mnuEdit = nullptr;
+    QList<QAction *> m_fileItems;
+    QList<QAction *> m_editItems;
+    QEventLoop *m_modalLoop = nullptr;
+    bool m_saved = false;
+    bool m_closing = false;
+    QString m_findText;
+};
+
+} // namespace kvedit

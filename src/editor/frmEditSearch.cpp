@@ -1,0 +1,146 @@
+// Searches: Find, Find Next and the three translation checks. All walk the list from the current
+// row, wrap from the last row to the first and stop at the first row that qualifies.
+
+#include "editor/frmEdit.h"
+
+#include "dataview/UCKvDataView.h"
+#include "services/ErrorContext.h"
+#include "services/Services.h"
+
+namespace kvedit {
+
+void frmEdit::ProcessEditMenuFindText()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindText", [&] {
+        const QString answer = Services()
+                                   .prompts
+                                   ->Input(this, QStringLiteral("What do you want to look for?"), QStringLiteral("Find"),
+                                           m_findText, InputPosition())
+                                   .trimmed();
+        // Cancel and an empty answer clear the text, which disables Find Next.
+        m_findText = answer;
+        UpdateMenuState();
+        if (!answer.isEmpty())
+            FindText(0);
+    });
+}
+
+void frmEdit::ProcessEditMenuFindNext()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindNext", [&] {
+        if (!m_findText.isEmpty())
+            FindText(1);
+    });
+}
+
+void frmEdit::FindText(int fromNext)
+{
+    Reporting("frmEdit", "FindText", [&] {
+        RunScan(fromNext ? Scan::NextText : Scan::Text, m_findText.trimmed(), QStringLiteral("Done finding text"));
+    });
+}
+
+void frmEdit::FindTextInEntry(const QString &findText, const StringEntryPtr &entry, bool &found)
+{
+    Reporting("frmEdit", "FindTextInEntry", [&] {
+        found = false;
+        if (!entry)
+            return;
+        QString text = entry->Text();
+        if (entry->Property(tpAllowShortcut))
+            text = CleanAccessMarkers(text);
+        found = text.contains(findText, Qt::CaseInsensitive);
+    });
+}
+
+void frmEdit::ProcessEditMenuFindMissingTranslation()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindMissingTranslation", [&] {
+        RunScan(Scan::Missing, QString(), QStringLiteral("Done finding missing translations"));
+    });
+}
+
+void frmEdit::ProcessEditMenuFindOutOfDateTranslation()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindOutOfDateTranslation", [&] {
+        RunScan(Scan::OutOfDate, QString(), QStringLiteral("Done finding out of date translations"));
+    });
+}
+
+void frmEdit::ProcessEditMenuFindUnapprovedTranslation()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindUnapprovedTranslation", [&] {
+        RunScan(Scan::Unapproved, QString(), QStringLiteral("Done finding unapproved translations"));
+    });
+}
+
+// Runs inside the calling command's error context: a failure leaves the current row as it was.
+void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMessage)
+{
+    const StringTableSet &tables = *Require(Tables(), "StringTableSet");
+    const TableVersion version = Version();
+    CStringList &list = m_DVDS.StringList();
+    const qint32 count = list.Count();
+
+    // Find and the checks test the current row last. Find Next starts one row further, and from
+    // the last row its start lies beyond the list, so the row == start test never ends it: the
+    // pass limit does, after every row was tested once.
+    qint32 start = m_qvtdatEdit->CurrentRecord();
+    if (scan == Scan::NextText) {
+        ++start;
+        if (start > count)
+            ++start;
+    }
+    qint32 row = start;
+    qint32 found = 0;
+    for (qint32 tested = 0; tested < count; ++tested) {
+        ++row;
+        if (row > count)
+            row = 1;
+        if (RowQualifies(tables, scan, static_cast<StringId>(list.Value(row)), version, findText)) {
+            found = row;
+            break;
+        }
+        if (row == start)
+            break;
+    }
+
+    if (found != 0 && found != start)
+        m_qvtdatEdit->ShowId(list.Value(found));
+    else
+        Services().prompts->Notify(this, doneMessage);
+}
+
+bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
+                           const QString &findText)
+{
+    switch (scan) {
+    case Scan::Text:
+    case Scan::NextText:
+        return TextMatches(tables, id, version, findText) || TextMatches(tables, id, ssEnglishDefault, findText);
+    case Scan::Missing:
+        return !tables.HasText(id, version);
+    case Scan::OutOfDate:
+        return !tables.HasText(id, version) || tables.Revision(id, version) < tables.Revision(id, ssEnglishDefault);
+    case Scan::Unapproved:
+        return !tables.HasText(id, version) || tables.Revision(id, version) < tables.Revision(id, ssEnglishDefault)
+               || !tables.HasStatus(id, version, sfApproved);
+    }
+    return false;
+}
+
+bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText)
+{
+    if (!tables.HasText(id, source))
+        return false;
+    const QString text = tables.Text(id, source);
+    // Cleaning the shortcut marker changes only a text that has an '&'; the entry, which knows
+    // whether its text allows a shortcut, is built for those alone.
+    if (!text.contains(u'&'))
+        return text.contains(findText, Qt::CaseInsensitive);
+    bool found = false;
+    FindTextInEntry(findText, tables.Entry(id, source), found);
+    return found;
+}
+
+} // namespace kvedit
