@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QFontMetrics>
 #include <QWidget>
 
 namespace kvedit::basCheckJapanese {
@@ -31,15 +32,23 @@ QString PickFamily(const QStringList &available, const char *const (&preferred)[
     return QString();
 }
 
+// Monospace by what counts for columns of text: a narrow and a wide letter advance alike.
+// fontconfig's spacing flag, which QFontInfo::fixedPitch reports, is missing for some
+// monospace families.
+bool IsFixedPitch(const QFont &font)
+{
+    if (font.fixedPitch() || QFontInfo(font).fixedPitch())
+        return true;
+    const QFontMetrics metrics(font);
+    return metrics.horizontalAdvance(QLatin1Char('i')) == metrics.horizontalAdvance(QLatin1Char('W'));
+}
+
 void ApplyFamily(QWidget *widget, const QString &proportional, const QString &fixedPitch)
 {
     QFont font = widget->font();
-    // QFontInfo tells what the font resolves to, so a text box on a monospace family stays
-    // monospace even when its font was asked for by a generic name.
-    const bool fixed = QFontInfo(font).fixedPitch() || font.fixedPitch();
-    const QString &family = fixed && !fixedPitch.isEmpty() ? fixedPitch : proportional;
-    if (font.families().value(0) == family)
-        return;
+    const QString &family = IsFixedPitch(font) && !fixedPitch.isEmpty() ? fixedPitch : proportional;
+    // Set on every widget, even one that already inherits the family, so that a font set on the
+    // form later cannot take it back from its children.
     font.setFamilies({family});
     widget->setFont(font);
 }
@@ -55,7 +64,7 @@ QString JapaneseFontFamily(bool fixedPitch)
     if (!family.isEmpty())
         return family;
     for (const QString &candidate : available)
-        if (QFontDatabase::isFixedPitch(candidate) == fixedPitch)
+        if (IsFixedPitch(QFont(candidate)) == fixedPitch)
             return candidate;
     return fixedPitch ? QString() : available.first();
 }
