@@ -1,0 +1,190 @@
+#include "dialogs/frmInsert.h"
+
+#include "common/basCheckJapanese.h"
+#include "dialogs/DialogSupport.h"
+#include "services/Services.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QTreeWidget>
+
+namespace kvedit {
+
+using namespace dialogs;
+
+namespace {
+
+// The special characters by code; every code without a display text is not offered.
+constexpr int kHighestSpecialCode = 169;
+
+QString SpecialDisplayText(int code)
+{
+    switch (code) {
+    case 9:
+        return QStringLiteral("<TAB>");
+    case 169:
+        return QString(QChar(0x00A9));
+    default:
+        return QString();
+    }
+}
+
+QString SpecialDescription(int code)
+{
+    switch (code) {
+    case 9:
+        return QStringLiteral("Horizontal Tab");
+    case 169:
+        return QStringLiteral("Copyright Sign");
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+frmInsert::frmInsert(QWidget *parent) : QDialog(parent)
+{
+    setObjectName(QStringLiteral("frmInsert"));
+    setWindowTitle(QStringLiteral("Insert Special"));
+
+    lblPrompt = new QLabel(QStringLiteral("Please select a special character or parameter to insert"), this);
+    lblPrompt->setObjectName(QStringLiteral("lblPrompt"));
+    lvwSpecial = new QTreeWidget(this);
+    lvwSpecial->setObjectName(QStringLiteral("lvwSpecial"));
+    SetupReportList(lvwSpecial);
+    cmdOkay = new QPushButton(QStringLiteral("OK"), this);
+    cmdOkay->setObjectName(QStringLiteral("cmdOkay"));
+    cmdOkay->setDefault(true);
+    cmdCancel = new QPushButton(QStringLiteral("&Cancel"), this);
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+
+    PlaceTwips(cmdCancel, 5160, 600, 972, 372);
+    PlaceTwips(cmdOkay, 5160, 120, 972, 372);
+    PlaceTwips(lvwSpecial, 120, 360, 4932, 2892);
+    PlaceTwips(lblPrompt, 120, 120, 3936, 192);
+    setFixedSize(TwipsToPixelsX(6255), TwipsToPixelsY(3360));
+    setTabOrder(lvwSpecial, cmdOkay);
+    setTabOrder(cmdOkay, cmdCancel);
+
+    connect(cmdOkay, &QPushButton::clicked, this, &frmInsert::cmdOkay_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &frmInsert::cmdCancel_Click);
+    connect(lvwSpecial, &QTreeWidget::itemSelectionChanged, this, &frmInsert::lvwSpecial_ItemClick);
+
+    Form_Load();
+}
+
+void frmInsert::Form_Load()
+{
+    Reporting("frmInsert", "Form_Load", [&] {
+        basCheckJapanese::FormToJapanese(this);
+        setWindowIcon(ApplicationIcon());
+    });
+}
+
+bool frmInsert::SelectSpecial(const StringEntryPtr &entry)
+{
+    bool result = false;
+    Reporting("frmInsert", "SelectSpecial", [&] {
+        if (!entry)
+            return;
+        InitializeControls(entry);
+        UpdateButtons();
+        exec();
+        result = Accepted();
+    });
+    return result;
+}
+
+QString frmInsert::Selection() const
+{
+    QString result;
+    Reporting("frmInsert", "Selection(Get)", [&] {
+        const QList<QTreeWidgetItem *> selected = lvwSpecial->selectedItems();
+        if (!selected.isEmpty())
+            result = selected.first()->data(0, kTagRole).toString();
+    });
+    return result;
+}
+
+void frmInsert::InitializeControls(const StringEntryPtr &entry)
+{
+    Reporting("frmInsert", "InitializeControls", [&] {
+        lvwSpecial->clear();
+        SetupColumns(entry);
+        RefreshParameters(entry);
+        for (int code = 0; code <= kHighestSpecialCode; ++code) {
+            const QString display = SpecialDisplayText(code);
+            if (display.isEmpty() || (code == 9 && !entry->TabsAllowed()))
+                continue;
+            auto *item = new QTreeWidgetItem(lvwSpecial);
+            item->setData(0, kTagRole, QString(QChar(code)));
+            item->setText(0, display);
+            item->setText(1, SpecialDescription(code));
+        }
+    });
+}
+
+void frmInsert::SetupColumns(const StringEntryPtr &entry)
+{
+    Reporting("frmInsert", "SetupColumns", [&] {
+        int space = lvwSpecial->width();
+        lvwSpecial->clear();
+        lvwSpecial->setHeaderLabels({QString(), QString()});
+        const ParameterDefinitionsPtr &definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
+        const QFontMetrics metrics = fontMetrics();
+        const QString headings[2] = {QStringLiteral("Special"), QStringLiteral("Description")};
+        QTreeWidgetItem *header = lvwSpecial->headerItem();
+        for (int column = 0; column < 2; ++column) {
+            int width;
+            if (column == 0) {
+                width = metrics.horizontalAdvance(headings[0] + QStringLiteral("WW"));
+                space -= width;
+            } else {
+                width = space - metrics.horizontalAdvance(QStringLiteral("WWW"));
+            }
+            header->setText(column, headings[column]);
+            header->setData(column, kKeyRole, definitions->ColumnKey(column));
+            lvwSpecial->setColumnWidth(column, width);
+        }
+    });
+}
+
+void frmInsert::RefreshParameters(const StringEntryPtr &entry)
+{
+    Reporting("frmInsert", "RefreshParameters", [&] {
+        const ParameterDefinitionsPtr &definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
+        for (const ParameterDefinition &definition : definitions->Items()) {
+            auto *item = new QTreeWidgetItem(lvwSpecial);
+            item->setData(0, kKeyRole, definitions->KeyOf(definition.Id()));
+            item->setData(0, kTagRole, definition.Placeholder());
+            item->setText(0, definition.Placeholder());
+            item->setText(1, definition.Description());
+        }
+    });
+}
+
+void frmInsert::UpdateButtons()
+{
+    Reporting("frmInsert", "UpdateButtons", [&] { cmdOkay->setEnabled(!lvwSpecial->selectedItems().isEmpty()); });
+}
+
+void frmInsert::cmdOkay_Click()
+{
+    Reporting("frmInsert", "cmdOkay_Click", [&] {
+        setAccepted(true);
+        accept();
+    });
+}
+
+void frmInsert::cmdCancel_Click()
+{
+    Reporting("frmInsert", "cmdCancel_Click", [&] { reject(); });
+}
+
+void frmInsert::lvwSpecial_ItemClick()
+{
+    Reporting("frmInsert", "lvwSpecial_ItemClick", [&] { UpdateButtons(); });
+}
+
+} // namespace kvedit

@@ -1,0 +1,141 @@
+#pragma once
+// The dialog that works on one string resource. An entry of the English default source opens in
+// edit mode (id, description, text, properties and parameter definitions are editable); any
+// other source opens in translate mode (a new text for a fixed resource, read beside one of the
+// other texts of the same id). The entry is never changed: Save hands back a new entry built by
+// the entry's CreateEdited, Cancel hands back nothing.
+//
+// Controls carry their names as objectName. Control arrays are numbered by appending "_" and the
+// index: chkProperties_0 (allow shortcut), chkProperties_1 (multiple lines), chkProperties_2
+// (allow tab characters), and lblProperties_0 .. lblProperties_2 likewise.
+// rtfTranslate, rtfOriginal and txtProperties are QPlainTextEdits; their line breaks stand for
+// CR LF in the texts the dialog reads and writes. lvwParameters is a two-column QTreeWidget.
+
+#include "model/StringTables.h"
+#include "model/Types.h"
+
+#include <QDialog>
+#include <QList>
+#include <QString>
+
+class QCheckBox;
+class QComboBox;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QTimer;
+class QTreeWidget;
+
+namespace kvedit {
+
+class frmTranslate : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit frmTranslate(QWidget *parent = nullptr);
+
+    // Opens the dialog modally for entry, owned by owner (may be null); maximumCount is the
+    // highest id the text server allows. Returns the edited entry after Save, null after
+    // Cancel or when entry is null.
+    StringEntryPtr Edit(QWidget *owner, const StringEntryPtr &entry, int maximumCount = kMaxStringId);
+
+    // Property indexes of the chkProperties and lblProperties arrays.
+    enum PropertyIndex { piShortcut = 0, piMultipleLines = 1, piTab = 2 };
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void CreateControls();
+    void Form_Load();
+    void Form_Activate();
+    void InitializeValues();
+    void LoadOriginalsComboBox();
+    void ShowOriginalText();
+    void cboOriginal_Click();
+    void StartFocusTimer();
+    void tmrFocus_Timer();
+    void SetInitialFocus();
+    bool ValidateId();
+    void txtId_Change();
+    void cmdSave_Click();
+    void cmdCancel_Click();
+
+    // Text properties.
+    bool AllowTab() const;
+    void setAllowTab(bool allow);
+    bool AllowShortcut() const;
+    void setAllowShortcut(bool allow);
+    int LineMode() const { return m_lineMode; }
+    void setLineMode(int mode);
+    bool Valid() const { return m_valid; }
+    void setValid(bool valid);
+    QString ShortcutCharacter() const;
+    void setShortcutCharacter(const QString &character);
+    int ShortcutMode() const;
+    void chkProperties_Click(int index);
+    void HandlePropertyCheckboxClick(int index);
+    void chkValidTranslation_Click();
+    void ReturnFocusToTranslation();
+    void rtfTranslate_GotFocus();
+    bool rtfTranslate_KeyPress(QKeyEvent *event);
+    void SelectAllOnFocus(QWidget *control);
+    void cmdInsert_Click();
+    QString InsertSpecial();
+    void cmdReport_Click();
+    StringEntryPtr CreateResultEntry();
+    QString TranslationText() const;
+
+    // Parameters.
+    void SetupParameterDisplay();
+    void SetupParameterColumns();
+    void RefreshParameters();
+    void EditParameterDefinitions();
+    void cmdEditParameterDefs_Click();
+
+    QPushButton *cmdReport;
+    QTimer *tmrFocus;
+    QGroupBox *fraTranslate;
+    QCheckBox *chkValidTranslation;
+    QPlainTextEdit *rtfTranslate;
+    QCheckBox *chkProperties[3];
+    QPushButton *cmdInsert;
+    QComboBox *cboShortcutCharacter;
+    QComboBox *cboShortcutMode;
+    QLabel *lblShortcutChar;
+    QLabel *lblProperties[3];
+    QGroupBox *fraSource;
+    QComboBox *cboOriginal;
+    QPlainTextEdit *rtfOriginal;
+    QPlainTextEdit *txtProperties;
+    QGroupBox *fraParameters;
+    QPushButton *cmdEditParameterDefs;
+    QLineEdit *txtCount;
+    QTreeWidget *lvwParameters;
+    QLabel *lblCount;
+    QLineEdit *txtDescription;
+    QLineEdit *txtId;
+    QPushButton *cmdCancel;
+    QPushButton *cmdSave;
+    QLabel *lblDescription;
+    QLabel *lblId;
+
+    StringEntryPtr m_entry;
+    bool m_saved = false;
+    bool m_activated = false;
+    QWidget *m_focusTarget = nullptr;
+    int m_maximumCount = kMaxStringId;
+    int m_lineMode = 0;
+    bool m_valid = false;
+    bool m_keepCaret = false;
+    // The entry's definitions as they were on opening; the parameter dialog edits the entry's
+    // working copy in place, so Cancel puts them back.
+    QList<ParameterDefinition> m_openingParameters;
+};
+
+} // namespace kvedit

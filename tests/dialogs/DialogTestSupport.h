@@ -1,0 +1,110 @@
+#pragma once
+// What the dialog tests share: a real in-memory workspace to take entries from, and a way to
+// work a modal dialog while its exec() runs.
+
+#include "server/Entry.h"
+#include "server/TableSet.h"
+#include "server/Workspace.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+namespace kvedit::test {
+
+struct TextSpec {
+    QString text;
+    QString description;
+    quint8 properties = 0;
+    QString shortcutCharacter;
+    quint8 shortcutMode = 0;
+    qint32 status = 0;
+};
+
+class Tables {
+public:
+    explicit Tables(int maximumCount = kMaxStringId)
+    {
+        server::WorkspaceInfo info;
+        info.name = QStringLiteral("Dialog tests");
+        info.maximumCount = maximumCount;
+        workspace = server::Workspace::CreateInMemory(info);
+        set = std::dynamic_pointer_cast<server::TableSet>(workspace->Tables());
+    }
+
+    void Put(StringId id, StringSource source, const TextSpec &spec)
+    {
+        server::Record record;
+        record.text = spec.text;
+        record.hasText = !spec.text.isEmpty();
+        record.description = spec.description;
+        record.properties = spec.properties;
+        record.shortcutCharacter = spec.shortcutCharacter;
+        record.shortcutMode = spec.shortcutMode;
+        record.status = spec.status;
+        record.revision = 1;
+        set->PutRecord(id, source, record);
+    }
+    void Put(StringId id, StringSource source, const QString &text) { Put(id, source, TextSpec{text, {}}); }
+
+    void SetParameters(StringId id, const QStringList &descriptions)
+    {
+        server::ParameterList list;
+        for (int i = 0; i < descriptions.size(); ++i)
+            list.append(ParameterDefinition(i + 1, descriptions.at(i), server::ParameterCollection::PlaceholderOf(i + 1)));
+        set->setParameters(id, list);
+    }
+
+    StringEntryPtr Entry(StringId id, StringSource source) const { return set->Entry(id, source); }
+    int MaximumCount() const { return workspace->TextServer()->MaximumCount(); }
+
+    server::WorkspacePtr workspace;
+    std::shared_ptr<server::TableSet> set;
+};
+
+inline QStringList Descriptions(const ParameterDefinitionsPtr &parameters)
+{
+    QStringList out;
+    if (parameters)
+        for (const ParameterDefinition &d : parameters->Items())
+            out << QStringLiteral("%1:%2").arg(d.Id()).arg(d.Description());
+    return out;
+}
+
+// Runs work on the modal dialog of type D as soon as it is up (within exec()), then closes it if
+// work left it open, so a failed check cannot leave the test waiting.
+template <typename D>
+void OnModal(std::function<void(D *)> work, int attempts = 0)
+{
+    QTimer::singleShot(attempts == 0 ? 0 : 5, [work, attempts] {
+        auto *dialog = qobject_cast<D *>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible()) {
+            if (attempts > 1000) {
+                qWarning("No modal %s appeared", D::staticMetaObject.className());
+                if (QWidget *other = QApplication::activeModalWidget())
+                    other->close();
+                return;
+            }
+            OnModal<D>(work, attempts + 1);
+            return;
+        }
+        work(dialog);
+        if (dialog->isVisible())
+            dialog->close();
+    });
+}
+
+template <typename T>
+T *Find(QWidget *form, const char *name)
+{
+    T *child = form->findChild<T *>(QLatin1String(name));
+    if (!child)
+        qWarning("No control %s", name);
+    return child;
+}
+
+} // namespace kvedit::test
