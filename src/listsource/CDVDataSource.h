@@ -17,7 +17,8 @@ public:
     explicit CDVDataSource(QObject *parent = nullptr);
     ~CDVDataSource() override;
 
-    // The workspace whose tables are shown (may be null: an empty list).
+    // The workspace whose tables are shown (may be null: an empty list). Setting it empties the
+    // list; TableVersion(Let) fills it.
     void setWorkspace(const ResourceWorkspacePtr &workspace);
     ResourceWorkspacePtr Workspace() const;
     StringTableSetPtr Tables() const;
@@ -30,10 +31,17 @@ public:
     QString Title() const;
 
     CStringList &StringList();
+    // Lists the ids in use in the version (and, for a translation, in the English default too).
+    // A translation without its source string is offered back to the set through AddEntry,
+    // which never replaces a record in use; it is not listed in this pass.
     void RefreshStringList();
+    // Control characters made visible: tab "\t", LF "\n", CR "\r", others removed. The loop
+    // bound is the original length, so a closing CR LF renders as "\r" and a raw LF.
     static QString RenderForDisplay(const QString &text);
+    // Milliseconds an automated run allows a message box before taking it as unanswered:
+    // 5000 on a headless platform (offscreen, minimal, no GUI application), 0 (no limit) otherwise.
     qint32 MessageTestTimeout() const;
-    void setLimit(qint32 limit);   // negative ignored, above MaximumCount cut to it
+    void setLimit(qint32 limit);   // negative ignored, above MaximumCount cut to it; 0 at start
     qint32 Limit() const;
 
     // IDVDataSource
