@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QInputDialog>
-#include <QLocale>
 #include <QImage>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPainterPath>
@@ -36,7 +36,9 @@ bool IsInteractiveSession()
     if (!qobject_cast<QApplication *>(QCoreApplication::instance()))
         return false;
     const QString platform = QGuiApplication::platformName();
-    return platform != QLatin1String("offscreen") && platform != QLatin1String("minimal");
+    // Headless platforms have nobody to click a box away; the log is the report there.
+    return platform != QLatin1String("offscreen") && platform != QLatin1String("minimal")
+           && platform != QLatin1String("minimalegl");
 }
 
 class DefaultErrorReporter final : public ErrorReporter {
