@@ -305,7 +305,17 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
         if (source == promoteFrom) {
             // The edit becomes the default's value, and the edited source's own record, now
             // superseded, is dropped so the saved text is what shows.
-            promoted.push_back({static_cast<StringSource>(source + 1), id, working});
+            std::optional<Record> value = working;
+            if (value && source + 1 == ssEnglishDefault) {
+                // A new English default text outdates the translations like any English edit.
+                const quint32 targetKey = KeyOf(ssEnglishDefault, id);
+                const auto saved = m_savedRecords.constFind(targetKey);
+                const std::optional<Record> base =
+                    saved != m_savedRecords.cend() ? *saved : m_data.sources[ssEnglishDefault].get(id);
+                value->revision = !base ? qint16(1)
+                                        : SameText(*base, *value) ? base->revision : NextRevision(base->revision);
+            }
+            promoted.push_back({static_cast<StringSource>(source + 1), id, value});
             promoted.push_back({static_cast<StringSource>(source), id, std::nullopt});
         } else {
             changes.records.push_back({static_cast<StringSource>(source), id, working});
@@ -334,15 +344,10 @@ void TableSet::Save(TableVersion version, bool saveAs)
     if (m_store)
         m_store->Write(changes);   // throws before anything in memory changes
 
-    if (promoteFrom >= 0) {
-        for (auto it = m_savedRecords.cbegin(); it != m_savedRecords.cend(); ++it) {
-            if (SourceOfKey(it.key()) != promoteFrom)
-                continue;
-            const StringId id = IdOfKey(it.key());
-            m_data.sources[promoteFrom + 1].set(id, m_data.sources[promoteFrom].get(id));
-            m_data.sources[promoteFrom].erase(id);
-        }
-    }
+    // The file now holds exactly the change set; for plain edits memory already does.
+    if (promoteFrom >= 0)
+        for (const ChangeSet::RecordChange &c : changes.records)
+            m_data.sources[c.source].set(c.id, c.record);
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
