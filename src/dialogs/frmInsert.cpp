@@ -131,7 +131,7 @@ void frmInsert::SetupColumns(const StringEntryPtr &entry)
         int space = lvwSpecial->width();
         lvwSpecial->clear();
         lvwSpecial->setHeaderLabels({QString(), QString()});
-        const ParameterDefinitionsPtr &definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
+        const ParameterDefinitionsPtr definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
         const QFontMetrics metrics = fontMetrics();
         const QString headings[2] = {QStringLiteral("Special"), QStringLiteral("Description")};
         QTreeWidgetItem *header = lvwSpecial->headerItem();
@@ -153,7 +153,7 @@ void frmInsert::SetupColumns(const StringEntryPtr &entry)
 void frmInsert::RefreshParameters(const StringEntryPtr &entry)
 {
     Reporting("frmInsert", "RefreshParameters", [&] {
-        const ParameterDefinitionsPtr &definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
+        const ParameterDefinitionsPtr definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
         for (const ParameterDefinition &definition : definitions->Items()) {
             auto *item = new QTreeWidgetItem(lvwSpecial);
             item->setData(0, kKeyRole, definitions->KeyOf(definition.Id()));

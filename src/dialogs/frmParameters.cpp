@@ -5,6 +5,7 @@
 #include "services/Services.h"
 
 #include <QLabel>
+#include <QItemSelectionModel>
 #include <QPushButton>
 #include <QTreeWidget>
 
@@ -132,7 +133,7 @@ void frmParameters::SetupParameterColumns()
         int space = lvwParameters->width();
         lvwParameters->clear();
         lvwParameters->setHeaderLabels({QString(), QString()});
-        const ParameterDefinitionsPtr &parameters = Require(Parameters(), "Parameters");
+        const ParameterDefinitionsPtr parameters = Require(Parameters(), "Parameters");
         const QFontMetrics metrics = fontMetrics();
         QTreeWidgetItem *header = lvwParameters->headerItem();
         for (int column = 0; column < 2; ++column) {
@@ -155,7 +156,7 @@ void frmParameters::RefreshParameters()
 {
     Reporting("frmParameters", "RefreshParameters", [&] {
         lvwParameters->clear();
-        const ParameterDefinitionsPtr &parameters = Require(Parameters(), "Parameters");
+        const ParameterDefinitionsPtr parameters = Require(Parameters(), "Parameters");
         for (const ParameterDefinition &definition : parameters->Items())
             AddRow(definition.Description());
         setDirty(false);
@@ -311,6 +312,9 @@ void frmParameters::DeleteParameter()
         if (!selected)
             return;
         const int index = IndexOf(selected);
+        // Qt's list would hand the selection to a neighbour by itself; the row to select next
+        // is this command's decision, so the list lets go of it first.
+        lvwParameters->selectionModel()->clear();
         delete lvwParameters->takeTopLevelItem(index - 1);
         // Renumbering and re-selection only when the list let go of the selection; otherwise
         // the rows after the deleted one keep their numbers (and are saved with them).

@@ -337,7 +337,7 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
 void frmTranslate::InitializeValues()
 {
     Reporting("frmTranslate", "InitializeValues", [&] {
-        const StringEntryPtr &entry = Require(m_entry, "entry");
+        const StringEntryPtr entry = Require(m_entry, "entry");
         SetupParameterDisplay();
         txtId->setText(QString::number(entry->Id()));
         txtDescription->setText(entry->EntryText());
@@ -390,11 +390,11 @@ void frmTranslate::InitializeValues()
 void frmTranslate::LoadOriginalsComboBox()
 {
     Reporting("frmTranslate", "LoadOriginalsComboBox", [&] {
-        const StringEntryPtr &entry = Require(m_entry, "entry");
+        const StringEntryPtr entry = Require(m_entry, "entry");
         const int source = entry->StringSource();
         const int first = (source >= ssLocalEdited && source <= ssEnglishEdited) ? source + 1 : source;
         cboOriginal->clear();
-        const StringTableSetPtr &tables = Require(entry->TextTable(), "TextTable");
+        const StringTableSetPtr tables = Require(entry->TextTable(), "TextTable");
         for (int i = first; i <= ssEnglishDefault; ++i) {
             if (!tables->HasText(entry->Id(), static_cast<StringSource>(i)))
                 continue;
@@ -407,7 +407,7 @@ void frmTranslate::LoadOriginalsComboBox()
 void frmTranslate::ShowOriginalText()
 {
     Reporting("frmTranslate", "ShowOriginalText", [&] {
-        const StringEntryPtr &entry = Require(m_entry, "entry");
+        const StringEntryPtr entry = Require(m_entry, "entry");
         const StringSource source = cboOriginal->currentIndex() < 0
                                         ? ssEnglishDefault
                                         : static_cast<StringSource>(cboOriginal->currentData().toInt());
@@ -737,7 +737,7 @@ StringEntryPtr frmTranslate::CreateResultEntry()
 {
     StringEntryPtr result;
     Reporting("frmTranslate", "CreateResultEntry", [&] {
-        const StringEntryPtr &entry = Require(m_entry, "entry");
+        const StringEntryPtr entry = Require(m_entry, "entry");
         result = entry->CreateEdited(ToStringId(txtId->text()), TrimBlanks(TranslationText()),
                                      TrimBlanks(txtDescription->text()), LineMode() == 0, AllowTab(),
                                      AllowShortcut(), ShortcutCharacter(), ShortcutMode(),

@@ -92,6 +92,12 @@ void OnModal(std::function<void(D *)> work, int attempts = 0)
             OnModal<D>(work, attempts + 1);
             return;
         }
+        // Focus handling is part of what is tested: work on an active window.
+        if (!dialog->isActiveWindow()) {
+            dialog->activateWindow();
+            if (!QTest::qWaitForWindowActive(dialog, 2000))
+                qWarning("The modal %s did not become active", D::staticMetaObject.className());
+        }
         work(dialog);
         if (dialog->isVisible())
             dialog->close();
