@@ -5,8 +5,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 
 #include <sqlite3.h>
+
+#include <utility>
 
 namespace kvedit::server {
 
@@ -104,7 +107,9 @@ sqlite3 *OpenDatabase(const QString &path, int flags)
 {
     sqlite3 *db = nullptr;
     const QByteArray name = path.isEmpty() ? QByteArrayLiteral(":memory:") : QFile::encodeName(path);
-    const int rc = sqlite3_open_v2(name.constData(), &db, flags, nullptr);
+    // Each connection belongs to one workspace on one thread, so SQLite's own locking per
+    // call is dropped: it costs more than the row decoding when a large file is loaded.
+    const int rc = sqlite3_open_v2(name.constData(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         SqliteFailure failure{rc, db ? QString::fromUtf8(sqlite3_errmsg(db)) : QString::fromUtf8(sqlite3_errstr(rc))};
         sqlite3_close(db);
@@ -152,6 +157,117 @@ CREATE TABLE symbols(
 
 } // namespace
 
+namespace {
+
+// A read-only connection that takes the file as it lies on disk: no locks, no journal or
+// write-ahead files created, so probing a foreign file leaves no trace, and a workspace in a
+// write-protected folder can still be read.
+sqlite3 *OpenUnchangeable(const QString &path)
+{
+    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded() + "?immutable=1";
+    sqlite3 *db = nullptr;
+    const int rc = sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (rc != SQLITE_OK) {
+        SqliteFailure failure{rc, db ? QString::fromUtf8(sqlite3_errmsg(db)) : QString::fromUtf8(sqlite3_errstr(rc))};
+        sqlite3_close(db);
+        throw failure;
+    }
+    sqlite3_extended_result_codes(db, 1);
+    return db;
+}
+
+struct Connection {
+    sqlite3 *db = nullptr;
+    ~Connection() { sqlite3_close(db); }
+    sqlite3 *release() { return std::exchange(db, nullptr); }
+};
+
+void Load(sqlite3 *db, const QString &shown, WorkspaceInfo &info, TableContents &contents)
+{
+    bool hasMaximum = false;
+    {
+        Statement meta(db, "SELECT key, value FROM meta");
+        while (meta.Step()) {
+            const QString key = meta.Text(0);
+            if (key == QLatin1String("name"))
+                info.name = meta.Text(1);
+            else if (key == QLatin1String("target_language"))
+                info.targetLanguage = meta.Text(1);
+            else if (key == QLatin1String("maximum_count")) {
+                info.maximumCount = meta.Int(1);
+                hasMaximum = true;
+            }
+        }
+    }
+    if (!hasMaximum || info.maximumCount < 1 || info.maximumCount > kMaxStringId)
+        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: its maximum count is missing or invalid").arg(shown));
+    if (info.targetLanguage.isEmpty())
+        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it names no target language").arg(shown));
+
+    contents.reset(info.maximumCount);
+    // Room for every id up front: untouched capacity costs address space, not memory, and the
+    // pools never move while the file is read.
+    for (SourceTable &table : contents.sources)
+        table.reserve(static_cast<size_t>(info.maximumCount));
+    Statement records(db, "SELECT source, id, text, description, properties, shortcut_character, "
+                          "shortcut_mode, revision, status FROM records");
+    while (records.Step()) {
+        const int source = records.Int(0);
+        const int id = records.Int(1);
+        if (source < 0 || source > 3 || id < 1 || id > info.maximumCount)
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
+                                          .arg(shown).arg(source).arg(id));
+        Record r;
+        r.hasText = !records.IsNull(2);
+        if (r.hasText)
+            r.text = records.Text(2);
+        r.description = records.Text(3);
+        r.properties = static_cast<quint8>(records.Int(4) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+        r.shortcutCharacter = records.Text(5);
+        const int mode = records.Int(6);
+        r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+        r.revision = static_cast<qint16>(records.Int(7));
+        r.status = records.Int(8);
+        contents.sources[source].put(id, std::move(r));
+    }
+
+    Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
+    while (parameters.Step()) {
+        const int id = parameters.Int(0);
+        if (id < 1 || id > info.maximumCount)
+            continue;
+        const int number = parameters.Int(1);
+        contents.parameters[static_cast<StringId>(id)].append(
+            ParameterDefinition(number, parameters.Text(2), QLatin1Char('%') + QString::number(number)));
+    }
+    Statement symbols(db, "SELECT id, symbol FROM symbols");
+    while (symbols.Step()) {
+        const int id = symbols.Int(0);
+        const QString symbol = symbols.Text(1);
+        if (id >= 1 && id <= info.maximumCount && !symbol.isEmpty())
+            contents.symbols.insert(static_cast<StringId>(id), symbol);
+    }
+}
+
+bool IsAccessFailure(int code)
+{
+    const int primary = code & 0xFF;
+    return primary == SQLITE_READONLY || primary == SQLITE_CANTOPEN || primary == SQLITE_PERM;
+}
+
+// Saves append to a write-ahead log that is synced on commit: one small sync per Save,
+// however large the file, and still all-or-nothing.
+void UseWriteAheadLog(sqlite3 *db)
+{
+    if (sqlite3_db_readonly(db, "main") != 0)
+        return;
+    if (sqlite3_exec(db, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr) != SQLITE_OK)
+        qCWarning(lcServer) << "write-ahead log not available:" << sqlite3_errmsg(db);
+    sqlite3_exec(db, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr);
+}
+
+} // namespace
+
 SqliteStore::SqliteStore(QString path, sqlite3 *db) : m_path(std::move(path)), m_db(db) {}
 
 SqliteStore::~SqliteStore()
@@ -195,6 +311,8 @@ std::unique_ptr<SqliteStore> SqliteStore::Create(const QString &path, const Work
         meta.Bind(2, info.maximumCount);
         meta.Run();
         Exec(db, "COMMIT");
+        if (!path.isEmpty())
+            UseWriteAheadLog(db);
     } catch (const SqliteFailure &f) {
         if (db) {
             sqlite3_close(db);
@@ -218,119 +336,56 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
     if (!fileInfo.isFile())
         throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is not a file").arg(shown));
 
+    // Prove the file is ours before any connection that could write to it touches it.
+    {
+        Connection probe;
+        try {
+            probe.db = OpenUnchangeable(path);
+        } catch (const SqliteFailure &f) {
+            throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
+        }
+        int applicationId = 0;
+        int schema = 0;
+        try {
+            applicationId = PragmaInt(probe.db, "PRAGMA application_id");
+            schema = PragmaInt(probe.db, "PRAGMA user_version");
+        } catch (const SqliteFailure &f) {
+            if ((f.code & 0xFF) == SQLITE_NOTADB)
+                throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file (%2)").arg(shown, f.message));
+            throw KvError(errStorage, QStringLiteral("Cannot read workspace file %1: %2").arg(shown, f.message));
+        }
+        if (applicationId != kApplicationId)
+            throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file").arg(shown));
+        if (schema > kSchemaVersion)
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 was written by a newer version of kvedit "
+                                                     "(schema %2; this version reads up to schema %3)")
+                                          .arg(shown).arg(schema).arg(kSchemaVersion));
+        if (schema < 1)
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it has no schema version").arg(shown));
+    }
+
     WorkspaceInfo info;
-    // Read-only until the file has proved to be ours, so a foreign or damaged file is never
-    // written to (not even by a journal rollback).
-    sqlite3 *db = nullptr;
+    Connection connection;
     try {
-        db = OpenDatabase(path, SQLITE_OPEN_READONLY);
-    } catch (const SqliteFailure &f) {
-        throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
-    }
-    struct Closer {
-        sqlite3 *&db;
-        ~Closer() { sqlite3_close(db); }
-    } closer{db};
-
-    int applicationId = 0;
-    int schema = 0;
-    try {
-        applicationId = PragmaInt(db, "PRAGMA application_id");
-        schema = PragmaInt(db, "PRAGMA user_version");
-    } catch (const SqliteFailure &f) {
-        if ((f.code & 0xFF) == SQLITE_NOTADB)
-            throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file (%2)").arg(shown, f.message));
-        throw KvError(errStorage, QStringLiteral("Cannot read workspace file %1: %2").arg(shown, f.message));
-    }
-    if (applicationId != kApplicationId)
-        throw KvError(errStorage, QStringLiteral("%1 is not a kvedit workspace file").arg(shown));
-    if (schema > kSchemaVersion)
-        throw KvError(errStorage, QStringLiteral("Workspace file %1 was written by a newer version of kvedit "
-                                                 "(schema %2; this version reads up to schema %3)")
-                                      .arg(shown).arg(schema).arg(kSchemaVersion));
-    if (schema < 1)
-        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it has no schema version").arg(shown));
-
-    try {
-        bool hasMaximum = false;
-        {
-            Statement meta(db, "SELECT key, value FROM meta");
-            while (meta.Step()) {
-                const QString key = meta.Text(0);
-                if (key == QLatin1String("name"))
-                    info.name = meta.Text(1);
-                else if (key == QLatin1String("target_language"))
-                    info.targetLanguage = meta.Text(1);
-                else if (key == QLatin1String("maximum_count")) {
-                    info.maximumCount = meta.Int(1);
-                    hasMaximum = true;
-                }
-            }
-        }
-        if (!hasMaximum || info.maximumCount < 1 || info.maximumCount > kMaxStringId)
-            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: its maximum count is missing or invalid").arg(shown));
-        if (info.targetLanguage.isEmpty())
-            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it names no target language").arg(shown));
-
-        contents.reset(info.maximumCount);
-        {
-            Statement count(db, "SELECT source, count(*) FROM records GROUP BY source");
-            while (count.Step())
-                if (count.Int(0) >= 0 && count.Int(0) <= 3)
-                    contents.sources[count.Int(0)].reserve(static_cast<size_t>(count.Int(1)));
-        }
-        Statement records(db, "SELECT source, id, text, description, properties, shortcut_character, "
-                              "shortcut_mode, revision, status FROM records");
-        while (records.Step()) {
-            const int source = records.Int(0);
-            const int id = records.Int(1);
-            if (source < 0 || source > 3 || id < 1 || id > info.maximumCount)
-                throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
-                                              .arg(shown).arg(source).arg(id));
-            Record r;
-            r.hasText = !records.IsNull(2);
-            if (r.hasText)
-                r.text = records.Text(2);
-            r.description = records.Text(3);
-            r.properties = static_cast<quint8>(records.Int(4) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
-            r.shortcutCharacter = records.Text(5);
-            const int mode = records.Int(6);
-            r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
-            r.revision = static_cast<qint16>(records.Int(7));
-            r.status = records.Int(8);
-            contents.sources[source].put(id, std::move(r));
-        }
-
-        Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
-        while (parameters.Step()) {
-            const int id = parameters.Int(0);
-            if (id < 1 || id > info.maximumCount)
-                continue;
-            const int number = parameters.Int(1);
-            contents.parameters[static_cast<StringId>(id)].append(
-                ParameterDefinition(number, parameters.Text(2), QLatin1Char('%') + QString::number(number)));
-        }
-        Statement symbols(db, "SELECT id, symbol FROM symbols");
-        while (symbols.Step()) {
-            const int id = symbols.Int(0);
-            const QString symbol = symbols.Text(1);
-            if (id >= 1 && id <= info.maximumCount && !symbol.isEmpty())
-                contents.symbols.insert(static_cast<StringId>(id), symbol);
+        try {
+            // Falls back to read-only for a write-protected file; Save then fails cleanly.
+            connection.db = OpenDatabase(path, SQLITE_OPEN_READWRITE);
+            Load(connection.db, shown, info, contents);
+        } catch (const SqliteFailure &f) {
+            if (!IsAccessFailure(f.code))
+                throw;
+            // A write-protected folder: read the file as it is; it cannot be saved.
+            qCInfo(lcServer) << "opening" << path << "unchangeable:" << f.message;
+            sqlite3_close(connection.release());
+            connection.db = OpenUnchangeable(path);
+            Load(connection.db, shown, info, contents);
         }
     } catch (const SqliteFailure &f) {
         throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged or unreadable: %2").arg(shown, f.message));
     }
+    UseWriteAheadLog(connection.db);
 
-    sqlite3_close(db);
-    db = nullptr;
-    sqlite3 *writer = nullptr;
-    try {
-        // Falls back to read-only when the file is write-protected; Save then fails cleanly.
-        writer = OpenDatabase(path, SQLITE_OPEN_READWRITE);
-    } catch (const SqliteFailure &f) {
-        throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
-    }
-    auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, writer));
+    auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, connection.release()));
     store->m_info = info;
     return store;
 }

@@ -365,12 +365,14 @@ void TestWorkspaceFile::openRefuses()
         path = PathOf("no/such/folder/file.kvw");
     }
     const QByteArray before = Digest(path);
+    const QStringList filesBefore = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
 
     const KvError error = OpenError(path);
     QCOMPARE(error.Number(), number);
     QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
     QVERIFY2(error.Description().contains(reason, Qt::CaseInsensitive), qPrintable(error.Description()));
     QCOMPARE(Digest(path), before);   // nothing written
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), filesBefore);   // nor left beside it
 }
 
 void TestWorkspaceFile::openRefusesUnreadableDirectory()
