@@ -132,7 +132,7 @@ bool TableSet::IdInUse(StringId id, kvedit::StringSource source) const
 StringEntryPtr TableSet::Entry(StringId id, kvedit::StringSource source) const
 {
     const Record *r = Resolve(id, source);
-    return MakeEntry(id, source, r ? *r : Record());
+    return r ? MakeEntry(id, source, *r) : BlankEntry(id, source);
 }
 
 QString TableSet::Text(StringId id, kvedit::StringSource source) const
@@ -186,7 +186,18 @@ StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, con
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
-    return MakeEntry(id, source, Record());
+    Record blank;
+    if (source != ssEnglishDefault) {
+        // A translation not yet written takes over how the string is to be written: a
+        // multi-line English text needs a multi-line translation, and the description explains
+        // the string to the translator. Text, status and the shortcut character stay its own.
+        if (const Record *english = m_data.sources[ssEnglishDefault].find(id)) {
+            blank.description = english->description;
+            blank.properties = english->properties;
+            blank.shortcutMode = english->shortcutMode;
+        }
+    }
+    return MakeEntry(id, source, blank);
 }
 
 void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record)

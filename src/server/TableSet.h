@@ -54,7 +54,9 @@ public:
     StringId IdOfSymbol(const QString &symbol) const;
     // How many records a source holds itself.
     int RecordCount(kvedit::StringSource source) const;
-    // A blank entry (no record behind it) of an id and source.
+    // The entry of an id a source has no record for (nor its default): no text, revision 0, not
+    // approved; a translation takes the description, text properties and shortcut mode of the
+    // English default so it is written the same way.
     StringEntryPtr BlankEntry(StringId id, kvedit::StringSource source) const;
 
     // The fixed name of a source ("Local Edited"); empty outside 0..3.

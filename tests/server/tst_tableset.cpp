@@ -79,6 +79,7 @@ private slots:
     void idInUseLooksOnlyAtTheSource();
     void blankEntryForUnusedId_data();
     void blankEntryForUnusedId();
+    void missingTranslationIsWrittenLikeTheEnglish();
     void entryOfEditedSourceUsesFallbackValues();
     void serverAndLanguages();
     void englishChangeMakesTranslationsOutOfDate();
@@ -224,6 +225,33 @@ void TestTableSet::blankEntryForUnusedId()
     }
     QVERIFY(!f.set->IdInUse(42, StringSource(source)));
     QVERIFY(!f.set->Modified());
+}
+
+void TestTableSet::missingTranslationIsWrittenLikeTheEnglish()
+{
+    Fixture f;
+    Record english = MakeRecord("&First line\nSecond\tline", 3);
+    english.description = "Welcome text";
+    english.properties = tpAllowShortcut | tpMultipleLines | tpAllowTab;
+    english.shortcutCharacter = "F";
+    english.shortcutMode = 2;
+    f.Saved(15, ssEnglishDefault, english);
+
+    const TextServerPtr server = f.ws->TextServer();
+    // English Edited has no entry of its own here: it falls back to the English default.
+    for (const StringEntryPtr &e : {f.set->Entry(15, ssLocalEdited), f.set->Entry(15, ssLocalDefault),
+                                    server->CreateEntry(f.set, 15, ssLocalEdited),
+                                    server->CreateEntry(f.set, 15, ssLocalDefault),
+                                    server->CreateEntry(f.set, 15, ssEnglishEdited)}) {
+        QCOMPARE(e->EntryText(), QString("Welcome text"));
+        QVERIFY(e->Property(tpMultipleLines) && e->TabsAllowed() && e->Property(tpAllowShortcut));
+        QCOMPARE(e->ShortcutMode(), 2);
+        QCOMPARE(e->ShortcutCharacter(), QString());
+        QCOMPARE(e->Text(), QString());
+        QVERIFY(!e->Status(sfApproved));
+    }
+    QCOMPARE(f.set->Entry(15, ssEnglishEdited)->Text(), english.text);
+    QCOMPARE(server->CreateEntry(f.set, 15, ssEnglishDefault)->EntryText(), QString());
 }
 
 void TestTableSet::entryOfEditedSourceUsesFallbackValues()
