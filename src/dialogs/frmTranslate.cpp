@@ -280,8 +280,12 @@ void frmTranslate::CreateControls()
     resize(designed.expandedTo(minimumSizeHint()));
     // Lay the controls out now: the parameter columns are sized from the list's width before the
     // dialog is first shown.
+    // Hidden widgets get no resize events, so each frame's own layout is activated as well.
     ensurePolished();
     layout()->activate();
+    for (QWidget *child : findChildren<QWidget *>())
+        if (child->layout())
+            child->layout()->activate();
 }
 
 void frmTranslate::Form_Load()

@@ -77,6 +77,16 @@ inline QStringList Descriptions(const ParameterDefinitionsPtr &parameters)
 
 // Runs work on the modal dialog of type D as soon as it is up (within exec()), then closes it if
 // work left it open, so a failed check cannot leave the test waiting.
+// Gives the activation back to a window after a modal child closed, as a window manager does;
+// the offscreen platform leaves no window active then.
+inline bool Reactivate(QWidget *window)
+{
+    if (window->isActiveWindow())
+        return true;
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window, 2000);
+}
+
 template <typename D>
 void OnModal(std::function<void(D *)> work, int attempts = 0)
 {
@@ -93,11 +103,8 @@ void OnModal(std::function<void(D *)> work, int attempts = 0)
             return;
         }
         // Focus handling is part of what is tested: work on an active window.
-        if (!dialog->isActiveWindow()) {
-            dialog->activateWindow();
-            if (!QTest::qWaitForWindowActive(dialog, 2000))
-                qWarning("The modal %s did not become active", D::staticMetaObject.className());
-        }
+        if (!Reactivate(dialog))
+            qWarning("The modal %s did not become active", D::staticMetaObject.className());
         work(dialog);
         if (dialog->isVisible())
             dialog->close();
