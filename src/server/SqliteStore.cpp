@@ -381,6 +381,9 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
             Load(connection.db, shown, info, contents);
         }
     } catch (const SqliteFailure &f) {
+        const int primary = f.code & 0xFF;
+        if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED)
+            throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is locked by another program: %2").arg(shown, f.message));
         throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged or unreadable: %2").arg(shown, f.message));
     }
     UseWriteAheadLog(connection.db);
