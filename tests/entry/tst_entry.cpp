@@ -101,6 +101,8 @@ private slots:
             StringEntryPtr e = tables->Entry(2, ssLocalEdited);
             tables->StoreEntry(e->CreateEdited(2, QStringLiteral("Text 2 (de)"), QString(), false, false, false,
                                                QString(), 0, e->ParameterDefinitions(), true));
+            // The store bypassed the window's commands, so bring the menus up to date first.
+            form->UpdateMenuState();
             if (save)
                 form->findChild<QAction *>(QStringLiteral("mnuFileItem_2"))->trigger();
             form->close();
