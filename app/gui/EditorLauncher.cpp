@@ -1,5 +1,6 @@
 #include "gui/EditorLauncher.h"
 
+#include "dataview/UCKvDataView.h"
 #include "editor/frmEdit.h"
 #include "entry/CGlobals.h"
 #include "server/Workspace.h"
@@ -8,8 +9,10 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QTableView>
 #include <QTimer>
 
 #include <cstdio>
@@ -47,6 +50,39 @@ void PrintError(const QString &text)
 {
     std::fprintf(stderr, "kvedit: %s\n", qPrintable(text));
 }
+
+// Started while the program is loaded, before main.
+const QElapsedTimer g_started = [] {
+    QElapsedTimer t;
+    t.start();
+    return t;
+}();
+
+// KVEDIT_EXIT_WHEN_SHOWN=1 (benchmarks): once the editor's list has been painted with its rows,
+// print how long after start that was and close the editor as the user would.
+class ExitWhenShown final : public QObject {
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (m_done || event->type() != QEvent::Paint || !watched->isWidgetType())
+            return false;
+        QWidget *view = static_cast<QWidget *>(watched)->parentWidget();
+        const auto *list = view ? qobject_cast<UCKvDataView *>(view->parentWidget()) : nullptr;
+        if (!list || list->TableView()->viewport() != watched || !list->Activated())
+            return false;
+        m_done = true;
+        QWidget *window = list->window();
+        QTimer::singleShot(0, window, [window] {
+            std::printf("kvedit: shown after %.1f ms\n", g_started.nsecsElapsed() / 1e6);
+            std::fflush(stdout);
+            window->close();
+        });
+        return false;
+    }
+
+private:
+    bool m_done = false;
+};
 
 } // namespace
 
@@ -154,6 +190,10 @@ int RunEditor(int argc, char **argv)
         std::printf("kvedit: wrote %s\n", qPrintable(QDir::toNativeSeparators(file)));
         return 0;
     }
+
+    ExitWhenShown exitWhenShown;
+    if (qEnvironmentVariableIntValue("KVEDIT_EXIT_WHEN_SHOWN") == 1)
+        app.installEventFilter(&exitWhenShown);
 
     ResourceWorkspacePtr rfw = workspace;
     CGlobals globals;
