@@ -1,0 +1,323 @@
+#include "BenchResults.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kvedit::bench {
+
+namespace {
+
+std::vector<double> Sorted(const std::vector<double> &samples)
+{
+    std::vector<double> s = samples;
+    std::sort(s.begin(), s.end());
+    return s;
+}
+
+QString Figure(double value, const QString &unit)
+{
+    if (std::isnan(value))
+        return QStringLiteral("-");
+    if (unit == QLatin1String("MB"))
+        return QString::number(value, 'f', 1);
+    if (value < 10)
+        return QString::number(value, 'f', 2);
+    if (value < 1000)
+        return QString::number(value, 'f', 1);
+    return QString::number(value, 'f', 0);
+}
+
+QString Cell(const QString &text, int width, bool right = true)
+{
+    return right ? text.rightJustified(width) : text.leftJustified(width);
+}
+
+QString TargetText(const Series &s)
+{
+    const std::optional<bool> met = s.MeetsTarget();
+    if (!met)
+        return QString();
+    return QStringLiteral("< %1 %2 %3").arg(Figure(s.target->limit, s.unit), s.unit, *met ? QStringLiteral("ok") : QStringLiteral("MISSED"));
+}
+
+} // namespace
+
+double Series::Median() const
+{
+    if (samples.empty())
+        return std::nan("");
+    const std::vector<double> s = Sorted(samples);
+    const size_t n = s.size();
+    return n % 2 ? s[n / 2] : (s[n / 2 - 1] + s[n / 2]) / 2;
+}
+
+double Series::Min() const
+{
+    return samples.empty() ? std::nan("") : *std::min_element(samples.begin(), samples.end());
+}
+
+double Series::Max() const
+{
+    return samples.empty() ? std::nan("") : *std::max_element(samples.begin(), samples.end());
+}
+
+std::optional<bool> Series::MeetsTarget() const
+{
+    if (!target || target->atStrings != strings || samples.empty())
+        return std::nullopt;
+    return Median() < target->limit;
+}
+
+Series &Results::At(const QString &operation, int strings, const QString &unit)
+{
+    for (Series &s : m_series)
+        if (s.operation == operation && s.strings == strings)
+            return s;
+    Series s;
+    s.operation = operation;
+    s.strings = strings;
+    s.unit = unit;
+    m_series.push_back(std::move(s));
+    return m_series.back();
+}
+
+const Series *Results::Find(const QString &operation, int strings) const
+{
+    for (const Series &s : m_series)
+        if (s.operation == operation && s.strings == strings)
+            return &s;
+    return nullptr;
+}
+
+QStringList Results::Operations() const
+{
+    QStringList out;
+    for (const Series &s : m_series)
+        if (!out.contains(s.operation))
+            out.append(s.operation);
+    return out;
+}
+
+QList<int> Results::Sizes() const
+{
+    QList<int> out;
+    for (const Series &s : m_series)
+        if (!out.contains(s.strings))
+            out.append(s.strings);
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+QString Results::Table() const
+{
+    int nameWidth = 9;
+    for (const Series &s : m_series)
+        nameWidth = std::max(nameWidth, static_cast<int>(s.operation.size()));
+    QString out;
+    const auto line = [&](const QStringList &cells) {
+        out += Cell(cells[0], nameWidth, false) + QStringLiteral("  ") + Cell(cells[1], 7) + Cell(cells[2], 10)
+               + Cell(cells[3], 10) + Cell(cells[4], 10) + QStringLiteral("  ") + Cell(cells[5], 4, false)
+               + Cell(cells[6], 5) + QStringLiteral("  ") + cells[7];
+        out = out.trimmed() + QLatin1Char('\n');
+    };
+    line({QStringLiteral("operation"), QStringLiteral("strings"), QStringLiteral("median"), QStringLiteral("min"),
+          QStringLiteral("max"), QStringLiteral("unit"), QStringLiteral("runs"), QStringLiteral("target")});
+    out += QString(nameWidth + 52, u'-') + QLatin1Char('\n');
+    // Grouped by operation, sizes ascending, so the growth of a figure reads down the table.
+    for (const QString &operation : Operations()) {
+        for (const int size : Sizes()) {
+            const Series *s = Find(operation, size);
+            if (!s || s->Empty())
+                continue;
+            line({s->operation, QString::number(s->strings), Figure(s->Median(), s->unit), Figure(s->Min(), s->unit),
+                  Figure(s->Max(), s->unit), s->unit, QString::number(s->samples.size()), TargetText(*s)});
+        }
+    }
+    return out;
+}
+
+QString Results::GrowthTable() const
+{
+    const QList<int> sizes = Sizes();
+    if (sizes.size() < 2)
+        return QStringLiteral("Growth needs at least two sizes.\n");
+    int nameWidth = 9;
+    for (const QString &op : Operations())
+        nameWidth = std::max(nameWidth, static_cast<int>(op.size()));
+
+    QString out;
+    QString head = Cell(QStringLiteral("operation (median)"), nameWidth, false) + QStringLiteral("  ");
+    for (const int size : sizes)
+        head += Cell(QString::number(size), 10);
+    head += Cell(QStringLiteral("growth"), 9) + Cell(QStringLiteral("strings"), 9) + Cell(QStringLiteral("exponent"), 10)
+            + QStringLiteral("  verdict");
+    out += head + QLatin1Char('\n') + QString(head.size() + 8, u'-') + QLatin1Char('\n');
+
+    for (const QString &operation : Operations()) {
+        QString row = Cell(operation, nameWidth, false) + QStringLiteral("  ");
+        const Series *first = nullptr;
+        const Series *last = nullptr;
+        for (const int size : sizes) {
+            const Series *s = Find(operation, size);
+            if (s && !s->Empty()) {
+                if (!first)
+                    first = s;
+                last = s;
+            }
+            row += Cell(s && !s->Empty() ? Figure(s->Median(), s->unit) : QStringLiteral("-"), 10);
+        }
+        if (first && last && first != last && first->Median() > 0) {
+            const double growth = last->Median() / first->Median();
+            const double stringsRatio = double(last->strings) / first->strings;
+            const double exponent = std::log(growth) / std::log(stringsRatio);
+            // A quarter above proportional still counts as linear: repeated runs on a shared
+            // machine scatter that much, and fixed costs keep small sizes from being exact.
+            QString verdict;
+            if (growth <= stringsRatio * 1.25)
+                verdict = exponent < 0.25 ? QStringLiteral("flat") : QStringLiteral("at most linear");
+            else
+                verdict = QStringLiteral("FASTER THAN LINEAR");
+            row += Cell(QStringLiteral("x%1").arg(growth, 0, 'f', 1), 9) + Cell(QStringLiteral("x%1").arg(stringsRatio, 0, 'f', 1), 9)
+                   + Cell(QString::number(exponent, 'f', 2), 10) + QStringLiteral("  ") + verdict;
+        }
+        out += row.trimmed() + QLatin1Char('\n');
+    }
+    out += QStringLiteral("growth: the largest size's median over the smallest's; strings: the same for the number of\n"
+                          "strings; exponent: log(growth) / log(strings ratio), 1 for linear growth, 0 for none.\n");
+    return out;
+}
+
+QString Results::Comparison(const Results &before) const
+{
+    int nameWidth = 9;
+    for (const Series &s : m_series)
+        nameWidth = std::max(nameWidth, static_cast<int>(s.operation.size()));
+    QString out;
+    out += Cell(QStringLiteral("operation"), nameWidth, false) + QStringLiteral("  ") + Cell(QStringLiteral("strings"), 7)
+           + Cell(QStringLiteral("before"), 10) + Cell(QStringLiteral("now"), 10) + Cell(QStringLiteral("change"), 9)
+           + QLatin1Char('\n');
+    out += QString(nameWidth + 38, u'-') + QLatin1Char('\n');
+    for (const QString &operation : Operations()) {
+        for (const int size : Sizes()) {
+            const Series *now = Find(operation, size);
+            const Series *then = before.Find(operation, size);
+            if (!now || now->Empty())
+                continue;
+            QString change;
+            if (then && !then->Empty() && then->Median() > 0)
+                change = QStringLiteral("%1%2%").arg(now->Median() >= then->Median() ? QStringLiteral("+") : QString())
+                             .arg((now->Median() / then->Median() - 1) * 100, 0, 'f', 0);
+            out += Cell(operation, nameWidth, false) + QStringLiteral("  ") + Cell(QString::number(size), 7)
+                   + Cell(then && !then->Empty() ? Figure(then->Median(), then->unit) : QStringLiteral("-"), 10)
+                   + Cell(Figure(now->Median(), now->unit), 10) + Cell(change, 9) + QLatin1Char('\n');
+        }
+    }
+    out += QStringLiteral("before: %1 on %2 (%3 cores)\n").arg(before.info.date, before.info.host).arg(before.info.cores);
+    return out;
+}
+
+QByteArray Results::ToJson() const
+{
+    QJsonObject run;
+    run[QStringLiteral("date")] = info.date;
+    run[QStringLiteral("host")] = info.host;
+    run[QStringLiteral("cores")] = info.cores;
+    run[QStringLiteral("qt")] = info.qtVersion;
+    run[QStringLiteral("build")] = info.buildType;
+    run[QStringLiteral("platform")] = info.platform;
+    run[QStringLiteral("repeats")] = info.repeats;
+    QJsonArray sizes;
+    for (const int s : info.sizes)
+        sizes.append(s);
+    run[QStringLiteral("sizes")] = sizes;
+
+    QJsonArray results;
+    for (const Series &s : m_series) {
+        if (s.Empty())
+            continue;
+        QJsonObject o;
+        o[QStringLiteral("operation")] = s.operation;
+        o[QStringLiteral("strings")] = s.strings;
+        o[QStringLiteral("unit")] = s.unit;
+        o[QStringLiteral("median")] = s.Median();
+        o[QStringLiteral("min")] = s.Min();
+        o[QStringLiteral("max")] = s.Max();
+        QJsonArray samples;
+        for (const double v : s.samples)
+            samples.append(v);
+        o[QStringLiteral("samples")] = samples;
+        if (s.target) {
+            o[QStringLiteral("target")] = s.target->limit;
+            o[QStringLiteral("targetStrings")] = s.target->atStrings;
+            if (const std::optional<bool> met = s.MeetsTarget())
+                o[QStringLiteral("targetMet")] = *met;
+        }
+        if (!s.note.isEmpty())
+            o[QStringLiteral("note")] = s.note;
+        results.append(o);
+    }
+    QJsonObject root;
+    root[QStringLiteral("run")] = run;
+    root[QStringLiteral("results")] = results;
+    return QJsonDocument(root).toJson(QJsonDocument::Indented);
+}
+
+std::optional<Results> Results::FromJson(const QByteArray &json, QString *error)
+{
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(json, &parseError);
+    if (!doc.isObject()) {
+        if (error)
+            *error = parseError.errorString();
+        return std::nullopt;
+    }
+    const QJsonObject root = doc.object();
+    Results r;
+    const QJsonObject run = root.value(QStringLiteral("run")).toObject();
+    r.info.date = run.value(QStringLiteral("date")).toString();
+    r.info.host = run.value(QStringLiteral("host")).toString();
+    r.info.cores = run.value(QStringLiteral("cores")).toInt();
+    r.info.qtVersion = run.value(QStringLiteral("qt")).toString();
+    r.info.buildType = run.value(QStringLiteral("build")).toString();
+    r.info.platform = run.value(QStringLiteral("platform")).toString();
+    r.info.repeats = run.value(QStringLiteral("repeats")).toInt();
+    for (const QJsonValue v : run.value(QStringLiteral("sizes")).toArray())
+        r.info.sizes.append(v.toInt());
+    for (const QJsonValue v : root.value(QStringLiteral("results")).toArray()) {
+        const QJsonObject o = v.toObject();
+        Series &s = r.At(o.value(QStringLiteral("operation")).toString(), o.value(QStringLiteral("strings")).toInt(),
+                         o.value(QStringLiteral("unit")).toString(QStringLiteral("ms")));
+        for (const QJsonValue sample : o.value(QStringLiteral("samples")).toArray())
+            s.samples.push_back(sample.toDouble());
+        if (o.contains(QStringLiteral("target")))
+            s.target = Target{o.value(QStringLiteral("target")).toDouble(), o.value(QStringLiteral("targetStrings")).toInt()};
+        s.note = o.value(QStringLiteral("note")).toString();
+    }
+    if (r.m_series.empty()) {
+        if (error)
+            *error = QStringLiteral("no results in the file");
+        return std::nullopt;
+    }
+    return r;
+}
+
+double PeakResidentMegabytes()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:")) {
+            const QByteArray kb = line.mid(6).trimmed().split(' ').value(0);
+            return kb.toDouble() / 1024.0;
+        }
+    }
+    return 0;
+}
+
+} // namespace kvedit::bench

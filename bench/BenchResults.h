@@ -1,0 +1,78 @@
+#pragma once
+// What a benchmark run collects: for every operation and workspace size the repeated samples,
+// with the median, minimum and maximum taken from them; printed as one table and kept as JSON
+// so that a later run can be set beside it.
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <deque>
+#include <vector>
+
+namespace kvedit::bench {
+
+// A figure the operation should stay below at the largest size.
+struct Target {
+    double limit = 0;      // in the series' unit
+    int atStrings = 0;     // the size the limit applies to
+};
+
+struct Series {
+    QString operation;
+    int strings = 0;
+    QString unit;          // "ms" or "MB"
+    std::vector<double> samples;
+    std::optional<Target> target;
+    QString note;          // what was measured, when the name alone does not say
+
+    double Median() const;
+    double Min() const;
+    double Max() const;
+    bool Empty() const { return samples.empty(); }
+    // True when the median stays below the target at the target's size; nullopt when no target
+    // applies to this size.
+    std::optional<bool> MeetsTarget() const;
+};
+
+struct RunInfo {
+    QString date;          // ISO 8601, UTC
+    QString host;
+    int cores = 0;
+    QString qtVersion;
+    QString buildType;
+    QString platform;
+    int repeats = 0;
+    QList<int> sizes;
+};
+
+class Results {
+public:
+    RunInfo info;
+
+    // The series of one operation at one size, created on first use; operations keep the order
+    // in which they were first met, so the table reads in the order things were measured.
+    Series &At(const QString &operation, int strings, const QString &unit = QStringLiteral("ms"));
+    const Series *Find(const QString &operation, int strings) const;
+    QStringList Operations() const;
+    QList<int> Sizes() const;
+    const std::deque<Series> &All() const { return m_series; }
+
+    // One table: operation, size, median, min, max, runs, and the target where one applies.
+    QString Table() const;
+    // How each figure grows from the smallest to the largest size, against linear growth.
+    QString GrowthTable() const;
+    // This run beside an earlier one: the median then and now, and the change.
+    QString Comparison(const Results &before) const;
+
+    QByteArray ToJson() const;
+    static std::optional<Results> FromJson(const QByteArray &json, QString *error = nullptr);
+
+private:
+    std::deque<Series> m_series;   // a deque, so references from At stay valid as series are added
+};
+
+// Peak resident memory of this process so far, in MB (VmHWM); 0 when unknown.
+double PeakResidentMegabytes();
+
+} // namespace kvedit::bench

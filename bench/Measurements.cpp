@@ -1,0 +1,574 @@
+#include "Measurements.h"
+
+#include "SyntheticWorkspace.h"
+
+#include "dataview/UCKvDataView.h"
+#include "editor/frmEdit.h"
+#include "entry/CGlobals.h"
+#include "listsource/CDVDataSource.h"
+#include "server/Workspace.h"
+#include "services/Services.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QScrollBar>
+#include <QTableView>
+#include <QTimer>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char **environ;
+
+namespace kvedit::bench {
+
+namespace {
+
+// The table version the editor is timed on. The Local Default lists every string that has a
+// translation record, which the synthetic workspaces give every string; the Local Edited lists
+// only the strings with a local edit of their own.
+constexpr TableVersion kVersion = ssLocalDefault;
+
+double Ms(const QElapsedTimer &t) { return static_cast<double>(t.nsecsElapsed()) / 1e6; }
+
+void Progress(const QString &text)
+{
+    std::fprintf(stderr, "  %s\n", qPrintable(text));
+    std::fflush(stderr);
+}
+
+// Answers the editor's boxes: every input box with a fixed text, every confirmation with OK;
+// notices are kept so that a search can be checked to have passed every row.
+class ScriptedPrompts final : public UserPrompts {
+public:
+    QString inputAnswer;
+    QStringList notices;
+
+    bool Confirm(QWidget *, const QString &) override { return true; }
+    void Notify(QWidget *, const QString &text) override { notices.append(text); }
+    QString Input(QWidget *, const QString &, const QString &, const QString &, const QPoint &) override
+    {
+        return inputAnswer;
+    }
+    void Beep() override {}
+};
+
+std::shared_ptr<ScriptedPrompts> InstallPrompts()
+{
+    auto prompts = std::make_shared<ScriptedPrompts>();
+    Services().prompts = prompts;
+    return prompts;
+}
+
+// Watches for the first paint of a resource list whose rows are loaded, in any window, and
+// calls back once that paint has reached the screen (the next turn of the event loop).
+class ListPaintWatcher final : public QObject {
+public:
+    explicit ListPaintWatcher(std::function<void(QWidget *window)> painted) : m_painted(std::move(painted))
+    {
+        qApp->installEventFilter(this);
+    }
+    ~ListPaintWatcher() override { qApp->removeEventFilter(this); }
+    bool Fired() const { return m_fired; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (m_fired || event->type() != QEvent::Paint || !watched->isWidgetType())
+            return false;
+        auto *viewport = static_cast<QWidget *>(watched);
+        QWidget *view = viewport->parentWidget();
+        auto *list = view ? qobject_cast<UCKvDataView *>(view->parentWidget()) : nullptr;
+        if (!list || list->TableView()->viewport() != viewport || !list->Activated())
+            return false;
+        m_fired = true;
+        QWidget *window = viewport->window();
+        QTimer::singleShot(0, window, [this, window] { m_painted(window); });
+        return false;
+    }
+
+private:
+    std::function<void(QWidget *)> m_painted;
+    bool m_fired = false;
+};
+
+void Settle()
+{
+    for (int i = 0; i < 3; ++i)
+        QApplication::processEvents();
+}
+
+// A shown editor window on the workspace with its list loaded and painted, as after opening.
+std::unique_ptr<frmEdit> ShowEditor(const ResourceWorkspacePtr &workspace, TableVersion version)
+{
+    auto form = std::make_unique<frmEdit>();
+    form->Prepare(workspace, version);
+    form->show();
+    Settle();
+    form->Form_Activate();
+    Settle();
+    return form;
+}
+
+// Scrolls the list page by page from the top to the bottom, each page made current and painted
+// before the next; returns the time of every frame.
+std::vector<double> PageThrough(frmEdit &form)
+{
+    UCKvDataView *list = form.DataView();
+    QTableView *view = list->TableView();
+    QScrollBar *bar = view->verticalScrollBar();
+    const int rows = view->model()->rowCount();
+    const int page = list->VisibleRows();
+    bar->setValue(0);
+    list->setCurrentRecord(1);
+    view->viewport()->repaint();
+    QApplication::processEvents();
+
+    std::vector<double> frames;
+    for (int top = page; top < rows; top += page) {
+        QElapsedTimer t;
+        t.start();
+        bar->setValue(top);
+        list->setCurrentRecord(top + 1);
+        view->viewport()->repaint();
+        QApplication::processEvents();   // the status bar, the scroll bar, the flush
+        frames.push_back(Ms(t));
+    }
+    return frames;
+}
+
+StringEntryPtr Edited(const StringEntryPtr &entry, const QString &text)
+{
+    return entry->CreateEdited(entry->Id(), text, entry->EntryText(), entry->Property(tpMultipleLines),
+                               entry->Property(tpAllowTab), entry->Property(tpAllowShortcut), entry->ShortcutCharacter(),
+                               entry->ShortcutMode(), entry->ParameterDefinitions(), true);
+}
+
+// Stores an edit of every listed string in the table version through the table set, as a bulk
+// change does (the editor's own command refreshes the whole list after each single edit).
+void StoreEveryString(frmEdit &form, TableVersion version, int round)
+{
+    const StringTableSetPtr tables = form.DataSource()->Tables();
+    CStringList &list = form.DataSource()->StringList();
+    const QString mark = QStringLiteral(" [%1]").arg(round);
+    for (int row = 1; row <= list.Count(); ++row) {
+        const auto id = static_cast<StringId>(list.Value(row));
+        const StringEntryPtr entry = tables->Entry(id, version);
+        tables->StoreEntry(Edited(entry, tables->Text(id, ssEnglishDefault) + mark));
+    }
+}
+
+// kvedit run as a user starts it, timed from the spawn to the line in which it reports its
+// window shown; the child's peak memory comes from the kernel when it has exited.
+struct ChildRun {
+    bool ok = false;
+    double markerMs = 0;
+    double peakMb = 0;
+    int exitCode = -1;
+    QByteArray output;
+};
+
+ChildRun RunChild(const QString &program, const QStringList &arguments, const QList<QByteArray> &environment,
+                  const QByteArray &marker, int timeoutMs)
+{
+    ChildRun run;
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0)
+        return run;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, fds[1], 2);
+
+    const QByteArray path = QFile::encodeName(program);
+    QList<QByteArray> args{path};
+    for (const QString &a : arguments)
+        args.append(a.toLocal8Bit());
+    std::vector<char *> argv;
+    for (QByteArray &a : args)
+        argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    QList<QByteArray> env;
+    for (char **e = environ; *e; ++e) {
+        const QByteArray entry(*e);
+        const QByteArray name = entry.left(entry.indexOf('=') + 1);
+        bool replaced = false;
+        for (const QByteArray &o : environment)
+            replaced = replaced || o.startsWith(name);
+        if (!replaced)
+            env.append(entry);
+    }
+    env.append(environment);
+    std::vector<char *> envp;
+    for (QByteArray &e : env)
+        envp.push_back(e.data());
+    envp.push_back(nullptr);
+
+    QElapsedTimer t;
+    t.start();
+    pid_t pid = 0;
+    const int rc = posix_spawn(&pid, path.constData(), &actions, nullptr, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(fds[1]);
+    if (rc != 0) {
+        close(fds[0]);
+        run.output = QByteArray("cannot start ") + path + ": " + std::strerror(rc);
+        return run;
+    }
+
+    bool seen = false;
+    for (;;) {
+        pollfd p{fds[0], POLLIN, 0};
+        const int left = timeoutMs - static_cast<int>(t.elapsed());
+        if (left <= 0 || poll(&p, 1, left) <= 0) {
+            kill(pid, SIGKILL);
+            run.output += "\n(timed out)";
+            break;
+        }
+        char buffer[4096];
+        const ssize_t n = read(fds[0], buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        run.output.append(buffer, n);
+        if (!seen && run.output.contains(marker)) {
+            seen = true;
+            run.markerMs = Ms(t);
+        }
+    }
+    close(fds[0]);
+    int status = 0;
+    rusage usage{};
+    while (wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) {
+    }
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.peakMb = static_cast<double>(usage.ru_maxrss) / 1024.0;
+    run.ok = seen && run.exitCode == 0;
+    return run;
+}
+
+QList<QByteArray> ChildEnvironment(const Options &options)
+{
+    return {QByteArray("QT_QPA_PLATFORM=offscreen:configfile=") + QFile::encodeName(options.screenConfig),
+            QByteArray("KVEDIT_EXIT_WHEN_SHOWN=1")};
+}
+
+void Check(bool ok, const QString &what)
+{
+    if (!ok)
+        Progress(QStringLiteral("WARNING: %1").arg(what));
+}
+
+} // namespace
+
+void AttachTargets(Results &results)
+{
+    const struct {
+        const QString &operation;
+        double limit;
+    } targets[] = {
+        {op::Open, 100},
+        {op::EditToPaint, 150},
+        {op::ProgramToShown, 200},
+        {op::Find, 20},
+        {op::FindMissing, 5},
+        {op::FindOutOfDate, 5},
+        {op::FindUnapproved, 5},
+        {op::StoreSaveOne, 20},
+        {op::SaveAll, 500},
+        {op::PageFrame, 16},
+        {op::MemorySession, 120},
+        {op::MemoryProgram, 120},
+    };
+    for (const auto &t : targets)
+        for (const int size : results.Sizes())
+            if (Series *s = const_cast<Series *>(results.Find(t.operation, size)))
+                s->target = Target{t.limit, kMaxStringId};
+}
+
+void MeasureSize(const Options &options, int strings, Results &results)
+{
+    const int repeats = options.repeats;
+    const int heavy = options.heavyRepeats;
+    const QString path = QDir(options.workDir).filePath(QStringLiteral("synthetic-%1.kvw").arg(strings));
+    const QString finishedPath = QDir(options.workDir).filePath(QStringLiteral("finished-%1.kvw").arg(strings));
+
+    QElapsedTimer made;
+    made.start();
+    const WorkspaceCounts c = CreateSyntheticWorkspace(path, strings, TranslationState::InProgress);
+    CreateSyntheticWorkspace(finishedPath, strings, TranslationState::Finished);
+    Progress(QStringLiteral("%1 strings, %2 records (%3 missing, %4 out of date, %5 unapproved, %6 local edits, "
+                            "%7 English edits; %8 multi-line; average %9 characters, longest %10), %11 KB; made in %12 ms")
+                 .arg(c.strings).arg(c.records).arg(c.missing).arg(c.outOfDate).arg(c.unapproved).arg(c.localEdits)
+                 .arg(c.englishEdits).arg(c.multiLine).arg(c.averageLength, 0, 'f', 0).arg(c.longest)
+                 .arg(QFileInfo(path).size() / 1024).arg(made.elapsed()));
+
+    // Peak memory of a whole editor session, in a process of its own on a copy of the file.
+    {
+        const QString copy = path + QStringLiteral(".probe");
+        Series &memory = results.At(op::MemorySession, strings, QStringLiteral("MB"));
+        memory.note = QStringLiteral("a fresh process: open, list shown, paged through, Find, one edit saved, every string edited and saved");
+        for (int i = 0; i < heavy; ++i) {
+            QFile::remove(copy);
+            QFile::copy(path, copy);
+            const ChildRun run = RunChild(options.self, {QStringLiteral("--memory-probe"), copy}, ChildEnvironment(options),
+                                          QByteArray("probe done"), 120000);
+            Check(run.ok, QStringLiteral("memory probe failed: %1").arg(QString::fromLocal8Bit(run.output)));
+            if (run.ok)
+                memory.samples.push_back(run.peakMb);
+        }
+        QFile::remove(copy);
+        Progress(QStringLiteral("%1: %2 MB").arg(op::MemorySession).arg(memory.Median(), 0, 'f', 1));
+    }
+
+    // The program, from the spawn to its window shown with the list painted.
+    if (!options.program.isEmpty()) {
+        Series &shown = results.At(op::ProgramToShown, strings);
+        Series &memory = results.At(op::MemoryProgram, strings, QStringLiteral("MB"));
+        for (int i = 0; i < repeats; ++i) {
+            const ChildRun run = RunChild(options.program, {path, QStringLiteral("--table"), QString::number(kVersion)}, ChildEnvironment(options), QByteArray("shown after"), 30000);
+            if (!run.ok) {
+                Check(false, QStringLiteral("kvedit did not report its window shown (exit %1): %2")
+                                 .arg(run.exitCode).arg(QString::fromLocal8Bit(run.output.trimmed())));
+                break;
+            }
+            shown.samples.push_back(run.markerMs);
+            memory.samples.push_back(run.peakMb);
+        }
+        Progress(QStringLiteral("%1: %2 ms").arg(op::ProgramToShown).arg(shown.Median(), 0, 'f', 1));
+    }
+
+    // Opening the file until its tables can be queried.
+    {
+        Series &open = results.At(op::Open, strings);
+        for (int i = 0; i < repeats; ++i) {
+            QElapsedTimer t;
+            t.start();
+            server::WorkspacePtr w = server::Workspace::Open(path);
+            const bool ready = w->Tables()->HasText(static_cast<StringId>(SyntheticId(0, strings)), ssEnglishDefault);
+            open.samples.push_back(Ms(t));
+            Check(ready, QStringLiteral("the opened workspace has no first string"));
+        }
+        Progress(QStringLiteral("%1: %2 ms").arg(op::Open).arg(open.Median(), 0, 'f', 2));
+    }
+
+    const server::WorkspacePtr workspace = server::Workspace::Open(path);
+    const ResourceWorkspacePtr rfw = workspace;
+
+    {
+        Series &refresh = results.At(op::Refresh, strings);
+        CDVDataSource source;
+        source.setWorkspace(rfw);
+        source.setTableVersion(kVersion);
+        for (int i = 0; i < repeats; ++i) {
+            QElapsedTimer t;
+            t.start();
+            source.RefreshStringList();
+            refresh.samples.push_back(Ms(t));
+        }
+        Check(source.GetRecordCount() == strings,
+              QStringLiteral("the list holds %1 rows, not %2").arg(source.GetRecordCount()).arg(strings));
+        Progress(QStringLiteral("%1: %2 ms").arg(op::Refresh).arg(refresh.Median(), 0, 'f', 2));
+    }
+
+    // The public entry, from the call to the first paint of the list with its rows.
+    {
+        Series &edit = results.At(op::EditToPaint, strings);
+        for (int i = 0; i < repeats; ++i) {
+            QElapsedTimer t;
+            double painted = -1;
+            ListPaintWatcher watcher([&](QWidget *window) {
+                painted = Ms(t);
+                window->close();
+            });
+            QTimer guard;
+            guard.setSingleShot(true);
+            QObject::connect(&guard, &QTimer::timeout, [] {
+                for (QWidget *w : QApplication::topLevelWidgets())
+                    if (qobject_cast<frmEdit *>(w))
+                        w->close();
+            });
+            guard.start(20000);
+            ResourceWorkspacePtr host = rfw;
+            t.start();
+            CGlobals().EditStringResources(host, kVersion);
+            guard.stop();
+            if (painted < 0) {
+                Check(false, QStringLiteral("EditStringResources never painted its list"));
+                break;
+            }
+            edit.samples.push_back(painted);
+        }
+        Progress(QStringLiteral("%1: %2 ms").arg(op::EditToPaint).arg(edit.Median(), 0, 'f', 1));
+    }
+
+    const std::shared_ptr<ScriptedPrompts> prompts = InstallPrompts();
+    std::unique_ptr<frmEdit> form = ShowEditor(rfw, kVersion);
+    Check(form->DataView()->TableView()->model()->rowCount() == strings, QStringLiteral("the editor lists the wrong rows"));
+
+    {
+        Series &all = results.At(op::PageAll, strings);
+        Series &slowest = results.At(op::PageFrame, strings);
+        all.note = QStringLiteral("scroll one page, make its first row current, paint; %1 rows a page")
+                       .arg(form->DataView()->VisibleRows());
+        for (int i = 0; i < heavy; ++i) {
+            QElapsedTimer t;
+            t.start();
+            const std::vector<double> frames = PageThrough(*form);
+            all.samples.push_back(Ms(t));
+            slowest.samples.push_back(frames.empty() ? 0.0 : *std::max_element(frames.begin(), frames.end()));
+        }
+        Progress(QStringLiteral("%1: %2 ms, slowest frame %3 ms")
+                     .arg(op::PageAll).arg(all.Median(), 0, 'f', 1).arg(slowest.Median(), 0, 'f', 2));
+    }
+
+    // Find over every row: the current row is the first, so the pass ends on it after the rest.
+    {
+        Series &find = results.At(op::Find, strings);
+        prompts->inputAnswer = UnmatchedSearchText();
+        for (int i = 0; i < repeats; ++i) {
+            form->DataView()->setCurrentRecord(1);
+            prompts->notices.clear();
+            QElapsedTimer t;
+            t.start();
+            form->ProcessEditMenuFindText();
+            find.samples.push_back(Ms(t));
+            Check(prompts->notices == QStringList{QStringLiteral("Done finding text")},
+                  QStringLiteral("Find did not pass every row: %1").arg(prompts->notices.join(u'|')));
+        }
+        Progress(QStringLiteral("%1: %2 ms").arg(op::Find).arg(find.Median(), 0, 'f', 2));
+    }
+
+    // The translation checks, on a finished translation where no row qualifies.
+    {
+        const ResourceWorkspacePtr finished = server::Workspace::Open(finishedPath);
+        const std::unique_ptr<frmEdit> checked = ShowEditor(finished, kVersion);
+        const struct {
+            const QString &operation;
+            void (frmEdit::*command)();
+            QString done;
+        } checks[] = {
+            {op::FindMissing, &frmEdit::ProcessEditMenuFindMissingTranslation, QStringLiteral("Done finding missing translations")},
+            {op::FindOutOfDate, &frmEdit::ProcessEditMenuFindOutOfDateTranslation, QStringLiteral("Done finding out of date translations")},
+            {op::FindUnapproved, &frmEdit::ProcessEditMenuFindUnapprovedTranslation, QStringLiteral("Done finding unapproved translations")},
+        };
+        for (const auto &check : checks) {
+            Series &s = results.At(check.operation, strings);
+            s.note = QStringLiteral("a finished translation of the same size, so the pass tests every row");
+            for (int i = 0; i < repeats; ++i) {
+                checked->DataView()->setCurrentRecord(1);
+                prompts->notices.clear();
+                QElapsedTimer t;
+                t.start();
+                (checked.get()->*check.command)();
+                s.samples.push_back(Ms(t));
+                Check(prompts->notices == QStringList{check.done},
+                      QStringLiteral("%1 did not pass every row: %2").arg(check.operation, prompts->notices.join(u'|')));
+            }
+            Progress(QStringLiteral("%1: %2 ms").arg(check.operation).arg(s.Median(), 0, 'f', 2));
+        }
+    }
+
+    // One string edited as the translate dialog hands it back, then File > Save.
+    {
+        Series &store = results.At(op::StoreOne, strings);
+        Series &save = results.At(op::SaveOne, strings);
+        Series &both = results.At(op::StoreSaveOne, strings);
+        both.note = QStringLiteral("UpdateEntry with the list refreshed and repainted, then File > Save to the file");
+        const StringTableSetPtr tables = form->DataSource()->Tables();
+        CStringList &list = form->DataSource()->StringList();
+        const int row = list.Count() / 2 + 1;
+        for (int i = 0; i < repeats; ++i) {
+            form->DataView()->setCurrentRecord(row);
+            const auto id = static_cast<StringId>(list.Value(row));
+            const StringEntryPtr entry = tables->Entry(id, kVersion);
+            const StringEntryPtr edited = Edited(entry, tables->Text(id, ssEnglishDefault) + QStringLiteral(" (%1)").arg(i));
+            QElapsedTimer t;
+            t.start();
+            form->UpdateEntry(entry, edited);
+            QApplication::processEvents();
+            const double stored = Ms(t);
+            Check(tables->Modified(), QStringLiteral("the edit left the tables unmodified"));
+            form->ProcessFileMenuSave(false);
+            QApplication::processEvents();
+            const double total = Ms(t);
+            Check(!tables->Modified() && form->Saved(), QStringLiteral("Save left edits behind"));
+            store.samples.push_back(stored);
+            save.samples.push_back(total - stored);
+            both.samples.push_back(total);
+        }
+        Progress(QStringLiteral("%1: %2 ms (store %3, save %4)")
+                     .arg(op::StoreSaveOne).arg(both.Median(), 0, 'f', 2).arg(store.Median(), 0, 'f', 2).arg(save.Median(), 0, 'f', 2));
+    }
+
+    // Every string edited, then one Save that writes them all.
+    {
+        Series &store = results.At(op::StoreAll, strings);
+        Series &save = results.At(op::SaveAll, strings);
+        store.note = QStringLiteral("through StringTableSet::StoreEntry, one entry per listed string");
+        save.note = QStringLiteral("File > Save with every string edited");
+        const StringTableSetPtr tables = form->DataSource()->Tables();
+        for (int i = 0; i < heavy; ++i) {
+            QElapsedTimer t;
+            t.start();
+            StoreEveryString(*form, kVersion, i);
+            store.samples.push_back(Ms(t));
+            t.restart();
+            form->ProcessFileMenuSave(false);
+            QApplication::processEvents();
+            save.samples.push_back(Ms(t));
+            Check(!tables->Modified(), QStringLiteral("Save left edits behind"));
+        }
+        Progress(QStringLiteral("%1: %2 ms, %3: %4 ms")
+                     .arg(op::StoreAll).arg(store.Median(), 0, 'f', 1).arg(op::SaveAll).arg(save.Median(), 0, 'f', 1));
+    }
+
+    form.reset();
+    ResetServices();
+    QFile::remove(path);
+    QFile::remove(finishedPath);
+}
+
+int RunMemoryProbe(const QString &workspacePath)
+{
+    try {
+        const std::shared_ptr<ScriptedPrompts> prompts = InstallPrompts();
+        const ResourceWorkspacePtr workspace = server::Workspace::Open(workspacePath);
+        std::unique_ptr<frmEdit> form = ShowEditor(workspace, kVersion);
+        PageThrough(*form);
+        prompts->inputAnswer = UnmatchedSearchText();
+        form->DataView()->setCurrentRecord(1);
+        form->ProcessEditMenuFindText();
+
+        const StringTableSetPtr tables = form->DataSource()->Tables();
+        const auto id = static_cast<StringId>(form->DataSource()->StringList().Value(1));
+        const StringEntryPtr entry = tables->Entry(id, kVersion);
+        form->UpdateEntry(entry, Edited(entry, entry->Text() + QStringLiteral(" (probe)")));
+        form->ProcessFileMenuSave(false);
+        StoreEveryString(*form, kVersion, 0);
+        form->ProcessFileMenuSave(false);
+        QApplication::processEvents();
+        std::printf("probe done: %.1f MB\n", PeakResidentMegabytes());
+        std::fflush(stdout);
+        return tables->Modified() ? 1 : 0;
+    } catch (const KvError &e) {
+        std::fprintf(stderr, "memory probe: %s\n", qPrintable(e.Description()));
+        return 1;
+    }
+}
+
+} // namespace kvedit::bench
