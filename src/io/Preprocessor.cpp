@@ -1,0 +1,359 @@
+#include "io/Preprocessor.h"
+
+#include "io/CodePages.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+extern "C" {
+#include <mcpp_lib.h>
+}
+
+namespace kvedit::io {
+
+namespace {
+
+// libmcpp keeps its whole state in globals: one run at a time in the process.
+std::mutex g_mcppMutex;
+
+struct McppResult {
+    QByteArray out;
+    QByteArray err;
+};
+
+McppResult RunMcpp(const QList<QByteArray> &arguments)
+{
+    std::lock_guard<std::mutex> lock(g_mcppMutex);
+    std::vector<QByteArray> storage(arguments.begin(), arguments.end());
+    std::vector<char *> argv;
+    argv.reserve(storage.size() + 1);
+    for (QByteArray &a : storage)
+        argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    // Turning buffers on also frees what the previous run left in them.
+    mcpp_use_mem_buffers(1);
+    mcpp_lib_main(static_cast<int>(storage.size()), argv.data());
+    McppResult result;
+    if (const char *out = mcpp_get_mem_buffer(OUT))
+        result.out = QByteArray(out);
+    if (const char *err = mcpp_get_mem_buffer(ERR))
+        result.err = QByteArray(err);
+    mcpp_use_mem_buffers(1);
+    return result;
+}
+
+QString FromLocalPath(const QByteArray &bytes)
+{
+    return QFile::decodeName(bytes);
+}
+
+// Headers of the platform SDK and of the class libraries, which scripts include without
+// needing anything from them for their string tables.
+bool IsSystemHeaderName(const QString &name)
+{
+    static const QSet<QString> known = {
+        QStringLiteral("windows.h"),  QStringLiteral("winres.h"),   QStringLiteral("winresrc.h"),
+        QStringLiteral("winver.h"),   QStringLiteral("commctrl.h"), QStringLiteral("richedit.h"),
+        QStringLiteral("dlgs.h"),     QStringLiteral("winuser.h"),  QStringLiteral("winnt.h"),
+        QStringLiteral("winbase.h"),  QStringLiteral("ntverp.h"),   QStringLiteral("verrsrc.h"),
+        QStringLiteral("atlres.h"),   QStringLiteral("winuser.rh"), QStringLiteral("prsht.h"),
+        QStringLiteral("commdlg.h"),  QStringLiteral("winnls.h"),   QStringLiteral("shellapi.h"),
+    };
+    const QString base = QFileInfo(name).fileName().toLower();
+    return known.contains(base) || base.startsWith(QLatin1String("afx"));
+}
+
+QByteArray ReadHead(const QString &path, qint64 size = 4)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return f.read(size);
+}
+
+bool NeedsConversion(const QString &path)
+{
+    return DetectByteOrderMark(ReadHead(path)) != ByteOrderMark::None;
+}
+
+// The mirror of the file system under the stage root.
+class Stage {
+public:
+    explicit Stage(QString root) : m_root(std::move(root)) {}
+
+    QString Root() const { return m_root; }
+    QString MirrorOf(const QString &path) const { return m_root + path; }
+
+    // Makes the mirror of dir and of every directory above it real directories that link to
+    // everything the originals hold, so relative paths resolve the same in the mirror.
+    void EnsureDirectory(const QString &dir)
+    {
+        const QString clean = QDir::cleanPath(dir);
+        QStringList chain;
+        for (QString d = clean; !d.isEmpty();) {
+            chain.prepend(d);
+            if (d == QLatin1String("/"))
+                break;
+            const QString up = QFileInfo(d).path();
+            if (up == d)
+                break;
+            d = up;
+        }
+        for (const QString &d : chain) {
+            if (m_populated.contains(d))
+                continue;
+            const QString mirror = d == QLatin1String("/") ? m_root : MirrorOf(d);
+            const QFileInfo info(mirror);
+            if (info.isSymLink())
+                QFile::remove(mirror);
+            QDir().mkpath(mirror);
+            const QDir original(d);
+            const QStringList entries = original.entryList(QDir::AllEntries | QDir::Hidden | QDir::System
+                                                           | QDir::NoDotAndDotDot);
+            for (const QString &name : entries) {
+                const QString target = mirror + QLatin1Char('/') + name;
+                if (QFileInfo::exists(target) || QFileInfo(target).isSymLink())
+                    continue;
+                QFile::link(original.filePath(name), target);
+            }
+            m_populated.insert(d);
+        }
+    }
+
+    // Puts a real copy of path in the mirror, as UTF-8 without a byte-order mark. Throws
+    // FileError when the file cannot be read or does not decode.
+    void StageFile(const QString &path, QSet<QString> *utf8Files)
+    {
+        if (m_staged.contains(path))
+            return;
+        EnsureDirectory(QFileInfo(path).path());
+        QFile in(path);
+        if (!in.open(QIODevice::ReadOnly))
+            throw FileError(path, 0, QStringLiteral("cannot read the file: %1").arg(in.errorString()));
+        QByteArray bytes = in.readAll();
+        const ByteOrderMark mark = DetectByteOrderMark(bytes);
+        if (mark != ByteOrderMark::None) {
+            const std::optional<QByteArray> converted = ToUtf8WithoutMark(bytes, mark);
+            if (!converted)
+                throw FileError(path, 0, mark == ByteOrderMark::Utf8
+                                             ? QStringLiteral("the file is not valid UTF-8")
+                                             : QStringLiteral("the file is not valid UTF-16"));
+            bytes = *converted;
+            utf8Files->insert(path);
+        }
+        const QString target = MirrorOf(path);
+        QFile::remove(target);
+        QFile out(target);
+        if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size())
+            throw FileError(path, 0, QStringLiteral("cannot stage a copy of the file: %1").arg(out.errorString()));
+        m_staged.insert(path);
+    }
+
+    bool IsStaged(const QString &path) const { return m_staged.contains(path); }
+
+private:
+    QString m_root;
+    QSet<QString> m_populated;
+    QSet<QString> m_staged;
+};
+
+struct LineMarker {
+    QString file;
+    QString parent;
+};
+
+// The files a run read, each with the file that included it.
+QList<LineMarker> IncludeTree(const QByteArray &output)
+{
+    static const QRegularExpression marker(QStringLiteral("^#line (\\d+) \"(.*)\"$"));
+    QList<LineMarker> files;
+    QStringList stack;
+    QSet<QString> seen;
+    for (const QByteArray &raw : output.split('\n')) {
+        if (!raw.startsWith("#line "))
+            continue;
+        const auto m = marker.match(FromLocalPath(raw.endsWith('\r') ? raw.chopped(1) : raw));
+        if (!m.hasMatch())
+            continue;
+        const QString file = m.captured(2);
+        const qsizetype at = stack.lastIndexOf(file);
+        if (at >= 0) {
+            stack.resize(at + 1);
+        } else {
+            if (!seen.contains(file)) {
+                files.append({file, stack.isEmpty() ? QString() : stack.last()});
+                seen.insert(file);
+            }
+            stack.append(file);
+        }
+    }
+    return files;
+}
+
+QString ReadLineOf(const QString &path, int line)
+{
+    QFile f(path);
+    if (line < 1 || !f.open(QIODevice::ReadOnly))
+        return {};
+    for (int i = 1; !f.atEnd(); ++i) {
+        const QByteArray text = f.readLine();
+        if (i == line)
+            return QString::fromLatin1(text);
+    }
+    return {};
+}
+
+} // namespace
+
+QString PreprocessedScript::OriginalPath(const QString &reported) const
+{
+    if (!stageRoot.isEmpty() && reported.startsWith(stageRoot + QLatin1Char('/')))
+        return reported.mid(stageRoot.size());
+    return reported;
+}
+
+QByteArray McppEncodingOfCodePage(int codePage)
+{
+    switch (codePage) {
+    case 932: return QByteArrayLiteral("sjis");
+    case 936: return QByteArrayLiteral("gb2312");
+    case 949: return QByteArrayLiteral("ksc5601");
+    case 950: return QByteArrayLiteral("big5");
+    default: return {};
+    }
+}
+
+PreprocessedScript Preprocess(const PreprocessOptions &options)
+{
+    const QFileInfo mainInfo(options.file);
+    if (!mainInfo.isFile())
+        throw FileError(options.file, 0, QStringLiteral("the file does not exist"));
+    if (!mainInfo.isReadable())
+        throw FileError(options.file, 0, QStringLiteral("the file cannot be read"));
+    const QString main = mainInfo.absoluteFilePath();
+    QStringList headers;
+    for (const QString &h : options.headers) {
+        const QFileInfo info(h);
+        if (!info.isFile())
+            throw FileError(h, 0, QStringLiteral("the header does not exist"));
+        headers << info.absoluteFilePath();
+    }
+    QStringList includeDirs;
+    for (const QString &d : options.includeDirs)
+        includeDirs << QFileInfo(d).absoluteFilePath();
+
+    QTemporaryDir temp(QDir::tempPath() + QStringLiteral("/kvedit-rc-XXXXXX"));
+    if (!temp.isValid())
+        throw KvError(errFileAccess, QStringLiteral("Cannot make a temporary directory: %1").arg(temp.errorString()));
+    const QString root = QFileInfo(temp.path()).canonicalFilePath();
+    Stage stage(root);
+
+    PreprocessedScript result;
+    result.stageRoot = root;
+    result.wrapper = root + QStringLiteral("/kvedit-script.rc");
+
+    bool mirrored = false;
+    auto enterMirror = [&] {
+        if (mirrored)
+            return;
+        mirrored = true;
+        stage.StageFile(main, &result.utf8Files);
+        for (const QString &h : headers)
+            stage.StageFile(h, &result.utf8Files);
+        for (const QString &d : includeDirs)
+            stage.EnsureDirectory(d);
+    };
+    if (NeedsConversion(main) || std::any_of(headers.cbegin(), headers.cend(), NeedsConversion))
+        enterMirror();
+
+    McppResult run;
+    QList<LineMarker> tree;
+    for (int round = 0;; ++round) {
+        QByteArray wrapper;
+        auto pathOf = [&](const QString &p) { return QFile::encodeName(mirrored ? stage.MirrorOf(p) : p); };
+        for (const QString &h : headers)
+            wrapper += "#include \"" + pathOf(h) + "\"\n";
+        wrapper += "#include \"" + pathOf(main) + "\"\n";
+        QFile w(result.wrapper);
+        if (!w.open(QIODevice::WriteOnly | QIODevice::Truncate) || w.write(wrapper) != wrapper.size())
+            throw KvError(errFileAccess, QStringLiteral("Cannot write %1: %2").arg(result.wrapper, w.errorString()));
+        w.close();
+
+        QList<QByteArray> args{QByteArrayLiteral("mcpp")};
+        args << "-e" << (options.multiByteEncoding.isEmpty() ? QByteArrayLiteral("C") : options.multiByteEncoding);
+        // No predefined compiler macros and no system include directories: only what a resource
+        // compiler defines, and only the user's directories.
+        args << "-N" << "-I-" << "-j" << "-K" << "-DRC_INVOKED=1" << "-D_WIN32=1";
+        for (const QString &d : options.defines)
+            args << "-D" << d.toUtf8();
+        for (const QString &d : includeDirs)
+            args << "-I" << QFile::encodeName(mirrored ? stage.MirrorOf(d) : d);
+        args << QFile::encodeName(result.wrapper);
+        run = RunMcpp(args);
+        tree = IncludeTree(run.out);
+
+        // A file read from its original although it needs converting: stage it and every file
+        // on its include path, so the includes on that path reach the converted copy.
+        QSet<QString> toStage;
+        QHash<QString, QString> parentOf;
+        for (const LineMarker &m : tree)
+            parentOf.insert(m.file, m.parent);
+        for (const LineMarker &m : tree) {
+            if (m.file == result.wrapper || m.file.startsWith(root + QLatin1Char('/')))
+                continue;
+            if (!NeedsConversion(m.file))
+                continue;
+            for (QString f = m.file; !f.isEmpty() && f != result.wrapper; f = parentOf.value(f))
+                toStage.insert(result.OriginalPath(f));
+        }
+        if (toStage.isEmpty())
+            break;
+        if (round >= 16)
+            throw FileError(main, 0, QStringLiteral("cannot stage the UTF-16 or byte-order-marked files it includes"));
+        enterMirror();
+        for (const QString &f : toStage)
+            stage.StageFile(f, &result.utf8Files);
+    }
+
+    result.output = run.out;
+
+    // mcpp's messages: "file:line: error: text", "file:line: warning: text".
+    static const QRegularExpression message(QStringLiteral("^(.+):(\\d+): (fatal error|error|warning): (.*)$"));
+    static const QRegularExpression missingInclude(QStringLiteral("^Can't open include file \"(.*)\"$"));
+    for (const QByteArray &raw : run.err.split('\n')) {
+        const QString line = FromLocalPath(raw).trimmed();
+        const auto m = message.match(line);
+        if (!m.hasMatch())
+            continue;
+        const QString file = result.OriginalPath(m.captured(1));
+        const int lineNumber = m.captured(2).toInt();
+        const QString kind = m.captured(3);
+        const QString text = m.captured(4);
+        if (file == result.OriginalPath(result.wrapper) || lineNumber == 0)
+            continue;   // our own wrapper, or the environment's locale: nothing of the user's
+        Diagnostic d{kind == QLatin1String("warning") ? Diagnostic::Note : Diagnostic::Error, file, lineNumber, text};
+        const auto missing = missingInclude.match(text);
+        if (missing.hasMatch()) {
+            const QString name = missing.captured(1);
+            const bool angled = ReadLineOf(file, lineNumber).contains(QLatin1Char('<'));
+            if (angled || IsSystemHeaderName(name)) {
+                d.severity = Diagnostic::Note;
+                d.message = QStringLiteral("system header \"%1\" is not present; passed over").arg(name);
+            } else {
+                d.message = QStringLiteral("cannot find the included file \"%1\"").arg(name);
+            }
+        }
+        result.diagnostics.append(d);
+    }
+    return result;
+}
+
+} // namespace kvedit::io

@@ -1,0 +1,77 @@
+#pragma once
+// The strings of one resource file as read, before they meet a workspace: the neutral result of
+// the resource-script and XLIFF readers, and what the writers take.
+
+#include "io/IoError.h"
+#include "model/StringTables.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace kvedit::io {
+
+// What a text says about itself: its '&' shortcut marker, line breaks, tabs and %1..%9
+// placeholders.
+struct TextTraits {
+    bool allowShortcut = false;
+    QString shortcutCharacter;   // the marked character in capitals when it can be one, else empty
+    int shortcutMode = 0;        // 1 ("prefixed by '&'") when the text has a marker
+    bool multipleLines = false;
+    bool allowTab = false;
+    QList<int> parameterIds;     // ascending, each once
+
+    int Properties() const;      // TextProperty flags
+};
+
+// A '&' marks a shortcut when a letter or digit follows it ("&&" is a literal ampersand, so is
+// "Tom & Jerry"); the first marker counts.
+TextTraits AnalyseText(const QString &text);
+
+// The status a translation carries in an exchange file.
+enum class TranslationState {
+    Missing,      // no translation
+    OutOfDate,    // made for an older source text
+    Unapproved,   // current, not yet approved
+    Approved,
+};
+
+// The text properties of one entry.
+struct TextProperties {
+    int properties = 0;          // TextProperty flags
+    QString shortcutCharacter;
+    int shortcutMode = 0;
+    bool operator==(const TextProperties &) const = default;
+
+    static TextProperties FromTraits(const TextTraits &traits);
+};
+
+struct ImportedString {
+    int id = 0;                  // 0 while a symbolic id has no number yet
+    QString symbol;              // "IDS_FILE_OPEN", empty when the file gives none
+    QString text;                // the text this file brings for the source being imported
+    std::optional<QString> description;   // nullopt: the file says nothing about it
+    TextProperties properties;   // as the file states them, else as the text shows them
+    QList<ParameterDefinition> parameters;
+    bool parametersGiven = false;   // with descriptions; else only the placeholders are known
+
+    // Exchange files carry both sides of a translation.
+    QString sourceText;          // the English text the translation was made for
+    std::optional<QString> target;
+    TranslationState state = TranslationState::Missing;
+    TextProperties targetProperties;
+
+    QString file;                // where it was read
+    int line = 0;
+};
+
+struct ResourceStrings {
+    QString file;
+    QList<ImportedString> strings;   // in file order
+    QString languageTag;             // BCP 47 tag the file states ("de-DE"); empty when unknown
+    QString sourceLanguageTag;       // exchange files: the language of the source texts
+    QList<Diagnostic> notes;
+};
+
+} // namespace kvedit::io
