@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QTimer>
 #include <QToolBar>
 #include <QtTest>
@@ -99,18 +100,49 @@ std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersio
     return form;
 }
 
-void WhenModal(std::function<void(QWidget *)> action, int attemptsLeft)
+struct ModalDriver::State {
+    std::function<void(QWidget *)> action;
+    bool stopped = false;
+    bool ran = false;
+};
+
+ModalDriver::ModalDriver(std::function<void(QWidget *)> action) : m_state(std::make_shared<State>())
 {
-    QTimer::singleShot(attemptsLeft == kModalAttempts ? 0 : 10, [action, attemptsLeft] {
-        if (QWidget *modal = QApplication::activeModalWidget()) {
-            action(modal);
+    m_state->action = std::move(action);
+    Poll(m_state);
+}
+
+ModalDriver::~ModalDriver()
+{
+    m_state->stopped = true;
+}
+
+bool ModalDriver::Ran() const
+{
+    return m_state->ran;
+}
+
+void ModalDriver::Poll(const std::shared_ptr<State> &state)
+{
+    QTimer::singleShot(5, [state] {
+        if (state->stopped)
+            return;
+        // The editor itself runs application-modal; the dialog is what comes up over it.
+        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget())) {
+            state->stopped = true;
+            state->ran = true;
+            state->action(dialog);
             return;
         }
-        if (attemptsLeft > 0)
-            WhenModal(action, attemptsLeft - 1);
-        else
-            qWarning("no modal dialog came up");
+        Poll(state);
     });
+}
+
+void PutBlanks(const server::WorkspacePtr &ws, StringSource source, const QList<StringId> &ids)
+{
+    const StringTableSetPtr tables = ws->Tables();
+    for (StringId id : ids)
+        tables->AddEntry(ws->TextServer()->CreateEntry(tables, id, source));
 }
 
 QStringList ToolbarLayout(frmEdit &form)

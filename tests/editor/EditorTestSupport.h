@@ -76,10 +76,25 @@ private:
 // The editor prepared on a workspace, shown and activated (its list loaded); row 1 is current.
 std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version);
 
-// Runs action on the modal dialog as soon as one is up (the caller then opens it); gives up
-// after a few seconds.
-constexpr int kModalAttempts = 300;
-void WhenModal(std::function<void(QWidget *)> action, int attemptsLeft = kModalAttempts);
+// Runs action once on the modal dialog (a QDialog) that comes up while it lives, for example
+// the translate dialog a command opens. Polling stops when the driver goes out of scope, so a
+// dialog that never came cannot be answered by a later test.
+class ModalDriver {
+public:
+    explicit ModalDriver(std::function<void(QWidget *)> action);
+    ~ModalDriver();
+    ModalDriver(const ModalDriver &) = delete;
+    ModalDriver &operator=(const ModalDriver &) = delete;
+    bool Ran() const;
+
+private:
+    struct State;
+    static void Poll(const std::shared_ptr<State> &state);
+    std::shared_ptr<State> m_state;
+};
+
+// A record without text for each id in source: in a translation this lists the id as missing.
+void PutBlanks(const server::WorkspacePtr &ws, StringSource source, const QList<StringId> &ids);
 
 // The toolbar as keys in order, "|" for a separator; hidden buttons in brackets: "[mnuEditItem:1]".
 QStringList ToolbarLayout(frmEdit &form);
