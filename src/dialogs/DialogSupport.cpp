@@ -2,16 +2,70 @@
 
 #include "services/Services.h"
 
+#include <QAbstractButton>
+#include <QFontMetricsF>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPoint>
 #include <QTreeWidget>
 #include <QWidget>
 
+#include <cmath>
+
 namespace kvedit::dialogs {
 
-void PlaceTwips(QWidget *control, int left, int top, int width, int height)
+namespace {
+
+// The room a caption needs: its text plus the frame and padding of a push button.
+QSize CaptionRoom(QWidget *control)
 {
-    control->setGeometry(TwipsToPixelsX(left), TwipsToPixelsY(top), TwipsToPixelsX(width), TwipsToPixelsY(height));
+    QString caption;
+    QSize padding;
+    if (auto *button = qobject_cast<QAbstractButton *>(control)) {
+        caption = button->text();
+        padding = QSize(12, 8);
+    } else if (auto *label = qobject_cast<QLabel *>(control)) {
+        caption = label->text();
+    } else {
+        return {};
+    }
+    // Measured a pixel generously: integer metrics of the same font can differ by one once the
+    // widget is on a screen.
+    const QFontMetricsF metrics(control->font());
+    return QSize(int(std::ceil(metrics.horizontalAdvance(CleanAccessMarkers(caption)))) + 1,
+                 int(std::ceil(metrics.height())))
+        + padding;
+}
+
+} // namespace
+
+double ApplyTwipsLayout(QWidget *form, int clientWidth, int clientHeight, const QList<TwipsRect> &controls)
+{
+    // The smallest whole percentage at which every caption fits its control, pixels rounded.
+    auto fits = [&](double scale) {
+        for (const TwipsRect &r : controls) {
+            const QSize room = CaptionRoom(r.control);
+            if (room.width() > TwipsToPixelsX(r.width * scale) || room.height() > TwipsToPixelsY(r.height * scale))
+                return false;
+        }
+        return true;
+    };
+    double scale = 1.0;
+    for (const TwipsRect &r : controls) {
+        const QSize room = CaptionRoom(r.control);
+        if (room.isEmpty())
+            continue;
+        scale = qMax(scale, double(room.width()) / TwipsToPixelsX(r.width));
+        scale = qMax(scale, double(room.height()) / TwipsToPixelsY(r.height));
+    }
+    scale = std::ceil(scale * 100.0) / 100.0;
+    while (!fits(scale))
+        scale += 0.01;
+    for (const TwipsRect &r : controls)
+        r.control->setGeometry(TwipsToPixelsX(r.left * scale), TwipsToPixelsY(r.top * scale),
+                               TwipsToPixelsX(r.width * scale), TwipsToPixelsY(r.height * scale));
+    form->setFixedSize(TwipsToPixelsX(clientWidth * scale), TwipsToPixelsY(clientHeight * scale));
+    return scale;
 }
 
 void PlaceDialog(QWidget *dialog, QWidget *owner)

@@ -1,6 +1,7 @@
 #pragma once
 // Small helpers the dialogs share: twips geometry, placement over an owner, list columns.
 
+#include <QList>
 #include <QPoint>
 #include <QString>
 
@@ -9,8 +10,17 @@ class QWidget;
 
 namespace kvedit::dialogs {
 
-// Places a control at a designed position and size given in twips.
-void PlaceTwips(QWidget *control, int left, int top, int width, int height);
+// A control's designed position and size in twips.
+struct TwipsRect {
+    QWidget *control;
+    int left, top, width, height;
+};
+
+// Lays a form out as designed in twips: a client area and its controls. The design was drawn for
+// a small 8-point font; when the form's font needs more room for a caption than its control was
+// given, the whole design is scaled by one factor, so proportions and alignments stay as drawn
+// and no caption is cut off. Returns that factor (1 when every caption fits).
+double ApplyTwipsLayout(QWidget *form, int clientWidth, int clientHeight, const QList<TwipsRect> &controls);
 
 // Moves a dialog to its opening position: cascaded below and right of the owner's window, or
 // at a tenth of the screen's width and height when there is no owner.

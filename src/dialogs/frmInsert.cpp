@@ -59,11 +59,6 @@ frmInsert::frmInsert(QWidget *parent) : QDialog(parent)
     cmdCancel = new QPushButton(QStringLiteral("&Cancel"), this);
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
 
-    PlaceTwips(cmdCancel, 5160, 600, 972, 372);
-    PlaceTwips(cmdOkay, 5160, 120, 972, 372);
-    PlaceTwips(lvwSpecial, 120, 360, 4932, 2892);
-    PlaceTwips(lblPrompt, 120, 120, 3936, 192);
-    setFixedSize(TwipsToPixelsX(6255), TwipsToPixelsY(3360));
     setTabOrder(lvwSpecial, cmdOkay);
     setTabOrder(cmdOkay, cmdCancel);
 
@@ -72,6 +67,12 @@ frmInsert::frmInsert(QWidget *parent) : QDialog(parent)
     connect(lvwSpecial, &QTreeWidget::itemSelectionChanged, this, &frmInsert::lvwSpecial_ItemClick);
 
     Form_Load();
+
+    ApplyTwipsLayout(this, 6255, 3360,
+                     {{cmdCancel, 5160, 600, 972, 372},
+                      {cmdOkay, 5160, 120, 972, 372},
+                      {lvwSpecial, 120, 360, 4932, 2892},
+                      {lblPrompt, 120, 120, 3936, 192}});
 }
 
 void frmInsert::Form_Load()

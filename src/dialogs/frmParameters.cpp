@@ -15,11 +15,10 @@ using namespace dialogs;
 
 namespace {
 
-QPushButton *MakeButton(QWidget *form, const char *name, const QString &caption, int left, int top)
+QPushButton *MakeButton(QWidget *form, const char *name, const QString &caption)
 {
     auto *button = new QPushButton(caption, form);
     button->setObjectName(QLatin1String(name));
-    PlaceTwips(button, left, top, 972, 372);
     return button;
 }
 
@@ -29,26 +28,23 @@ frmParameters::frmParameters(QWidget *parent) : QDialog(parent)
 {
     setObjectName(QStringLiteral("frmParameters"));
 
-    cmdReset = MakeButton(this, "cmdReset", QStringLiteral("&Reset"), 6000, 1560);
-    cmdCancel = MakeButton(this, "cmdCancel", QStringLiteral("&Cancel"), 6000, 2280);
-    cmdOk = MakeButton(this, "cmdOk", QStringLiteral("&Ok"), 4920, 2280);
-    cmdMoveDown = MakeButton(this, "cmdMoveDown", QStringLiteral("&Move Down"), 6000, 360);
-    cmdMoveUp = MakeButton(this, "cmdMoveUp", QStringLiteral("Move &Up"), 6000, 840);
-    cmdDelete = MakeButton(this, "cmdDelete", QStringLiteral("&Delete"), 3720, 2280);
-    cmdInsert = MakeButton(this, "cmdInsert", QStringLiteral("&Insert"), 2400, 2280);
-    cmdAdd = MakeButton(this, "cmdAdd", QStringLiteral("&Add"), 1320, 2280);
-    cmdEdit = MakeButton(this, "cmdEdit", QStringLiteral("&Edit"), 120, 2280);
+    cmdReset = MakeButton(this, "cmdReset", QStringLiteral("&Reset"));
+    cmdCancel = MakeButton(this, "cmdCancel", QStringLiteral("&Cancel"));
+    cmdOk = MakeButton(this, "cmdOk", QStringLiteral("&Ok"));
+    cmdMoveDown = MakeButton(this, "cmdMoveDown", QStringLiteral("&Move Down"));
+    cmdMoveUp = MakeButton(this, "cmdMoveUp", QStringLiteral("Move &Up"));
+    cmdDelete = MakeButton(this, "cmdDelete", QStringLiteral("&Delete"));
+    cmdInsert = MakeButton(this, "cmdInsert", QStringLiteral("&Insert"));
+    cmdAdd = MakeButton(this, "cmdAdd", QStringLiteral("&Add"));
+    cmdEdit = MakeButton(this, "cmdEdit", QStringLiteral("&Edit"));
     lblParameters = new QLabel(QStringLiteral("&Parameters"), this);
     lblParameters->setObjectName(QStringLiteral("lblParameters"));
-    PlaceTwips(lblParameters, 120, 120, 840, 192);
     lvwParameters = new QTreeWidget(this);
     lvwParameters->setObjectName(QStringLiteral("lvwParameters"));
     SetupReportList(lvwParameters);
-    PlaceTwips(lvwParameters, 120, 360, 5772, 1812);
     lblParameters->setBuddy(lvwParameters);
 
     cmdOk->setDefault(true);
-    setFixedSize(TwipsToPixelsX(7095), TwipsToPixelsY(2775));
 
     QWidget *tabOrder[] = {lvwParameters, cmdEdit, cmdAdd, cmdInsert, cmdDelete,
                            cmdMoveDown, cmdMoveUp, cmdOk, cmdCancel, cmdReset};
@@ -80,6 +76,20 @@ frmParameters::frmParameters(QWidget *parent) : QDialog(parent)
 
     setDirty(false);
     Form_Load();
+
+    // Buttons are 972 x 372 twips; Move Down stands above Move Up, as designed.
+    ApplyTwipsLayout(this, 7095, 2775,
+                     {{cmdReset, 6000, 1560, 972, 372},
+                      {cmdCancel, 6000, 2280, 972, 372},
+                      {cmdOk, 4920, 2280, 972, 372},
+                      {cmdMoveDown, 6000, 360, 972, 372},
+                      {cmdMoveUp, 6000, 840, 972, 372},
+                      {cmdDelete, 3720, 2280, 972, 372},
+                      {cmdInsert, 2400, 2280, 972, 372},
+                      {cmdAdd, 1320, 2280, 972, 372},
+                      {cmdEdit, 120, 2280, 972, 372},
+                      {lblParameters, 120, 120, 840, 192},
+                      {lvwParameters, 120, 360, 5772, 1812}});
 }
 
 template <typename Command>

@@ -189,10 +189,9 @@ void frmTranslate::CreateControls()
     cboShortcutCharacter->setMinimumContentsLength(6);
     cboShortcutMode->setSizeAdjustPolicy(QComboBox::AdjustToContents);
 
-    // Every button leaves Enter alone unless it has the focus: Enter must not save or close
-    // the dialog from a text box (see keyPressEvent).
+    // No button is the default: Enter in a text box must neither save nor close the dialog.
     for (QPushButton *button : {cmdReport, cmdInsert, cmdEditParameterDefs, cmdCancel, cmdSave})
-        button->setAutoDefault(true);
+        button->setAutoDefault(false);
 
     // Id and description.
     auto *idRow = new QHBoxLayout;
@@ -507,17 +506,6 @@ void frmTranslate::changeEvent(QEvent *event)
     QDialog::changeEvent(event);
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
         Form_Activate();
-}
-
-void frmTranslate::keyPressEvent(QKeyEvent *event)
-{
-    // A focused button takes Enter itself; anywhere else Enter does nothing rather than
-    // pressing a default button.
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        event->accept();
-        return;
-    }
-    QDialog::keyPressEvent(event);
 }
 
 bool frmTranslate::eventFilter(QObject *watched, QEvent *event)

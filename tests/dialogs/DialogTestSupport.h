@@ -3,10 +3,15 @@
 // work a modal dialog while its exec() runs.
 
 #include "server/Entry.h"
+#include "services/Services.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QFont>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -110,6 +115,68 @@ void OnModal(std::function<void(D *)> work, int attempts = 0)
             dialog->close();
     });
 }
+
+// A control's designed position and size in twips.
+struct DesignedRect {
+    const char *name;
+    QRect twips;
+};
+
+// Checks a form laid out in twips at 96 dpi: every control at its designed place scaled by one
+// factor for the whole form (exactly 1 when exact is set), and no caption cut off.
+inline void CheckTwipsLayout(QWidget *form, QSize clientTwips, const QList<DesignedRect> &design, bool exact)
+{
+    const double scale = form->width() / (clientTwips.width() / 15.0);
+    if (exact)
+        QCOMPARE(form->size(), clientTwips / 15);
+    QVERIFY(scale >= 1.0);
+    QVERIFY(qAbs(form->height() - clientTwips.height() * scale / 15.0) <= 1.0);
+    for (const DesignedRect &d : design) {
+        auto *control = form->findChild<QWidget *>(QLatin1String(d.name));
+        QVERIFY2(control, d.name);
+        const QRect expected(qRound(d.twips.x() * scale / 15.0), qRound(d.twips.y() * scale / 15.0),
+                             qRound(d.twips.width() * scale / 15.0), qRound(d.twips.height() * scale / 15.0));
+        const QRect actual = control->geometry();
+        if (exact) {
+            QCOMPARE(actual, expected);
+        } else {
+            const QRect gap(actual.topLeft() - expected.topLeft(), actual.size() - expected.size());
+            QVERIFY2(qAbs(gap.x()) <= 1 && qAbs(gap.y()) <= 1 && qAbs(gap.width()) <= 1 && qAbs(gap.height()) <= 1,
+                     d.name);
+        }
+        QString caption;
+        int padding = 0;
+        if (auto *button = qobject_cast<QAbstractButton *>(control)) {
+            caption = button->text();
+            padding = 12;
+        } else if (auto *label = qobject_cast<QLabel *>(control)) {
+            caption = label->text();
+        }
+        if (caption.isEmpty())
+            continue;
+        const QFontMetrics metrics(control->font());
+        QVERIFY2(metrics.horizontalAdvance(CleanAccessMarkers(caption)) + padding <= actual.width(),
+                 d.name);
+        QVERIFY2(metrics.height() <= actual.height(), d.name);
+    }
+}
+
+// Sets the application font for the lifetime of the object.
+class ApplicationFont {
+public:
+    explicit ApplicationFont(int pixelSize) : m_saved(QApplication::font())
+    {
+        if (pixelSize > 0) {
+            QFont font = m_saved;
+            font.setPixelSize(pixelSize);
+            QApplication::setFont(font);
+        }
+    }
+    ~ApplicationFont() { QApplication::setFont(m_saved); }
+
+private:
+    QFont m_saved;
+};
 
 template <typename T>
 T *Find(QWidget *form, const char *name)

@@ -181,26 +181,29 @@ void TestFrmInsert::nullEntryShowsNothing()
 
 void TestFrmInsert::layoutInTwips_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QRect>("geometry");
-    // 96 dpi: 15 twips to the pixel.
-    QTest::newRow("cmdCancel") << QStringLiteral("cmdCancel") << QRect(344, 40, 65, 25);
-    QTest::newRow("cmdOkay") << QStringLiteral("cmdOkay") << QRect(344, 8, 65, 25);
-    QTest::newRow("lvwSpecial") << QStringLiteral("lvwSpecial") << QRect(8, 24, 329, 193);
-    QTest::newRow("lblPrompt") << QStringLiteral("lblPrompt") << QRect(8, 8, 262, 13);
+    QTest::addColumn<int>("fontPixels");
+    QTest::newRow("font as small as the design's") << 6;
+    QTest::newRow("platform font") << 0;
+    QTest::newRow("large font") << 20;
 }
 
 void TestFrmInsert::layoutInTwips()
 {
-    QFETCH(QString, name);
-    QFETCH(QRect, geometry);
+    QFETCH(int, fontPixels);
     TestServices services;
+    ApplicationFont font(fontPixels);
     frmInsert form;
-    QCOMPARE(form.size(), QSize(417, 224));
     QCOMPARE(form.windowTitle(), QStringLiteral("Insert Special"));
-    QWidget *control = form.findChild<QWidget *>(name);
-    QVERIFY(control);
-    QCOMPARE(control->geometry(), geometry);
+    CheckTwipsLayout(&form, QSize(6255, 3360),
+                     {{"cmdCancel", QRect(5160, 600, 972, 372)},
+                      {"cmdOkay", QRect(5160, 120, 972, 372)},
+                      {"lvwSpecial", QRect(120, 360, 4932, 2892)},
+                      {"lblPrompt", QRect(120, 120, 3936, 192)}},
+                     fontPixels == 6);
+    QCOMPARE(Find<QLabel>(&form, "lblPrompt")->text(),
+             QStringLiteral("Please select a special character or parameter to insert"));
+    QCOMPARE(Find<QPushButton>(&form, "cmdOkay")->text(), QStringLiteral("OK"));
+    QVERIFY(Find<QPushButton>(&form, "cmdOkay")->isDefault());
 }
 
 QTEST_MAIN(TestFrmInsert)

@@ -372,38 +372,39 @@ void TestFrmParameters::captionPlacementAndColumns()
 
 void TestFrmParameters::layoutInTwips_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QRect>("geometry");
-    QTest::addColumn<QString>("caption");
-    // 96 dpi: 15 twips to the pixel; 972 x 372 buttons are 65 x 25.
-    QTest::newRow("cmdReset") << "cmdReset" << QRect(400, 104, 65, 25) << "&Reset";
-    QTest::newRow("cmdCancel") << "cmdCancel" << QRect(400, 152, 65, 25) << "&Cancel";
-    QTest::newRow("cmdOk") << "cmdOk" << QRect(328, 152, 65, 25) << "&Ok";
-    QTest::newRow("cmdMoveDown") << "cmdMoveDown" << QRect(400, 24, 65, 25) << "&Move Down";
-    QTest::newRow("cmdMoveUp") << "cmdMoveUp" << QRect(400, 56, 65, 25) << "Move &Up";
-    QTest::newRow("cmdDelete") << "cmdDelete" << QRect(248, 152, 65, 25) << "&Delete";
-    QTest::newRow("cmdInsert") << "cmdInsert" << QRect(160, 152, 65, 25) << "&Insert";
-    QTest::newRow("cmdAdd") << "cmdAdd" << QRect(88, 152, 65, 25) << "&Add";
-    QTest::newRow("cmdEdit") << "cmdEdit" << QRect(8, 152, 65, 25) << "&Edit";
-    QTest::newRow("lblParameters") << "lblParameters" << QRect(8, 8, 56, 13) << "&Parameters";
-    QTest::newRow("lvwParameters") << "lvwParameters" << QRect(8, 24, 385, 121) << "";
+    QTest::addColumn<int>("fontPixels");
+    QTest::newRow("font as small as the design's") << 8;
+    QTest::newRow("platform font") << 0;
+    QTest::newRow("large font") << 20;
 }
 
 void TestFrmParameters::layoutInTwips()
 {
-    QFETCH(QString, name);
-    QFETCH(QRect, geometry);
-    QFETCH(QString, caption);
+    QFETCH(int, fontPixels);
     TestServices services;
+    ApplicationFont font(fontPixels);
     frmParameters form;
-    QCOMPARE(form.size(), QSize(473, 185));
-    QWidget *control = form.findChild<QWidget *>(name);
-    QVERIFY(control);
-    QCOMPARE(control->geometry(), geometry);
-    if (auto *button = qobject_cast<QPushButton *>(control))
-        QCOMPARE(button->text(), caption);
-    else if (auto *label = qobject_cast<QLabel *>(control))
-        QCOMPARE(label->text(), caption);
+    // Buttons are 972 x 372 twips; Move Down above Move Up, Cancel under the right-hand column.
+    CheckTwipsLayout(&form, QSize(7095, 2775),
+                     {{"cmdReset", QRect(6000, 1560, 972, 372)},
+                      {"cmdCancel", QRect(6000, 2280, 972, 372)},
+                      {"cmdOk", QRect(4920, 2280, 972, 372)},
+                      {"cmdMoveDown", QRect(6000, 360, 972, 372)},
+                      {"cmdMoveUp", QRect(6000, 840, 972, 372)},
+                      {"cmdDelete", QRect(3720, 2280, 972, 372)},
+                      {"cmdInsert", QRect(2400, 2280, 972, 372)},
+                      {"cmdAdd", QRect(1320, 2280, 972, 372)},
+                      {"cmdEdit", QRect(120, 2280, 972, 372)},
+                      {"lblParameters", QRect(120, 120, 840, 192)},
+                      {"lvwParameters", QRect(120, 360, 5772, 1812)}},
+                     fontPixels == 8);
+    const QStringList captions{"&Reset", "&Cancel", "&Ok", "&Move Down", "Move &Up", "&Delete", "&Insert", "&Add", "&Edit"};
+    QStringList seen;
+    for (const QString &name : {"cmdReset", "cmdCancel", "cmdOk", "cmdMoveDown", "cmdMoveUp", "cmdDelete", "cmdInsert",
+                                "cmdAdd", "cmdEdit"})
+        seen << form.findChild<QPushButton *>(name)->text();
+    QCOMPARE(seen, captions);
+    QCOMPARE(Find<QLabel>(&form, "lblParameters")->text(), QStringLiteral("&Parameters"));
 }
 
 void TestFrmParameters::tabOrder()
