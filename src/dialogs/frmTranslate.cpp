@@ -91,14 +91,22 @@ QString BoxText(const QPlainTextEdit *box)
     return out;
 }
 
+// A check box and its stand-in label share one cell: in translate mode the label takes the
+// check box's place, so the cell is as wide as the widest of them.
 QWidget *PropertyCell(QWidget *parent, QCheckBox *check, QLabel *label)
 {
-    // A check box and its stand-in label share one cell: in translate mode the label takes the
-    // check box's place, so the cell is as wide as the widest of them.
     auto *cell = new QWidget(parent);
     check->setParent(cell);
     label->setParent(cell);
-    const int index = QString(check->objectName()).back().digitValue();
+    label->hide();
+    return cell;
+}
+
+// Sizes a property cell for the captions in the form's final font.
+void SizePropertyCell(QCheckBox *check, QLabel *label)
+{
+    const int index = check->objectName().back().digitValue();
+    const QString caption = label->text();
     int width = check->sizeHint().width();
     int labelHeight = 0;
     for (bool on : {true, false}) {
@@ -106,12 +114,11 @@ QWidget *PropertyCell(QWidget *parent, QCheckBox *check, QLabel *label)
         width = qMax(width, label->sizeHint().width());
         labelHeight = qMax(labelHeight, label->sizeHint().height());
     }
+    label->setText(caption);
     const int checkHeight = check->sizeHint().height();
     check->setGeometry(0, 0, width, checkHeight);
     label->resize(width, labelHeight);
-    label->hide();
-    cell->setFixedSize(width, qMax(checkHeight, labelHeight));
-    return cell;
+    check->parentWidget()->setFixedSize(width, qMax(checkHeight, labelHeight));
 }
 
 } // namespace
@@ -122,6 +129,7 @@ frmTranslate::frmTranslate(QWidget *parent) : QDialog(parent)
     setWindowTitle(QStringLiteral("translate string"));
     CreateControls();
     Form_Load();
+    FinishLayout();
 }
 
 void frmTranslate::CreateControls()
@@ -177,14 +185,6 @@ void frmTranslate::CreateControls()
     txtCount->setAlignment(Qt::AlignRight);
     SetupReportList(lvwParameters);
 
-    const QFontMetrics metrics = fontMetrics();
-    const int lineHeight = metrics.lineSpacing();
-    txtId->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000000")) + 12);
-    txtCount->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000")) + 12);
-    rtfOriginal->setMinimumHeight(lineHeight * 4 + 12);
-    rtfTranslate->setMinimumHeight(lineHeight * 5 + 12);
-    txtProperties->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("Allow tab characterWW")) + 12);
-    lvwParameters->setMinimumHeight(lineHeight * 5 + 12);
     cboOriginal->setMinimumContentsLength(16);
     cboShortcutCharacter->setMinimumContentsLength(6);
     cboShortcutMode->setSizeAdjustPolicy(QComboBox::AdjustToContents);
@@ -275,11 +275,26 @@ void frmTranslate::CreateControls()
     connect(cmdReport, &QPushButton::clicked, this, &frmTranslate::cmdReport_Click);
     connect(cmdEditParameterDefs, &QPushButton::clicked, this, &frmTranslate::cmdEditParameterDefs_Click);
 
+}
+
+void frmTranslate::FinishLayout()
+{
+    // Sized once the form has its final font (which may be a Japanese one).
+    for (int i = 0; i < 3; ++i)
+        SizePropertyCell(chkProperties[i], lblProperties[i]);
+    const QFontMetrics metrics = fontMetrics();
+    const int lineHeight = metrics.lineSpacing();
+    txtId->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000000")) + 12);
+    txtCount->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000")) + 12);
+    rtfOriginal->setMinimumHeight(lineHeight * 4 + 12);
+    rtfTranslate->setMinimumHeight(lineHeight * 5 + 12);
+    txtProperties->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("Allow tab characterWW")) + 12);
+    lvwParameters->setMinimumHeight(lineHeight * 5 + 12);
     const QSize designed(TwipsToPixelsX(10800), TwipsToPixelsY(9000));
     resize(designed.expandedTo(minimumSizeHint()));
     // Lay the controls out now: the parameter columns are sized from the list's width before the
-    // dialog is first shown.
-    // Hidden widgets get no resize events, so each frame's own layout is activated as well.
+    // dialog is first shown, and hidden widgets get no resize events, so each frame's own layout
+    // is activated as well.
     ensurePolished();
     layout()->activate();
     for (QWidget *child : findChildren<QWidget *>())

@@ -51,6 +51,7 @@ protected:
 
 private:
     void CreateControls();
+    void FinishLayout();
     void Form_Load();
     void Form_Activate();
     void InitializeValues();
