@@ -180,7 +180,8 @@ void frmTranslate::CreateControls()
     txtProperties->setReadOnly(true);
     txtProperties->setTabChangesFocus(true);
     txtProperties->setFocusPolicy(Qt::NoFocus);
-    rtfTranslate->setTabChangesFocus(false);
+    // Tab moves on to the next control; a tab character is inserted through Insert Special.
+    rtfTranslate->setTabChangesFocus(true);
     txtCount->setReadOnly(true);
     txtCount->setAlignment(Qt::AlignRight);
     SetupReportList(lvwParameters);

@@ -534,6 +534,10 @@ void TestFrmTranslate::validMarkKeepsTheCaret()
         valid->setFocus(Qt::TabFocusReason);
         box->setFocus(Qt::TabFocusReason);
         QCOMPARE(box->textCursor().selectedText(), QStringLiteral("Hallo Welt"));
+        // Tab leaves the box instead of typing a tab character.
+        QTest::keyClick(box, Qt::Key_Tab);
+        QVERIFY(QApplication::focusWidget() != box);
+        QCOMPARE(box->toPlainText(), QStringLiteral("Hallo Welt"));
         Click(dialog, "cmdSave");
     });
     QVERIFY(result);
