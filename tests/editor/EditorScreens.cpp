@@ -1,0 +1,47 @@
+// Renders the editor on the demo workspace for a look by eye: one PNG per table version, written
+// to the folder given (default: "screens" in the working folder). Not a test; run it by hand:
+//
+//   QT_QPA_PLATFORM=offscreen <build>/tests/editor/kvedit_editor_screens <folder>
+
+#include "dataview/UCKvDataView.h"
+#include "editor/frmEdit.h"
+#include "server/Workspace.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+using namespace kvedit;
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screens");
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "cannot create %s\n", qPrintable(folder));
+        return 1;
+    }
+    QTemporaryDir dir;
+    const server::WorkspacePtr ws = server::CreateDemoWorkspace(dir.filePath(QStringLiteral("demo.kvw")));
+
+    for (const TableVersion version : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
+        frmEdit form;
+        form.Prepare(ws, version);
+        form.resize(1200, 800);
+        form.show();
+        if (!QTest::qWaitForWindowActive(&form))
+            form.Form_Activate();
+        form.DataView()->setCurrentRecord(5);
+        QApplication::processEvents();
+        const QString file = QDir(folder).filePath(QStringLiteral("editor-version-%1.png").arg(int(version)));
+        if (!form.grab().save(file, "PNG")) {
+            std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
+            return 1;
+        }
+        std::printf("%s: %d rows\n", qPrintable(file), form.DataSource()->GetRecordCount());
+    }
+    return 0;
+}
