@@ -15,6 +15,7 @@
 #include <QMenuBar>
 #include <QPixmap>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
@@ -335,6 +336,15 @@ bool frmEdit::AddListImage(const QString &key, int pictureId)
     return added;
 }
 
+std::optional<double> frmEdit::NumericValue(const QString &text)
+{
+    static const QRegularExpression number(QStringLiteral("^[+-]?([0-9]+(\\.[0-9]*)?|\\.[0-9]+)$"));
+    const QString trimmed = text.trimmed();
+    if (!number.match(trimmed).hasMatch())
+        return std::nullopt;
+    return QLocale::c().toDouble(trimmed);
+}
+
 QString frmEdit::MenuKey(const QAction *menuItem)
 {
     if (!menuItem)
@@ -380,10 +390,10 @@ void frmEdit::tbrEdit_ButtonClick(const QString &buttonKey)
         const qsizetype colon = key.indexOf(u':');
         if (key.isEmpty() || colon < 0)
             return;
-        bool numeric = false;
-        const double value = QLocale::c().toDouble(key.mid(colon + 1).trimmed(), &numeric);
+        const std::optional<double> numeric = NumericValue(key.mid(colon + 1));
         if (!numeric)
             return;
+        const double value = *numeric;
         if (std::fabs(value) > 32767.0)
             throw KvError(errOverflow, QStringLiteral("Overflow"), QStringLiteral("frmEdit"));
         const int index = static_cast<int>(std::nearbyint(value));

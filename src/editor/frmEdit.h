@@ -10,6 +10,8 @@
 #include <QPoint>
 #include <QString>
 
+#include <optional>
+
 class QAction;
 class QEventLoop;
 class QLabel;
@@ -52,6 +54,9 @@ public:
     // Menu items by index; null when the index has no item.
     QAction *FileItem(int index) const;
     QAction *EditItem(int index) const;
+
+    // The value of a whole or decimal number text ("12", " 7.5 ", "-3"); nullopt for anything else.
+    static std::optional<double> NumericValue(const QString &text);
 
     // Menus and toolbar.
     void SetupMenus();

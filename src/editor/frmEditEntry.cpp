@@ -10,7 +10,6 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QLocale>
 
 #include <cmath>
 #include <memory>
@@ -29,10 +28,9 @@ void frmEdit::ProcessEditMenuGoTo()
                     .trimmed();
             if (answer.isEmpty())
                 return;
-            bool numeric = false;
-            const double value = QLocale::c().toDouble(answer, &numeric);
-            if (numeric && value >= 1.0 && value <= 32767.0) {
-                m_qvtdatEdit->ShowId(static_cast<qint32>(std::nearbyint(value)));
+            const std::optional<double> value = NumericValue(answer);
+            if (value && *value >= 1.0 && *value <= 32767.0) {
+                m_qvtdatEdit->ShowId(static_cast<qint32>(std::nearbyint(*value)));
                 return;
             }
         }

@@ -382,6 +382,7 @@ private slots:
         QTest::newRow("32767 is accepted") << QStringList{"32767"} << 32767 << 1;
         QTest::newRow("empty ends") << QStringList{""} << 0 << 1;
         QTest::newRow("empty after a wrong answer") << QStringList{"-3", ""} << 0 << 2;
+        QTest::newRow("only plain numbers") << QStringList{"1e1", "0x5", "5 5", "+5"} << 5 << 4;
     }
     void goTo()
     {

@@ -291,7 +291,9 @@ private slots:
         QTest::newRow("empty index") << QStringLiteral("mnuEditItem:") << QString();
         QTest::newRow("unknown menu") << QStringLiteral("mnuToolsItem:4") << QString();
         QTest::newRow("name differs in case") << QStringLiteral("MNUEDITITEM:4") << QString();
+        QTest::newRow("index with exponent") << QStringLiteral("mnuEditItem:4e0") << QString();
         QTest::newRow("edit find") << QStringLiteral("mnuEditItem:4") << QStringLiteral("input:Find");
+        QTest::newRow("decimal index") << QStringLiteral("mnuEditItem:4.0") << QStringLiteral("input:Find");
         QTest::newRow("surrounding blanks") << QStringLiteral("  mnuEditItem:11 ") << QStringLiteral("input:Go to");
         QTest::newRow("file separator")
             << QStringLiteral("mnuFileItem:1") << QStringLiteral("notify:File menu item '- not implemented");
