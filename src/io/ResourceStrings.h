@@ -53,6 +53,7 @@ struct ImportedString {
     QString text;                // the text this file brings for the source being imported
     std::optional<QString> description;   // nullopt: the file says nothing about it
     TextProperties properties;   // as the file states them, else as the text shows them
+    bool propertiesGiven = false;   // stated by the file, not only seen in the text
     QList<ParameterDefinition> parameters;
     bool parametersGiven = false;   // with descriptions; else only the placeholders are known
 
@@ -61,6 +62,7 @@ struct ImportedString {
     std::optional<QString> target;
     TranslationState state = TranslationState::Missing;
     TextProperties targetProperties;
+    bool targetPropertiesGiven = false;
 
     QString file;                // where it was read
     int line = 0;

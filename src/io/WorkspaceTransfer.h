@@ -1,0 +1,78 @@
+#pragma once
+// Moving strings between files and a workspace: import a resource script or XLIFF file into one
+// source (all or nothing: a file with errors, or a failure half-way, leaves the workspace as it
+// was), export one source, and count what a translation still needs.
+
+#include "io/RcReader.h"
+#include "server/Workspace.h"
+
+#include <functional>
+#include <optional>
+
+namespace kvedit::io {
+
+enum class FileFormat { ResourceScript, Xliff };
+
+// By extension: .rc (also .rc2, .dlg) and .xlf/.xliff; nullopt for anything else.
+std::optional<FileFormat> FormatOfFile(const QString &path);
+
+enum class ImportAs {
+    Automatic,       // a resource script by its LANGUAGE (English: the English default, else the
+                     // local default); an XLIFF file's translations into the local default
+    EnglishDefault,  // the strings themselves (from XLIFF: the <source> texts)
+    LocalDefault,    // translations
+};
+
+// Called now and then with the strings done so far and the total.
+using Progress = std::function<void(int done, int total)>;
+
+struct ImportOptions {
+    ImportAs as = ImportAs::Automatic;
+    RcReadOptions rc;            // resource scripts: -I, -D, headers, code page
+    Progress progress;
+};
+
+struct ImportSummary {
+    kvedit::StringSource source = ssEnglishDefault;
+    QString languageTag;         // as the file states it
+    int added = 0;               // records the source did not have
+    int changed = 0;
+    int unchanged = 0;
+    int skipped = 0;             // ids the workspace does not know, units without a translation
+    QList<Diagnostic> notes;
+};
+
+// Reads file and stores its strings in the workspace, then saves. The workspace must have no
+// unsaved edits. Throws FileError for a file with errors, KvError when the workspace refuses.
+ImportSummary ImportFile(server::Workspace &workspace, const QString &file, const ImportOptions &options = {});
+
+// The same for strings already read.
+ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings &strings, FileFormat format,
+                            ImportAs as, const Progress &progress = {});
+
+struct ExportOptions {
+    TableVersion table = ssLocalEdited;   // the source to write (XLIFF: the targets)
+    Progress progress;
+};
+
+struct ExportSummary {
+    int strings = 0;
+    QString languageTag;
+};
+
+ExportSummary ExportFile(server::Workspace &workspace, const QString &file, const ExportOptions &options = {});
+
+// What the editor's searches find for one table version; each count includes the ones before it
+// (a missing translation is also out of date, an out-of-date one also unapproved).
+struct StringCounts {
+    int total = 0;        // strings of the English default
+    int translated = 0;   // with a text in the version
+    int missing = 0;
+    int outOfDate = 0;
+    int unapproved = 0;
+    bool operator==(const StringCounts &) const = default;
+};
+
+StringCounts CountStrings(server::Workspace &workspace, TableVersion version);
+
+} // namespace kvedit::io
