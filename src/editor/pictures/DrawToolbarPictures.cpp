@@ -16,6 +16,7 @@
 #include <QPainterPath>
 #include <QPolygonF>
 
+#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <vector>
@@ -24,6 +25,7 @@ namespace {
 
 constexpr int kWidth = 24;
 constexpr int kHeight = 23;
+constexpr double kPi = 3.14159265358979323846;
 
 // One palette and one outline for every picture, so the toolbar reads as one set.
 const QColor kOutline(0x33, 0x41, 0x4f);
@@ -230,7 +232,7 @@ void Star(QPainter &p, const QPointF &centre, double outer, double inner)
 {
     QPolygonF star;
     for (int i = 0; i < 10; ++i) {
-        const double angle = -M_PI / 2 + i * M_PI / 5;
+        const double angle = -kPi / 2 + i * kPi / 5;
         const double radius = (i % 2 == 0) ? outer : inner;
         star << centre + QPointF(radius * std::cos(angle), radius * std::sin(angle));
     }
