@@ -2,6 +2,7 @@
 
 #include "common/basGlobals.h"
 #include "services/ErrorContext.h"
+#include "services/Services.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -21,8 +22,9 @@ namespace {
 
 constexpr const char *kModule = "CDVDataSource";
 constexpr int kColumns = 6;
-// Kept free beside the fixed columns when the text columns share the width.
-constexpr double kWidthReserve = 100;
+// Kept free beside the fixed columns when the text columns share the width: 100 twips, the
+// room a list's own border takes, converted to pixels where it is used.
+constexpr double kWidthReserveTwips = 100;
 // Added to the text height so that rows do not look cramped.
 constexpr double kRowPadding = 6;
 // What an automated run allows a message box before taking it as unanswered.
@@ -218,7 +220,7 @@ void CDVDataSource::CalculateColumnSizes(QWidget *objContainer, double sngTotalW
         w[4] = CalculateColumnWidth(4, objContainer);
         w[5] = d->version == ssEnglishDefault ? 0.0 : CalculateColumnWidth(5, objContainer);
         const int dataColumns = CountDataColumns();
-        w[2] = dataColumns > 0 ? (sngTotalWidth - (w[0] + w[1] + w[4] + w[5] + kWidthReserve)) / dataColumns : 0.0;
+        w[2] = dataColumns > 0 ? (sngTotalWidth - (w[0] + w[1] + w[4] + w[5] + TwipsToPixelsX(kWidthReserveTwips))) / dataColumns : 0.0;
         w[3] = dataColumns >= 2 ? w[2] : 0.0;
         d->rowHeight = CalculateRowHeight(objContainer);
     });

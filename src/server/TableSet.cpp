@@ -126,7 +126,11 @@ bool TableSet::HasText(StringId id, kvedit::StringSource source) const
 bool TableSet::IdInUse(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
-    return m_data.sources[source].find(id) != nullptr;
+    if (m_data.sources[source].find(id) != nullptr)
+        return true;
+    // Every English string has a slot in each translation table, filled or not: an empty slot is
+    // a missing translation, which the editor must list so that it can be found and translated.
+    return source != ssEnglishDefault && m_data.sources[ssEnglishDefault].find(id) != nullptr;
 }
 
 StringEntryPtr TableSet::Entry(StringId id, kvedit::StringSource source) const

@@ -24,6 +24,8 @@ public:
     // StringTableSet
     qint16 Revision(StringId id, kvedit::StringSource source) const override;
     bool HasText(StringId id, kvedit::StringSource source) const override;
+    // A source's own records, and in the translation sources (0 to 2) a slot for every English
+    // string as well.
     bool IdInUse(StringId id, kvedit::StringSource source) const override;
     StringEntryPtr Entry(StringId id, kvedit::StringSource source) const override;
     QString Text(StringId id, kvedit::StringSource source) const override;

@@ -150,11 +150,11 @@ private slots:
         QCOMPARE(source.ColumnWidth(1), double(fm.horizontalAdvance("8888888")));
         QCOMPARE(source.ColumnWidth(4), translating ? double(fm.horizontalAdvance("WEnglish Default")) : 0.0);
         QCOMPARE(source.ColumnWidth(5), translating ? double(fm.horizontalAdvance("WValid?")) : 0.0);
-        // Everything but a reserve of 100 is handed out.
+        // Everything but a reserve of 100 twips is handed out.
         double sum = 0;
         for (int c = 0; c < 6; ++c)
             sum += source.ColumnWidth(c);
-        QCOMPARE(sum + 100, 900.0);
+        QCOMPARE(sum + TwipsToPixelsX(100), 900.0);
         QCOMPARE(source.ColumnWidth(3), translating ? source.ColumnWidth(2) : 0.0);
 
         QList<double> before;
@@ -226,9 +226,11 @@ private slots:
         QTest::addColumn<int>("version");
         QTest::addColumn<QList<qint32>>("ids");
         QTest::addColumn<int>("orphan");   // in the version only, 0 for none
-        QTest::newRow("local edited") << 0 << QList<qint32>{1} << 3;
-        QTest::newRow("local default") << 1 << QList<qint32>{1, 5} << 7;
-        QTest::newRow("English edited") << 2 << QList<qint32>{2} << 0;
+        // Every English string has a slot in each translation table, so all three are listed
+        // there, translated or not; translations without an English string are not.
+        QTest::newRow("local edited") << 0 << QList<qint32>{1, 2, 5} << 3;
+        QTest::newRow("local default") << 1 << QList<qint32>{1, 2, 5} << 7;
+        QTest::newRow("English edited") << 2 << QList<qint32>{1, 2, 5} << 0;
         QTest::newRow("English default") << 3 << QList<qint32>{1, 2, 5} << 0;
     }
     void refreshStringList()
@@ -410,7 +412,7 @@ private slots:
         QCOMPARE(versions, (QList<int>{3, 1}));
         // The title goes out first, the list is refreshed after it.
         QCOMPARE(countsAtSignal, (QList<int>{0, 3}));
-        QCOMPARE(source.GetRecordCount(), 2);
+        QCOMPARE(source.GetRecordCount(), 3);
         QCOMPARE(source.TableVersion(), ssLocalDefault);
 
         // A new workspace empties the list until the version is set again.
@@ -491,8 +493,11 @@ private slots:
         source.setTableVersion(ssLocalEdited);
         view.Refresh();
         QCOMPARE(table->model()->columnCount(), 6);
-        QCOMPARE(table->model()->rowCount(), 1);
+        // The translation table lists every English string; only id 1 is translated and approved.
+        QCOMPARE(table->model()->rowCount(), source.GetRecordCount());
+        QCOMPARE(source.RecordNumberToId(1), 1);
         QCOMPARE(table->model()->index(0, 5).data().toString(), QStringLiteral("Yes"));
+        QCOMPARE(table->model()->index(1, 5).data().toString(), QStringLiteral("No"));
     }
 };
 

@@ -89,7 +89,7 @@ void TestDemo::everyStatePresent()
             ++approvedCurrent;
         else
             ++unapprovedCurrent;
-        if (set->IdInUse(i, ssLocalEdited)) {
+        if (set->RecordOf(i, ssLocalEdited).has_value()) {
             if (german && german->hasText)
                 ++localOverDefault;
             else

@@ -75,8 +75,9 @@ private slots:
     void fallback_data();
     void fallback();
     void defaultSourcesDoNotFallBack();
-    void idInUseLooksOnlyAtTheSource_data();
-    void idInUseLooksOnlyAtTheSource();
+    void idInUsePerSource_data();
+    void idInUsePerSource();
+    void englishStringGivesEmptySlotsWithoutRecords();
     void blankEntryForUnusedId_data();
     void blankEntryForUnusedId();
     void missingTranslationIsWrittenLikeTheEnglish();
@@ -172,21 +173,38 @@ void TestTableSet::defaultSourcesDoNotFallBack()
     QCOMPARE(f.set->SourceName(4, ssLocalEdited), QString());
 }
 
-void TestTableSet::idInUseLooksOnlyAtTheSource_data()
+void TestTableSet::idInUsePerSource_data()
 {
     QTest::addColumn<int>("source");
     for (int s = 0; s < 4; ++s)
         QTest::addRow("record in source %d", s) << s;
 }
 
-void TestTableSet::idInUseLooksOnlyAtTheSource()
+void TestTableSet::idInUsePerSource()
 {
     QFETCH(int, source);
     Fixture f;
     f.set->PutRecord(9, StringSource(source), NoText());
-    for (int s = 0; s < 4; ++s)
-        QCOMPARE(f.set->IdInUse(9, StringSource(s)), s == source);
+    for (int s = 0; s < 4; ++s) {
+        // An English string gives every translation table a slot; nothing else leaks across.
+        const bool expected = s == source || (source == ssEnglishDefault && s != ssEnglishDefault);
+        QCOMPARE(f.set->IdInUse(9, StringSource(s)), expected);
+    }
     QVERIFY(!f.set->IdInUse(10, StringSource(source)));
+}
+
+void TestTableSet::englishStringGivesEmptySlotsWithoutRecords()
+{
+    Fixture f;
+    f.Saved(12, ssEnglishDefault, MakeRecord("Close"));
+    for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishEdited}) {
+        QVERIFY(f.set->IdInUse(12, s));
+        QVERIFY(!f.set->RecordOf(12, s).has_value());
+    }
+    QVERIFY(!f.set->HasText(12, ssLocalDefault));
+    QCOMPARE(f.set->Text(12, ssEnglishEdited), QString("Close"));   // the slot still falls back
+    f.set->RemoveEntry(12, ssEnglishDefault);
+    QVERIFY(!f.set->IdInUse(12, ssLocalDefault));
 }
 
 void TestTableSet::blankEntryForUnusedId_data()
@@ -374,7 +392,7 @@ void TestTableSet::storingEqualEntryIsNoEdit()
         QVERIFY2(!f.set->Modified(), qPrintable(QString::number(s)));
     }
     // An up-to-date default stored through the edited source does not create a local record.
-    QVERIFY(!f.set->IdInUse(30, ssLocalEdited));
+    QVERIFY(!f.set->RecordOf(30, ssLocalEdited).has_value());
 
     f.set->StoreEntry(f.Edited(f.set->Entry(30, ssLocalDefault), "Ausschneiden"));
     QVERIFY(f.set->Modified());
@@ -429,7 +447,7 @@ void TestTableSet::discardEditsRestoresEverything()
     QVERIFY(!f.set->Modified());
     QCOMPARE(f.set->Text(40, ssEnglishDefault), QString("Find"));
     QCOMPARE(f.set->Revision(40, ssEnglishDefault), qint16(1));
-    QVERIFY(!f.set->IdInUse(40, ssLocalEdited));
+    QVERIFY(!f.set->RecordOf(40, ssLocalEdited).has_value());
     QCOMPARE(f.set->Text(40, ssLocalDefault), QString("Suchen"));
     QVERIFY(!f.set->IdInUse(41, ssEnglishDefault));
     QCOMPARE(f.set->Parameters(40), ParameterList({ParameterDefinition(1, "text", "%1")}));

@@ -182,7 +182,7 @@ void TestWorkspaceFile::saveToOwnSourcesAndReopen()
     ws->setSymbol(32767, {});
     set->Save(ssLocalEdited, false);
     const std::shared_ptr<TableSet> third = Workspace::Open(path)->Set();
-    QVERIFY(!third->IdInUse(32767, ssLocalEdited));
+    QVERIFY(!third->RecordOf(32767, ssLocalEdited).has_value());
     QVERIFY(third->Parameters(32767).isEmpty());
     QCOMPARE(third->Symbol(32767), QString());
 }
@@ -227,12 +227,12 @@ void TestWorkspaceFile::saveAsIntoDefault()
         QCOMPARE(s->Text(10, target), QString("new text"));
         QVERIFY(s->HasStatus(10, target, sfApproved));
         QCOMPARE(s->Revision(10, target), qint16(revision));
-        QVERIFY(!s->IdInUse(10, edited));   // superseded, so the saved text shows
+        QVERIFY(!std::static_pointer_cast<TableSet>(s)->RecordOf(10, edited).has_value());   // superseded, so the saved text shows
         QCOMPARE(s->Text(10, edited), QString("new text"));
         QCOMPARE(s->SourceName(10, edited), TableSet::FixedSourceName(target));
         QCOMPARE(s->Text(11, target), QString("untouched"));
         QCOMPARE(s->Text(12, other->StringSource()), QString("elsewhere"));   // other sources keep their own
-        QVERIFY(s->IdInUse(12, other->StringSource()));
+        QVERIFY(std::static_pointer_cast<TableSet>(s)->RecordOf(12, other->StringSource()).has_value());
     }
 }
 
