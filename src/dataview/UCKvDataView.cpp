@@ -3,6 +3,7 @@
 #include "services/Services.h"
 
 #include <QAbstractTableModel>
+#include <QApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLoggingCategory>
@@ -154,7 +155,7 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        QStyledItemDelegate::paint(painter, option, index);
+        PaintCell(painter, option, index);
         if (!m_model->IsMarkerColumn(index.column()) || index.row() != m_view->currentIndex().row())
             return;
         const QRect r = option.rect;
@@ -175,8 +176,77 @@ public:
     }
 
 private:
+    // The style draws the cell without its text (background, selection, focus), and the text is
+    // drawn here on one line, elided to the cell. The style's own text drawing lays the whole
+    // text out several times per cell, which for texts of a few hundred characters made paging
+    // through a long list stutter; here a text is shaped once to elide it, when it may not fit,
+    // and once to draw what shows.
+    void PaintCell(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+    {
+        QStyleOptionViewItem opt = option;
+        initStyleOption(&opt, index);
+        const QString text = opt.text;
+        opt.text.clear();
+        const QWidget *widget = opt.widget;
+        QStyle *style = widget ? widget->style() : QApplication::style();
+        style->drawControl(QStyle::CE_ItemViewItem, &opt, painter, widget);
+        if (text.isEmpty())
+            return;
+
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        const QRect textRect = opt.rect.adjusted(margin, 0, -margin, 0);
+        if (textRect.width() <= 0)
+            return;
+        const QFontMetrics &fm = opt.fontMetrics;
+        QString shown = text;
+        if (shown.size() * qMax(1, fm.maxWidth()) > textRect.width()) {
+            // No glyph is narrower than the narrowest of a few thin ones, so more characters than
+            // fit at that width can never show: the rest is cut before shaping, marked as cut.
+            const int cap = textRect.width() / NarrowestAdvance(fm) + 2;
+            if (shown.size() > cap) {
+                shown.truncate(cap);
+                shown += QChar(0x2026);
+            }
+            shown = fm.elidedText(shown, opt.textElideMode, textRect.width());
+        }
+
+        const QPalette::ColorGroup group = !(opt.state & QStyle::State_Enabled) ? QPalette::Disabled
+                                           : (opt.state & QStyle::State_Active)   ? QPalette::Normal
+                                                                                  : QPalette::Inactive;
+        painter->save();
+        painter->setFont(opt.font);
+        painter->setPen(opt.palette.color(group, opt.state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text));
+        const Qt::Alignment alignment = QStyle::visualAlignment(opt.direction, opt.displayAlignment);
+        if (opt.direction == Qt::LeftToRight && (alignment & Qt::AlignVCenter)) {
+            // One line, centred: drawn at its baseline, without the line breaking of a text box.
+            const qreal x = alignment & Qt::AlignRight ? textRect.right() + 1 - QFontMetricsF(opt.font).horizontalAdvance(shown)
+                                                       : textRect.left();
+            const int y = textRect.top() + (textRect.height() - fm.height()) / 2 + fm.ascent();
+            painter->setClipRect(textRect, Qt::IntersectClip);
+            painter->drawText(QPointF(x, y), shown);
+        } else {
+            painter->drawText(textRect, int(alignment) | Qt::TextSingleLine, shown);
+        }
+        painter->restore();
+    }
+
+    int NarrowestAdvance(const QFontMetrics &fm) const
+    {
+        const qint64 font = qint64(fm.fontDpi() * 1000) * 100000 + fm.height() * 100 + fm.maxWidth();
+        if (font != m_narrowestFont) {
+            int narrowest = fm.horizontalAdvance(QLatin1Char(' '));
+            for (const QChar c : QStringLiteral("il.,:;'!|jI1"))
+                narrowest = qMin(narrowest, fm.horizontalAdvance(c));
+            m_narrowest = qMax(1, narrowest);
+            m_narrowestFont = font;
+        }
+        return m_narrowest;
+    }
+
     QTableView *m_view;
     const DataViewModel *m_model;
+    mutable int m_narrowest = 1;
+    mutable qint64 m_narrowestFont = -1;
 };
 
 } // namespace
