@@ -498,12 +498,12 @@ Record RecordFor(const QString &text, const QString &description)
     return r;
 }
 
-ParameterList ParametersOf(const QString &spec)
+ParameterList ParametersOf(const QString &joinedDescriptions)
 {
     ParameterList list;
-    if (spec.isEmpty())
+    if (joinedDescriptions.isEmpty())
         return list;
-    const QStringList descriptions = spec.split(QLatin1Char('|'));
+    const QStringList descriptions = joinedDescriptions.split(QLatin1Char('|'));
     for (int i = 0; i < descriptions.size(); ++i)
         list.append(ParameterDefinition(i + 1, descriptions.at(i), QLatin1Char('%') + QString::number(i + 1)));
     return list;

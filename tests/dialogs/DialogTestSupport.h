@@ -41,16 +41,16 @@ public:
         set = std::dynamic_pointer_cast<server::TableSet>(workspace->Tables());
     }
 
-    void Put(StringId id, StringSource source, const TextSpec &spec)
+    void Put(StringId id, StringSource source, const TextSpec &values)
     {
         server::Record record;
-        record.text = spec.text;
-        record.hasText = !spec.text.isEmpty();
-        record.description = spec.description;
-        record.properties = spec.properties;
-        record.shortcutCharacter = spec.shortcutCharacter;
-        record.shortcutMode = spec.shortcutMode;
-        record.status = spec.status;
+        record.text = values.text;
+        record.hasText = !values.text.isEmpty();
+        record.description = values.description;
+        record.properties = values.properties;
+        record.shortcutCharacter = values.shortcutCharacter;
+        record.shortcutMode = values.shortcutMode;
+        record.status = values.status;
         record.revision = 1;
         set->PutRecord(id, source, record);
     }
