@@ -46,8 +46,8 @@ bool IsIdentPart(QChar c)
 class Scanner {
 public:
     Scanner(const PreprocessedScript &script, int defaultCodePage, QList<Diagnostic> *diagnostics)
-        : m_script(script), m_codePage(defaultCodePage > 0 ? defaultCodePage : kCodePageUtf8),
-          m_diagnostics(diagnostics)
+        : m_script(script), m_defaultCodePage(defaultCodePage > 0 ? defaultCodePage : kCodePageUtf8),
+          m_codePage(m_defaultCodePage), m_diagnostics(diagnostics)
     {
     }
 
@@ -70,9 +70,10 @@ public:
                     continue;
                 }
             }
-            const int lineNumber = line++;
+            int lineNumber = line++;
             if (file < 0)
                 continue;
+            lineNumber = FirstPhysicalLine(file, lineNumber);
             const QString fileName = files.at(file);
             const bool utf8File = m_script.utf8Files.contains(fileName);
             const QByteArray trimmed = raw.trimmed();
@@ -112,6 +113,33 @@ private:
         return files.size() - 1;
     }
 
+    // The preprocessor numbers a line joined by backslash continuations as its last physical
+    // line; the user looks for where it starts.
+    int FirstPhysicalLine(int file, int line)
+    {
+        auto it = m_continued.find(file);
+        if (it == m_continued.end()) {
+            QList<bool> continued;
+            const QString path = files.at(file);
+            QFile f(path);
+            if (f.open(QIODevice::ReadOnly)) {
+                QByteArray bytes = f.readAll();
+                const ByteOrderMark mark = DetectByteOrderMark(bytes);
+                if (mark != ByteOrderMark::None)
+                    bytes = ToUtf8WithoutMark(bytes, mark).value_or(QByteArray());
+                for (QByteArray l : bytes.split('\n')) {
+                    if (l.endsWith('\r'))
+                        l.chop(1);
+                    continued.append(l.endsWith('\\'));
+                }
+            }
+            it = m_continued.insert(file, continued);
+        }
+        while (line > 1 && line - 2 < it->size() && it->at(line - 2))
+            --line;
+        return line;
+    }
+
     void Error(const QString &file, int line, const QString &message)
     {
         m_diagnostics->append({Diagnostic::Error, file, line, message});
@@ -121,7 +149,7 @@ private:
     {
         int page = 0;
         if (value.compare(QLatin1String("DEFAULT"), Qt::CaseInsensitive) == 0) {
-            page = kCodePageUtf8;
+            page = m_defaultCodePage;
         } else {
             page = value.toInt();
             if (CodecNameOfCodePage(page).isEmpty()) {
@@ -227,9 +255,11 @@ private:
     }
 
     const PreprocessedScript &m_script;
+    int m_defaultCodePage;   // the option's, or UTF-8
     int m_codePage;
     QList<Diagnostic> *m_diagnostics;
     QHash<QString, int> m_fileIndex;
+    QHash<int, QList<bool>> m_continued;   // per file: physical line n (index n-1) ends with '\\'
 };
 
 bool IsKeyword(const Token &t, const char *word)
