@@ -109,25 +109,22 @@ public:
     ResourceStrings Run()
     {
         m_result.file = m_file;
-        bool sawRoot = false;
+        // One root element; reading on past its end would only report a premature end.
+        if (!m_xml.readNextStartElement())
+            Fail(m_xml.hasError() ? m_xml.errorString() : QStringLiteral("the file holds no XLIFF document"));
+        if (m_xml.name() != QLatin1String("xliff"))
+            Fail(QStringLiteral("this is not an XLIFF file (its root element is <%1>)").arg(m_xml.name()));
+        const QString version = m_xml.attributes().value(QLatin1String("version")).toString();
+        if (version.startsWith(u'2'))
+            Fail(QStringLiteral("XLIFF %1 is not supported; only XLIFF 1.x is").arg(version));
         while (m_xml.readNextStartElement()) {
-            if (m_xml.name() != QLatin1String("xliff"))
-                Fail(QStringLiteral("this is not an XLIFF file (its root element is <%1>)").arg(m_xml.name()));
-            sawRoot = true;
-            const QString version = m_xml.attributes().value(QLatin1String("version")).toString();
-            if (version.startsWith(u'2'))
-                Fail(QStringLiteral("XLIFF %1 is not supported; only XLIFF 1.x is").arg(version));
-            while (m_xml.readNextStartElement()) {
-                if (m_xml.name() == QLatin1String("file"))
-                    ReadFile();
-                else
-                    m_xml.skipCurrentElement();
-            }
+            if (m_xml.name() == QLatin1String("file"))
+                ReadFile();
+            else
+                m_xml.skipCurrentElement();
         }
         if (m_xml.hasError())
             Fail(m_xml.errorString());
-        if (!sawRoot)
-            Fail(QStringLiteral("the file holds no XLIFF document"));
         return m_result;
     }
 
