@@ -32,13 +32,15 @@ ProcedureScope::ProcedureScope(const char *module, const char *procedure)
     : m_module(module), m_procedure(procedure)
 {
     // No shared_ptr copy: scopes run in per-row loops and the trace is only borrowed for the call.
-    if (ProcedureTrace *trace = Services().procedureTrace.get())
+    ProcedureTrace *trace = Services().procedureTrace.get();
+    if (trace && trace->Tracing())
         trace->EnterProcedure(ApplicationTitle(), QLatin1String(module), QLatin1String(procedure));
 }
 
 ProcedureScope::~ProcedureScope()
 {
-    if (ProcedureTrace *trace = Services().procedureTrace.get())
+    ProcedureTrace *trace = Services().procedureTrace.get();
+    if (trace && trace->Tracing())
         trace->LeaveProcedure(ApplicationTitle(), QLatin1String(m_module), QLatin1String(m_procedure));
 }
 

@@ -71,6 +71,9 @@ T *Require(T *p, const char *what, std::source_location where = std::source_loca
 class ProcedureTrace {
 public:
     virtual ~ProcedureTrace() = default;
+    // False while the trace would record nothing: procedure scopes then skip the calls and the
+    // application title they pass, which matters in per-row loops over 32767 strings.
+    virtual bool Tracing() const { return true; }
     // Module and procedure names are ASCII literals; views keep the hot paths free of allocation.
     virtual void EnterProcedure(const QString &title, QLatin1String module, QLatin1String procedure) = 0;
     virtual void LeaveProcedure(const QString &title, QLatin1String module, QLatin1String procedure) = 0;

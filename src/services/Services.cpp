@@ -21,6 +21,7 @@ namespace {
 
 class LoggingProcedureTrace final : public ProcedureTrace {
 public:
+    bool Tracing() const override { return lcTrace().isDebugEnabled(); }
     void EnterProcedure(const QString &title, QLatin1String module, QLatin1String procedure) override
     {
         qCDebug(lcTrace).noquote() << title << "enter" << module << procedure;

@@ -2,6 +2,7 @@
 
 #include "TestServices.h"
 
+#include <QLoggingCategory>
 #include <QTest>
 
 #include <functional>
@@ -53,6 +54,8 @@ private slots:
     void requireReturnsWhatItIsGiven();
     void nestedProceduresTraceInOrder();
     void worksWithoutTraceOrReporter();
+    void idleTraceIsNotCalled();
+    void loggingTraceFollowsItsCategory();
 
 private:
     std::unique_ptr<test::TestServices> m_services;
@@ -185,6 +188,39 @@ void TestErrorContext::worksWithoutTraceOrReporter()
     QVERIFY(!Reporting("M", "P", [] { throw KvError(errServer, QStringLiteral("nobody listens")); }));
     QVERIFY(m_services->trace->calls.isEmpty());
     QVERIFY(m_services->reporter->errors.isEmpty());
+}
+
+namespace {
+class IdleTrace final : public ProcedureTrace {
+public:
+    bool tracing = false;
+    int calls = 0;
+    bool Tracing() const override { return tracing; }
+    void EnterProcedure(const QString &, QLatin1String, QLatin1String) override { ++calls; }
+    void LeaveProcedure(const QString &, QLatin1String, QLatin1String) override { ++calls; }
+};
+} // namespace
+
+void TestErrorContext::idleTraceIsNotCalled()
+{
+    const auto trace = std::make_shared<IdleTrace>();
+    Services().procedureTrace = trace;
+    QVERIFY(!Reporting("M", "P", [] { throw KvError(errServer, QStringLiteral("still reported")); }));
+    QCOMPARE(trace->calls, 0);
+    QCOMPARE(m_services->reporter->errors.size(), 1);
+    trace->tracing = true;
+    QVERIFY(Reporting("M", "P", [] {}));
+    QCOMPARE(trace->calls, 2);
+}
+
+void TestErrorContext::loggingTraceFollowsItsCategory()
+{
+    const std::shared_ptr<ProcedureTrace> logging = MakeLoggingProcedureTrace();
+    QLoggingCategory::setFilterRules(QStringLiteral("kvedit.trace.debug=false"));
+    QVERIFY(!logging->Tracing());
+    QLoggingCategory::setFilterRules(QStringLiteral("kvedit.trace.debug=true"));
+    QVERIFY(logging->Tracing());
+    QLoggingCategory::setFilterRules(QString());
 }
 
 QTEST_GUILESS_MAIN(TestErrorContext)
