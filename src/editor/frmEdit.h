@@ -17,6 +17,7 @@ class QEventLoop;
 class QLabel;
 class QMenu;
 class QStatusBar;
+class QStringMatcher;
 class QToolBar;
 
 Q_DECLARE_LOGGING_CATEGORY(lcEditor)
@@ -133,8 +134,9 @@ private:
     QPoint InputPosition() const;
     void ShowIdAfterRefresh(qint32 id);
     bool RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
-                      const QString &findText);
-    bool TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText);
+                      const QString &findText, const QStringMatcher *finder);
+    bool TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
+                     const QStringMatcher *finder);
     void RunScan(Scan scan, const QString &findText, const QString &doneMessage);
 
     CDVDataSource m_DVDS;

@@ -7,6 +7,11 @@
 #include "services/ErrorContext.h"
 #include "services/Services.h"
 
+#include <QStringMatcher>
+
+#include <algorithm>
+#include <optional>
+
 namespace kvedit {
 
 void frmEdit::ProcessEditMenuFindText()
@@ -91,13 +96,23 @@ void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMes
         if (start > count)
             ++start;
     }
+    // The search text's skip table is built once for the pass. The matcher folds case one UTF-16
+    // unit at a time and contains() one character at a time; they differ only on letters outside
+    // the Basic Multilingual Plane, which fold only to each other, so for a search text without
+    // surrogates both find the same, and a search text with them keeps contains().
+    std::optional<QStringMatcher> matcher;
+    if ((scan == Scan::Text || scan == Scan::NextText)
+        && std::none_of(findText.cbegin(), findText.cend(), [](QChar c) { return c.isSurrogate(); }))
+        matcher.emplace(findText, Qt::CaseInsensitive);
+    const QStringMatcher *finder = matcher ? &*matcher : nullptr;
+
     qint32 row = start;
     qint32 found = 0;
     for (qint32 tested = 0; tested < count; ++tested) {
         ++row;
         if (row > count)
             row = 1;
-        if (RowQualifies(tables, scan, static_cast<StringId>(list.Value(row)), version, findText)) {
+        if (RowQualifies(tables, scan, static_cast<StringId>(list.Value(row)), version, findText, finder)) {
             found = row;
             break;
         }
@@ -112,12 +127,13 @@ void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMes
 }
 
 bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
-                           const QString &findText)
+                           const QString &findText, const QStringMatcher *finder)
 {
     switch (scan) {
     case Scan::Text:
     case Scan::NextText:
-        return TextMatches(tables, id, version, findText) || TextMatches(tables, id, ssEnglishDefault, findText);
+        return TextMatches(tables, id, version, findText, finder)
+               || TextMatches(tables, id, ssEnglishDefault, findText, finder);
     case Scan::Missing:
         return !tables.HasText(id, version);
     case Scan::OutOfDate:
@@ -129,15 +145,23 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
     return false;
 }
 
-bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText)
+bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
+                          const QStringMatcher *finder)
 {
     if (!tables.HasText(id, source))
         return false;
     const QString text = tables.Text(id, source);
-    // Cleaning the shortcut marker changes only a text that has an '&'; the entry, which knows
-    // whether its text allows a shortcut, is built for those alone.
+    const auto contains = [&](const QString &t) {
+        return finder ? finder->indexIn(t) >= 0 : t.contains(findText, Qt::CaseInsensitive);
+    };
+    // Cleaning the shortcut marker changes only a text that has an '&', and whether the entry
+    // allows a shortcut matters only when the cleaned text answers differently from the text as
+    // it stands; the entry, which knows, is built for those alone.
+    const bool asItStands = contains(text);
     if (!text.contains(u'&'))
-        return text.contains(findText, Qt::CaseInsensitive);
+        return asItStands;
+    if (contains(CleanAccessMarkers(text)) == asItStands)
+        return asItStands;
     bool found = false;
     FindTextInEntry(findText, tables.Entry(id, source), found);
     return found;
