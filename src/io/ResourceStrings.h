@@ -61,6 +61,7 @@ struct ImportedString {
     QString sourceText;          // the English text the translation was made for
     std::optional<QString> target;
     TranslationState state = TranslationState::Missing;
+    bool targetApproved = false;   // the approval mark, which an out-of-date translation may keep
     TextProperties targetProperties;
     bool targetPropertiesGiven = false;
 

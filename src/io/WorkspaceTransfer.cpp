@@ -127,7 +127,7 @@ public:
                 outOfDate = true;
             }
             StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
-                             s.state == TranslationState::Approved, outOfDate);
+                             s.targetApproved || s.state == TranslationState::Approved, outOfDate);
         }
     }
 
@@ -427,6 +427,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
                     const StringEntryPtr translation = set->Entry(id, options.table);
                     s.target = translation->Text();
                     s.targetProperties = PropertiesOf(*translation);
+                    s.targetApproved = translation->Status(sfApproved);
                 }
             }
             strings.append(s);

@@ -238,6 +238,7 @@ private:
         s.state = TranslationStateOf(state, target && !target->isEmpty(), approved);
         if (s.state != TranslationState::Missing) {
             s.target = target;
+            s.targetApproved = approved || s.state == TranslationState::Approved;
             s.targetProperties = targetGroup.present ? targetGroup.properties
                                                      : TextProperties::FromTraits(AnalyseText(*target));
             s.targetPropertiesGiven = targetGroup.present;
@@ -398,7 +399,10 @@ QByteArray WriteXliff(const XliffDocument &document)
         w.writeAttribute(QStringLiteral("id"), QString::number(u.id));
         if (!u.symbol.isEmpty())
             w.writeAttribute(QStringLiteral("resname"), u.symbol);
-        if (withTargets && u.state == TranslationState::Approved)
+        // The approval mark travels in the unit's attribute: an out-of-date translation can
+        // still carry it, which its state cannot say.
+        if (withTargets && u.target && u.state != TranslationState::Missing
+            && (u.targetApproved || u.state == TranslationState::Approved))
             w.writeAttribute(QStringLiteral("approved"), QStringLiteral("yes"));
         w.writeAttribute(QStringLiteral("xml:space"), QStringLiteral("preserve"));
         // Indenting inside <source> and <target> would add white space to the text.

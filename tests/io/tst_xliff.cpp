@@ -27,6 +27,7 @@ ImportedString Unit(int id, const QString &symbol, const QString &source, Transl
     u.target = target;
     if (target)
         u.targetProperties = TextProperties::FromTraits(AnalyseText(*target));
+    u.targetApproved = state == TranslationState::Approved;
     return u;
 }
 
@@ -47,13 +48,16 @@ XliffDocument SampleDocument()
     ImportedString save = Unit(105, QString(), QStringLiteral("Save changes to %1?\nYes or no"),
                                TranslationState::OutOfDate, QStringLiteral("\u00c4nderungen an %1 speichern?"));
     save.parameters = {ParameterDefinition(1, QStringLiteral("document <name> & path"), QStringLiteral("%1"))};
+    ImportedString stale = Unit(109, QStringLiteral("IDS_STALE"), QStringLiteral("Changed since"),
+                                TranslationState::OutOfDate, QStringLiteral("Seitdem ge\u00e4ndert"));
+    stale.targetApproved = true;   // approved before the English text changed
     ImportedString missing = Unit(106, QStringLiteral("IDS_MISSING"), QStringLiteral("Not yet"),
                                   TranslationState::Missing, std::nullopt);
     ImportedString odd = Unit(107, QString(), QStringLiteral("bell\u0007 nul") + QChar(0) + QStringLiteral(" cr\r\n tab\t \U0001F600"),
                               TranslationState::Unapproved, QStringLiteral("\u0008right") + QChar(0xFFFE));
     ImportedString blanks = Unit(108, QString(), QStringLiteral("  two leading, two trailing  "),
                                  TranslationState::Approved, QStringLiteral("\n"));
-    d.units = {title, open, save, missing, odd, blanks};
+    d.units = {title, open, save, stale, missing, odd, blanks};
     return d;
 }
 
@@ -133,6 +137,7 @@ void TestXliff::writtenFileReadsBack()
         QCOMPARE(g.sourceText, w.sourceText);
         QCOMPARE(g.state, w.state);
         QCOMPARE(g.target, w.target);
+        QCOMPARE(g.targetApproved, w.targetApproved);
         QCOMPARE(g.properties, w.properties);
         QVERIFY(g.propertiesGiven);
         if (w.target) {
@@ -148,6 +153,8 @@ void TestXliff::writtenFileReadsBack()
     QVERIFY(text.contains(QLatin1String("<trans-unit id=\"101\" resname=\"IDS_APP_TITLE\" approved=\"yes\"")));
     QVERIFY(text.contains(QLatin1String("<target state=\"signed-off\">Beispiel-Editor</target>")));
     QVERIFY(text.contains(QLatin1String("<target state=\"needs-review-translation\">")));
+    QVERIFY(text.contains(QLatin1String("<trans-unit id=\"109\" resname=\"IDS_STALE\" approved=\"yes\"")));
+    QVERIFY(text.contains(QLatin1String("<trans-unit id=\"105\" xml:space")));
     QVERIFY(text.contains(QLatin1String("<target state=\"new\"/>")));
     QVERIFY(text.contains(QLatin1String("<note>The main window's title&#13;\nshown in the task bar</note>")));
 }
