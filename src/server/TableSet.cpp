@@ -67,6 +67,15 @@ TableSet::TableSet(std::shared_ptr<SqliteStore> store, TableContents contents, i
 {
 }
 
+void TableSet::IndexSymbols() const
+{
+    m_symbolIds.clear();
+    m_symbolIds.reserve(m_data.symbols.size());
+    for (auto it = m_data.symbols.cbegin(); it != m_data.symbols.cend(); ++it)
+        m_symbolIds.insert(*it, it.key());
+    m_symbolIdsValid = true;
+}
+
 TableSet::~TableSet() = default;
 
 QString TableSet::FixedSourceName(int source)
@@ -302,6 +311,10 @@ void TableSet::DiscardEdits()
         else
             m_data.symbols.insert(it.key(), *it);
     }
+    if (!m_savedSymbols.isEmpty()) {
+        m_symbolIds.clear();
+        m_symbolIdsValid = false;
+    }
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
@@ -427,10 +440,15 @@ void TableSet::setSymbol(StringId id, const QString &symbol)
     auto saved = m_savedSymbols.find(id);
     if (saved == m_savedSymbols.end())
         saved = m_savedSymbols.insert(id, current);
-    if (symbol.isEmpty())
+    if (m_symbolIdsValid && !current.isEmpty())
+        m_symbolIds.remove(current, id);
+    if (symbol.isEmpty()) {
         m_data.symbols.remove(id);
-    else
+    } else {
         m_data.symbols.insert(id, symbol);
+        if (m_symbolIdsValid)
+            m_symbolIds.insert(symbol, id);
+    }
     if (*saved == symbol)
         m_savedSymbols.erase(saved);
 }
@@ -439,10 +457,14 @@ StringId TableSet::IdOfSymbol(const QString &symbol) const
 {
     if (symbol.isEmpty())
         return 0;
-    for (auto it = m_data.symbols.cbegin(); it != m_data.symbols.cend(); ++it)
-        if (*it == symbol)
-            return it.key();
-    return 0;
+    if (!m_symbolIdsValid)
+        IndexSymbols();
+    // Symbols are meant to be unique; should two ids share one, the lower id answers.
+    StringId lowest = 0;
+    for (const StringId id : m_symbolIds.values(symbol))
+        if (lowest == 0 || id < lowest)
+            lowest = id;
+    return lowest;
 }
 
 int TableSet::RecordCount(kvedit::StringSource source) const

@@ -74,6 +74,7 @@ private:
     StringEntryPtr MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const;
     void ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record);
     void Store(const StringEntryPtr &entry, bool replace);
+    void IndexSymbols() const;
     ChangeSet CollectChanges(int promoteFrom) const;
 
     std::shared_ptr<SqliteStore> m_store;
@@ -86,6 +87,10 @@ private:
     QHash<quint32, std::optional<Record>> m_savedRecords;
     QHash<StringId, ParameterList> m_savedParameters;
     QHash<StringId, QString> m_savedSymbols;
+    // The ids of each symbol, made on the first look-up, so that importers looking up one symbol
+    // per string stay linear.
+    mutable QMultiHash<QString, StringId> m_symbolIds;
+    mutable bool m_symbolIdsValid = false;
 };
 
 } // namespace kvedit::server

@@ -630,6 +630,23 @@ void TestTableSet::symbols()
     QCOMPARE(f.set->IdOfSymbol(""), StringId(0));
     f.ws->setSymbol(5, "");
     QVERIFY(!f.set->Modified());
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
+
+    // Once looked up, a symbol follows every change: a rename, a discard, an id sharing it.
+    f.ws->setSymbol(5, "IDS_FILE_OPEN");
+    f.set->Save(ssEnglishDefault, false);
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+    f.ws->setSymbol(5, "IDS_FILE_CLOSE");
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(5));
+    f.set->DiscardEdits();
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(0));
+    f.ws->setSymbol(9, "IDS_FILE_OPEN");
+    f.ws->setSymbol(3, "IDS_FILE_OPEN");
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(3));
+    f.ws->setSymbol(3, "");
+    QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
 }
 
 void TestTableSet::outOfRange_data()
