@@ -9,6 +9,10 @@
 #include "server/Workspace.h"
 #include "services/Services.h"
 
+#ifdef KVEDIT_BENCH_HAVE_IO
+#include "io/WorkspaceTransfer.h"
+#endif
+
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -36,10 +40,9 @@ namespace kvedit::bench {
 
 namespace {
 
-// The table version the editor is timed on. The Local Default lists every string that has a
-// translation record, which the synthetic workspaces give every string; the Local Edited lists
-// only the strings with a local edit of their own.
-constexpr TableVersion kVersion = ssLocalDefault;
+// The table version the editor is timed on: the one kvedit opens by default, which lists every
+// string with its local edit, else its local default.
+constexpr TableVersion kVersion = ssLocalEdited;
 
 double Ms(const QElapsedTimer &t) { return static_cast<double>(t.nsecsElapsed()) / 1e6; }
 
@@ -264,7 +267,7 @@ ChildRun RunChild(const QString &program, const QStringList &arguments, const QL
 QList<QByteArray> ChildEnvironment(const Options &options)
 {
     return {QByteArray("QT_QPA_PLATFORM=offscreen:configfile=") + QFile::encodeName(options.screenConfig),
-            QByteArray("KVEDIT_EXIT_WHEN_SHOWN=1")};
+            QByteArray("KVEDIT_EXIT_WHEN_SHOWN=1"), QByteArray("QT_LOGGING_RULES=kvedit.*.debug=false;kvedit.*.info=false")};
 }
 
 void Check(bool ok, const QString &what)
@@ -318,7 +321,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
                  .arg(QFileInfo(path).size() / 1024).arg(made.elapsed()));
 
     // Peak memory of a whole editor session, in a process of its own on a copy of the file.
-    {
+    if (options.Wants(QStringLiteral("memory"))) {
         const QString copy = path + QStringLiteral(".probe");
         Series &memory = results.At(op::MemorySession, strings, QStringLiteral("MB"));
         memory.note = QStringLiteral("a fresh process: open, list shown, paged through, Find, one edit saved, every string edited and saved");
@@ -336,7 +339,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // The program, from the spawn to its window shown with the list painted.
-    if (!options.program.isEmpty()) {
+    if (!options.program.isEmpty() && options.Wants(QStringLiteral("program"))) {
         Series &shown = results.At(op::ProgramToShown, strings);
         Series &memory = results.At(op::MemoryProgram, strings, QStringLiteral("MB"));
         for (int i = 0; i < repeats; ++i) {
@@ -353,7 +356,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // Opening the file until its tables can be queried.
-    {
+    if (options.Wants(QStringLiteral("open"))) {
         Series &open = results.At(op::Open, strings);
         for (int i = 0; i < repeats; ++i) {
             QElapsedTimer t;
@@ -369,7 +372,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     const server::WorkspacePtr workspace = server::Workspace::Open(path);
     const ResourceWorkspacePtr rfw = workspace;
 
-    {
+    if (options.Wants(QStringLiteral("refresh"))) {
         Series &refresh = results.At(op::Refresh, strings);
         CDVDataSource source;
         source.setWorkspace(rfw);
@@ -386,7 +389,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // The public entry, from the call to the first paint of the list with its rows.
-    {
+    if (options.Wants(QStringLiteral("editor"))) {
         Series &edit = results.At(op::EditToPaint, strings);
         for (int i = 0; i < repeats; ++i) {
             QElapsedTimer t;
@@ -420,7 +423,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     std::unique_ptr<frmEdit> form = ShowEditor(rfw, kVersion);
     Check(form->DataView()->TableView()->model()->rowCount() == strings, QStringLiteral("the editor lists the wrong rows"));
 
-    {
+    if (options.Wants(QStringLiteral("page"))) {
         Series &all = results.At(op::PageAll, strings);
         Series &slowest = results.At(op::PageFrame, strings);
         all.note = QStringLiteral("scroll one page, make its first row current, paint; %1 rows a page")
@@ -437,7 +440,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // Find over every row: the current row is the first, so the pass ends on it after the rest.
-    {
+    if (options.Wants(QStringLiteral("find"))) {
         Series &find = results.At(op::Find, strings);
         prompts->inputAnswer = UnmatchedSearchText();
         for (int i = 0; i < repeats; ++i) {
@@ -454,7 +457,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // The translation checks, on a finished translation where no row qualifies.
-    {
+    if (options.Wants(QStringLiteral("checks"))) {
         const ResourceWorkspacePtr finished = server::Workspace::Open(finishedPath);
         const std::unique_ptr<frmEdit> checked = ShowEditor(finished, kVersion);
         const struct {
@@ -483,8 +486,67 @@ void MeasureSize(const Options &options, int strings, Results &results)
         }
     }
 
+#ifdef KVEDIT_BENCH_HAVE_IO
+    // Resource files of the same size: the strings exported as a resource script and the
+    // translation as XLIFF, then both read into a new workspace (the script makes the strings,
+    // the XLIFF file brings their translations) and saved.
+    if (options.Wants(QStringLiteral("io"))) {
+        const QString rc = QDir(options.workDir).filePath(QStringLiteral("strings-%1.rc").arg(strings));
+        const QString xlf = QDir(options.workDir).filePath(QStringLiteral("strings-%1.de.xlf").arg(strings));
+        const QString fresh = QDir(options.workDir).filePath(QStringLiteral("imported-%1.kvw").arg(strings));
+        Series &exportRc = results.At(op::ExportRc, strings);
+        Series &exportXliff = results.At(op::ExportXliff, strings);
+        Series &importRc = results.At(op::ImportRc, strings);
+        Series &importXliff = results.At(op::ImportXliff, strings);
+        exportRc.note = QStringLiteral("the English default to a resource script");
+        exportXliff.note = QStringLiteral("the Local Edited version as XLIFF 1.2 targets beside their sources");
+        importRc.note = QStringLiteral("that script into a new workspace as its strings, saved");
+        importXliff.note = QStringLiteral("that XLIFF file into the same workspace as its translations, saved");
+        try {
+            for (int i = 0; i < repeats; ++i) {
+                io::ExportOptions english;
+                english.table = ssEnglishDefault;
+                QElapsedTimer t;
+                t.start();
+                const io::ExportSummary rcSummary = io::ExportFile(*workspace, rc, english);
+                exportRc.samples.push_back(Ms(t));
+                io::ExportOptions local;
+                local.table = kVersion;
+                t.restart();
+                const io::ExportSummary xlfSummary = io::ExportFile(*workspace, xlf, local);
+                exportXliff.samples.push_back(Ms(t));
+                Check(rcSummary.strings == strings && xlfSummary.strings >= strings - c.missing,
+                      QStringLiteral("exported %1 and %2 strings of %3").arg(rcSummary.strings).arg(xlfSummary.strings).arg(strings));
+
+                QFile::remove(fresh);
+                server::WorkspaceInfo info = workspace->Info();
+                info.name = QStringLiteral("Imported");
+                const server::WorkspacePtr target = server::Workspace::Create(fresh, info);
+                t.restart();
+                const io::ImportSummary fromRc = io::ImportFile(*target, rc);
+                importRc.samples.push_back(Ms(t));
+                t.restart();
+                const io::ImportSummary fromXliff = io::ImportFile(*target, xlf);
+                importXliff.samples.push_back(Ms(t));
+                Check(fromRc.added == strings && fromRc.source == ssEnglishDefault,
+                      QStringLiteral("the script added %1 strings of %2").arg(fromRc.added).arg(strings));
+                Check(fromXliff.source == ssLocalDefault && fromXliff.added + fromXliff.skipped >= strings - c.missing,
+                      QStringLiteral("the XLIFF file added %1 translations").arg(fromXliff.added));
+            }
+        } catch (const KvError &e) {
+            Check(false, QStringLiteral("import or export failed: %1").arg(e.Description()));
+        }
+        QFile::remove(rc);
+        QFile::remove(xlf);
+        QFile::remove(fresh);
+        Progress(QStringLiteral("export %1 / %2 ms, import %3 / %4 ms (resource script / XLIFF)")
+                     .arg(exportRc.Median(), 0, 'f', 1).arg(exportXliff.Median(), 0, 'f', 1)
+                     .arg(importRc.Median(), 0, 'f', 1).arg(importXliff.Median(), 0, 'f', 1));
+    }
+#endif
+
     // One string edited as the translate dialog hands it back, then File > Save.
-    {
+    if (options.Wants(QStringLiteral("edit-one"))) {
         Series &store = results.At(op::StoreOne, strings);
         Series &save = results.At(op::SaveOne, strings);
         Series &both = results.At(op::StoreSaveOne, strings);
@@ -516,7 +578,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
     }
 
     // Every string edited, then one Save that writes them all.
-    {
+    if (options.Wants(QStringLiteral("edit-all"))) {
         Series &store = results.At(op::StoreAll, strings);
         Series &save = results.At(op::SaveAll, strings);
         store.note = QStringLiteral("through StringTableSet::StoreEntry, one entry per listed string");

@@ -42,7 +42,11 @@ struct Options {
     QString self;            // this executable, for the memory probe
     QString workDir;         // where the workspaces are written
     QString screenConfig;    // the offscreen platform's screen, passed on to child processes
-    bool verbose = false;
+    // Measurement groups to run (memory, program, open, refresh, editor, page, find, checks,
+    // edit-one, edit-all, io); empty for all. For profiling one of them.
+    QStringList only;
+
+    bool Wants(const QString &group) const { return only.isEmpty() || only.contains(group); }
 };
 
 // Runs every measurement for one size and adds the samples to results. Progress goes to stderr.

@@ -246,8 +246,8 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
             return t;
         };
 
-        // The local default: the translation as delivered, with a record for every string (a
-        // missing translation is delivered empty), so the Local Default version lists them all.
+        // The local default: the translation as delivered. A missing one has no record, or an
+        // empty one where the translator's file listed the string without a text.
         std::optional<Record> localDefault;
         const double u = random.Unit();
         if (finished || u >= 0.06) {
@@ -257,19 +257,23 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
             else if (!finished && u < 0.17)
                 t.status = 0;                                             // not approved
             localDefault = t;
-        } else {
+        } else if (u >= 0.04) {
             Record empty;
             empty.description = source.description;
             localDefault = empty;
         }
-        set->PutRecord(id, ssLocalDefault, *localDefault);
-        ++counts.records;
+        if (localDefault) {
+            set->PutRecord(id, ssLocalDefault, *localDefault);
+            ++counts.records;
+        }
 
         // Local edits over the default, and English corrections waiting to be confirmed.
-        if (localDefault->hasText && random.Unit() < 0.04) {
+        std::optional<Record> localEdit;
+        if (localDefault && localDefault->hasText && random.Unit() < 0.04) {
             Record t = translation(1.2);
             if (!finished && random.Unit() < 0.2)
                 t.status = 0;
+            localEdit = t;
             set->PutRecord(id, ssLocalEdited, t);
             ++counts.records;
             ++counts.localEdits;
@@ -282,8 +286,8 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
             ++counts.englishEdits;
         }
 
-        // What the checks of table version 1 see.
-        const std::optional<Record> &shown = localDefault;
+        // What the checks of table version 0 see: the local edit, else the default.
+        const std::optional<Record> &shown = localEdit ? localEdit : localDefault;
         const bool missing = !shown || !shown->hasText;
         const bool outOfDate = missing || shown->revision < source.revision;
         const bool unapproved = outOfDate || !(shown->status & sfApproved);

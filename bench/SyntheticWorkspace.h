@@ -21,7 +21,7 @@ enum class TranslationState {
 struct WorkspaceCounts {
     int strings = 0;          // English default records
     int records = 0;          // records in all four sources
-    int missing = 0;          // in table version 1, as Find Missing counts them
+    int missing = 0;          // in table version 0, as Find Missing counts them
     int outOfDate = 0;        // including the missing ones
     int unapproved = 0;       // including the out-of-date ones
     int localEdits = 0;       // records of source 0

@@ -15,6 +15,7 @@
 #include <QElapsedTimer>
 #include <QSysInfo>
 #include <QLibraryInfo>
+#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -33,6 +34,14 @@ QString WriteScreenConfig(const QString &dir)
         f.write(R"({"synchronousWindowSystemEvents": false, "windowFrameMargins": false,
 "screens": [{"name": "bench", "x": 0, "y": 0, "width": 1600, "height": 1000, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})");
     return path;
+}
+
+// The offscreen platform warns about every window it cannot size by hints; nothing to act on.
+void QuietMessages(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (message.contains(QLatin1String("propagateSizeHints")))
+        return;
+    std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
 }
 
 void Print(const QString &text)
@@ -60,6 +69,8 @@ std::optional<kvedit::bench::Results> Load(const QString &path)
 int main(int argc, char **argv)
 {
     using namespace kvedit::bench;
+    qInstallMessageHandler(QuietMessages);
+    QLoggingCategory::setFilterRules(QStringLiteral("kvedit.*.debug=false\nkvedit.*.info=false"));
 
     // The child side of the memory figure runs before anything else is set up.
     if (argc == 3 && std::strcmp(argv[1], "--memory-probe") == 0) {
@@ -103,7 +114,11 @@ int main(int argc, char **argv)
     const QCommandLineOption workOption(QStringLiteral("work-dir"),
                                         QStringLiteral("Where the workspaces are written (default: a temporary folder)."),
                                         QStringLiteral("DIR"));
-    parser.addOptions({sizesOption, repeatOption, heavyOption, quickOption, jsonOption, fromOption, compareOption,
+    const QCommandLineOption onlyOption(QStringLiteral("only"),
+                                        QStringLiteral("Run only these groups (memory, program, open, refresh, editor, page, "
+                                                       "find, checks, edit-one, edit-all, io), for profiling."),
+                                        QStringLiteral("GROUP,..."));
+    parser.addOptions({onlyOption, sizesOption, repeatOption, heavyOption, quickOption, jsonOption, fromOption, compareOption,
                        growthOption, programOption, workOption});
     parser.process(app);
 
@@ -136,6 +151,7 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "kvedit_bench: no kvedit program at %s; its figures are left out\n", qPrintable(options.program));
             options.program.clear();
         }
+        options.only = parser.value(onlyOption).split(u',', Qt::SkipEmptyParts);
         options.self = QCoreApplication::applicationFilePath();
         options.workDir = parser.isSet(workOption) ? parser.value(workOption) : scratch.path();
         QDir().mkpath(options.workDir);
