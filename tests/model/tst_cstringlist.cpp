@@ -15,6 +15,14 @@ Q_DECLARE_METATYPE(ListCall)
 
 namespace {
 
+QList<qint32> Seq(int n, int step = 1)
+{
+    QList<qint32> out;
+    for (int i = 1; i <= n; ++i)
+        out << i * step;
+    return out;
+}
+
 CStringList Filled(const QList<qint32> &values, int maximumCount = kMaxStringId)
 {
     CStringList list(maximumCount);
@@ -35,6 +43,7 @@ QList<qint32> Contents(const CStringList &list)
 
 class TestCStringList : public QObject {
     Q_OBJECT
+    std::unique_ptr<test::TestServices> m_services;
 
 private slots:
     void init() { m_services = std::make_unique<test::TestServices>(); }
@@ -45,273 +54,140 @@ private slots:
         m_services.reset();
     }
 
-    void growsInStepsOf128_data();
-    void growsInStepsOf128();
-    void countIsClampedToTheMaximum();
-    void addAtTheMaximumOverwritesTheLastPosition();
-    void negativeCountBecomesZero();
-    void countNeverShrinksTheStore();
-    void outsideTheListReadsZeroAndIgnoresWrites_data();
-    void outsideTheListReadsZeroAndIgnoresWrites();
-    void index_data();
-    void index();
-    void indexFindsEveryPresentValue();
-    void indexOfAbsentValuesStaysInsideTheList();
-    void clearThenAdd();
-    void clearOnAnEmptyListLeavesItUntouched();
-    void trimKeepsTheValues();
-    void trimOnAnEmptyListIsNotAnError();
-    void proceduresReportUnderCStringList_data();
-    void proceduresReportUnderCStringList();
-    void countDoesNotReport();
+    void countAndCapacity_data()
+    {
+        QTest::addColumn<int>("maximum");
+        QTest::addColumn<int>("adds");         // adds 1, 2, 3, ...
+        QTest::addColumn<int>("setCount");     // INT_MAX: not set
+        QTest::addColumn<int>("capacity");
+        QTest::addColumn<QList<qint32>>("contents");
+        QTest::newRow("new list") << kMaxStringId << 0 << INT_MAX << 0 << QList<qint32>();
+        QTest::newRow("first value") << kMaxStringId << 1 << INT_MAX << 128 << Seq(1);
+        QTest::newRow("128 values stay") << kMaxStringId << 128 << INT_MAX << 128 << Seq(128);
+        QTest::newRow("129th value") << kMaxStringId << 129 << INT_MAX << 256 << Seq(129);
+        QTest::newRow("count clamped to the maximum") << 200 << 0 << 500 << 256 << QList<qint32>(200, 0);
+        QTest::newRow("add at the maximum overwrites the last") << 5 << 7 << INT_MAX << 128
+                                                                << QList<qint32>{1, 2, 3, 4, 7};
+        QTest::newRow("maximum 0 holds nothing") << 0 << 2 << INT_MAX << 0 << QList<qint32>();
+        QTest::newRow("negative count becomes 0") << kMaxStringId << 3 << -1 << 128 << QList<qint32>();
+        QTest::newRow("a smaller count keeps the store") << kMaxStringId << 300 << 10 << 384 << Seq(10);
+    }
+    void countAndCapacity()
+    {
+        QFETCH(int, maximum);
+        QFETCH(int, adds);
+        QFETCH(int, setCount);
+        QFETCH(int, capacity);
+        QFETCH(QList<qint32>, contents);
+        CStringList list = Filled(Seq(adds), maximum);
+        if (setCount != INT_MAX)
+            list.setCount(setCount);
+        QCOMPARE(list.Count(), contents.size());
+        QCOMPARE(list.Capacity(), capacity);
+        QCOMPARE(Contents(list), contents);
+    }
 
-private:
-    std::unique_ptr<test::TestServices> m_services;
+    void outsideTheListReadsZeroAndIgnoresWrites()
+    {
+        // 0, count + 1, inside the store but beyond the count, and the extremes.
+        for (const int position : {0, 4, 100, INT_MIN, INT_MAX}) {
+            CStringList list = Filled({10, 20, 30});
+            QCOMPARE(list.Value(position), 0);
+            list.setValue(position, 99);
+            QCOMPARE(Contents(list), (QList<qint32>{10, 20, 30}));
+            // The slot behind the count stays unused: growing the count back shows no written value.
+            list.setCount(list.Capacity());
+            QVERIFY2(!Contents(list).contains(99), qPrintable(QString::number(position)));
+        }
+    }
+
+    void index_data()
+    {
+        QTest::addColumn<QList<qint32>>("values");
+        QTest::addColumn<qint32>("value");
+        QTest::addColumn<int>("index");
+        const QList<qint32> five{10, 20, 30, 40, 50};
+        QTest::newRow("empty list") << QList<qint32>() << qint32(7) << 0;
+        QTest::newRow("single, above") << QList<qint32>{7} << qint32(100) << 0;
+        QTest::newRow("fourth") << five << qint32(40) << 3;
+        QTest::newRow("between 20 and 30") << five << qint32(25) << 1;
+        // Midpoints of an odd sum go to the even neighbour; rounding down or up would end elsewhere.
+        QTest::newRow("0.5 goes to 0") << QList<qint32>{10, 20} << qint32(15) << 1;
+        QTest::newRow("2.5 goes to 2") << QList<qint32>{10, 20, 30, 40, 50, 60} << qint32(35) << 3;
+        QTest::newRow("3.5 goes to 4") << five << qint32(45) << 3;
+    }
+    void index()
+    {
+        QFETCH(QList<qint32>, values);
+        QFETCH(qint32, value);
+        QFETCH(int, index);
+        QCOMPARE(Filled(values).Index(value), index);
+    }
+
+    void indexOverLongLists()
+    {
+        for (const int size : {2, 3, 128, 129, 1000}) {
+            const CStringList list = Filled(Seq(size, 10));
+            for (int i = 0; i < size; ++i)
+                QCOMPARE(list.Index((i + 1) * 10), i);
+            // An absent value gives a neighbour of where it would stand, never an index outside.
+            for (qint32 value = -5; value <= size * 10 + 15; value += 10) {
+                const int expected = qBound(0, int(value / 10) - 1, size - 1);
+                QVERIFY2(qAbs(list.Index(value) - expected) <= 1, qPrintable(QString::number(value)));
+            }
+            QCOMPARE(list.Index(INT_MAX), size - 1);
+            QCOMPARE(list.Index(INT_MIN), 0);
+        }
+    }
+
+    void clearAndTrim()
+    {
+        CStringList list = Filled(Seq(130));
+        list.Trim();
+        QCOMPARE(list.Capacity(), 130);
+        QCOMPARE(Contents(list), Seq(130));
+        // After a trim the next add grows by a full step again.
+        list.Add(131);
+        QCOMPARE(list.Capacity(), 256);
+        list.Clear();
+        QCOMPARE(list.Count(), 0);
+        QCOMPARE(list.Capacity(), 0);
+        list.Add(5);
+        QCOMPARE(Contents(list), QList<qint32>{5});
+
+        // Trimming an empty list gives its store back without an error (cleanup() checks).
+        CStringList emptied = Filled({1, 2});
+        emptied.setCount(0);
+        emptied.Trim();
+        QCOMPARE(emptied.Capacity(), 0);
+        emptied.Clear();
+        emptied.Add(8);
+        QCOMPARE(Contents(emptied), QList<qint32>{8});
+    }
+
+    void proceduresReportUnderCStringList_data()
+    {
+        QTest::addColumn<ListCall>("call");
+        QTest::addColumn<QString>("procedure");   // empty: does not report
+        QTest::newRow("Add") << ListCall([](CStringList &l) { l.Add(4); }) << "Add";
+        QTest::newRow("Clear") << ListCall([](CStringList &l) { l.Clear(); }) << "Clear";
+        QTest::newRow("Index") << ListCall([](CStringList &l) { l.Index(2); }) << "Index";
+        QTest::newRow("Trim") << ListCall([](CStringList &l) { l.Trim(); }) << "Trim";
+        QTest::newRow("Value(Get)") << ListCall([](CStringList &l) { l.Value(1); }) << "Value(Get)";
+        QTest::newRow("Value(Let)") << ListCall([](CStringList &l) { l.setValue(1, 6); }) << "Value(Let)";
+        QTest::newRow("Count") << ListCall([](CStringList &l) { l.setCount(l.Count() + 1); }) << "";
+    }
+    void proceduresReportUnderCStringList()
+    {
+        QFETCH(ListCall, call);
+        QFETCH(QString, procedure);
+        CStringList list = Filled({1, 2, 3});
+        m_services->trace->calls.clear();
+        call(list);
+        const QStringList expected{"enter CStringList." + procedure, "leave CStringList." + procedure};
+        QCOMPARE(m_services->trace->Lines(), procedure.isEmpty() ? QStringList() : expected);
+    }
 };
-
-void TestCStringList::growsInStepsOf128_data()
-{
-    QTest::addColumn<int>("adds");
-    QTest::addColumn<int>("capacity");
-    QTest::newRow("new list") << 0 << 0;
-    QTest::newRow("first value") << 1 << 128;
-    QTest::newRow("127 values") << 127 << 128;
-    QTest::newRow("128 values stay") << 128 << 128;
-    QTest::newRow("129th value") << 129 << 256;
-    QTest::newRow("256 values") << 256 << 256;
-    QTest::newRow("257th value") << 257 << 384;
-    QTest::newRow("1000 values") << 1000 << 1024;
-}
-
-void TestCStringList::growsInStepsOf128()
-{
-    QFETCH(int, adds);
-    QFETCH(int, capacity);
-    CStringList list;
-    for (int i = 1; i <= adds; ++i)
-        list.Add(i * 3);
-    QCOMPARE(list.Count(), adds);
-    QCOMPARE(list.Capacity(), capacity);
-    // Growing keeps what was stored before.
-    for (int position = 1; position <= adds; ++position)
-        QCOMPARE(list.Value(position), position * 3);
-}
-
-void TestCStringList::countIsClampedToTheMaximum()
-{
-    CStringList list(200);
-    list.setCount(500);
-    QCOMPARE(list.Count(), 200);
-    QCOMPARE(list.Capacity(), 256);
-    list.setCount(200);
-    QCOMPARE(list.Count(), 200);
-}
-
-void TestCStringList::addAtTheMaximumOverwritesTheLastPosition()
-{
-    const CStringList list = Filled({1, 2, 3, 4, 5, 6, 7}, 5);
-    QCOMPARE(list.Count(), 5);
-    QCOMPARE(Contents(list), (QList<qint32>{1, 2, 3, 4, 7}));
-
-    const CStringList none = Filled({1, 2}, 0);
-    QCOMPARE(none.Count(), 0);
-    QCOMPARE(none.Value(1), 0);
-}
-
-void TestCStringList::negativeCountBecomesZero()
-{
-    CStringList list = Filled({4, 5, 6});
-    list.setCount(-1);
-    QCOMPARE(list.Count(), 0);
-    list.setCount(INT_MIN);
-    QCOMPARE(list.Count(), 0);
-    QCOMPARE(list.Value(1), 0);
-}
-
-void TestCStringList::countNeverShrinksTheStore()
-{
-    CStringList list = Filled(QList<qint32>(300, 9));
-    QCOMPARE(list.Capacity(), 384);
-    list.setCount(10);
-    QCOMPARE(list.Count(), 10);
-    QCOMPARE(list.Capacity(), 384);
-}
-
-void TestCStringList::outsideTheListReadsZeroAndIgnoresWrites_data()
-{
-    QTest::addColumn<int>("position");
-    QTest::newRow("zero") << 0;
-    QTest::newRow("count + 1") << 4;
-    QTest::newRow("inside the store, beyond the count") << 100;
-    QTest::newRow("beyond the store") << 1000;
-    QTest::newRow("negative") << -1;
-    QTest::newRow("most negative") << INT_MIN;
-    QTest::newRow("largest") << INT_MAX;
-}
-
-void TestCStringList::outsideTheListReadsZeroAndIgnoresWrites()
-{
-    QFETCH(int, position);
-    CStringList list = Filled({10, 20, 30});
-    QCOMPARE(list.Value(position), 0);
-    list.setValue(position, 99);
-    QCOMPARE(list.Count(), 3);
-    QCOMPARE(Contents(list), (QList<qint32>{10, 20, 30}));
-    // The slot behind the count stays unused: growing the count back shows no written value.
-    list.setCount(list.Capacity());
-    QVERIFY(!Contents(list).contains(99));
-}
-
-void TestCStringList::index_data()
-{
-    QTest::addColumn<QList<qint32>>("values");
-    QTest::addColumn<qint32>("value");
-    QTest::addColumn<int>("index");
-    const QList<qint32> five{10, 20, 30, 40, 50};
-    QTest::newRow("empty list") << QList<qint32>() << qint32(7) << 0;
-    QTest::newRow("single, present") << QList<qint32>{7} << qint32(7) << 0;
-    QTest::newRow("single, above") << QList<qint32>{7} << qint32(100) << 0;
-    QTest::newRow("first") << five << qint32(10) << 0;
-    QTest::newRow("middle") << five << qint32(30) << 2;
-    QTest::newRow("fourth") << five << qint32(40) << 3;
-    QTest::newRow("last") << five << qint32(50) << 4;
-    QTest::newRow("below all") << five << qint32(5) << 0;
-    QTest::newRow("above all") << five << qint32(60) << 4;
-    QTest::newRow("between 20 and 30") << five << qint32(25) << 1;
-    QTest::newRow("between 30 and 40") << five << qint32(35) << 3;
-    // Midpoints of an odd sum go to the even neighbour; rounding down or up would end elsewhere.
-    QTest::newRow("0.5 goes to 0") << QList<qint32>{10, 20} << qint32(15) << 1;
-    QTest::newRow("2.5 goes to 2") << QList<qint32>{10, 20, 30, 40, 50, 60} << qint32(35) << 3;
-    QTest::newRow("3.5 goes to 4") << five << qint32(45) << 3;
-}
-
-void TestCStringList::index()
-{
-    QFETCH(QList<qint32>, values);
-    QFETCH(qint32, value);
-    QFETCH(int, index);
-    QCOMPARE(Filled(values).Index(value), index);
-}
-
-void TestCStringList::indexFindsEveryPresentValue()
-{
-    for (const int size : {1, 2, 3, 127, 128, 129, 1000}) {
-        QList<qint32> values;
-        for (int i = 0; i < size; ++i)
-            values << 2 * i + 1;
-        const CStringList list = Filled(values);
-        for (int i = 0; i < size; ++i)
-            QCOMPARE(list.Index(values[i]), i);
-    }
-}
-
-void TestCStringList::indexOfAbsentValuesStaysInsideTheList()
-{
-    QList<qint32> values;
-    for (int i = 0; i < 1000; ++i)
-        values << 10 * (i + 1);
-    const CStringList list = Filled(values);
-    for (qint32 value = -5; value <= 10015; value += 10) {
-        const int index = list.Index(value);
-        QVERIFY2(index >= 0 && index < list.Count(), qPrintable(QString::number(value)));
-        // A neighbour of where the value would stand.
-        const int expected = qBound(0, int(value / 10) - 1, list.Count() - 1);
-        QVERIFY2(qAbs(index - expected) <= 1, qPrintable(QString::number(value)));
-    }
-    QCOMPARE(list.Index(INT_MAX), list.Count() - 1);
-    QCOMPARE(list.Index(INT_MIN), 0);
-}
-
-void TestCStringList::clearThenAdd()
-{
-    CStringList list = Filled(QList<qint32>(200, 3));
-    list.Clear();
-    QCOMPARE(list.Count(), 0);
-    QCOMPARE(list.Capacity(), 0);
-    list.Add(5);
-    QCOMPARE(list.Count(), 1);
-    QCOMPARE(list.Value(1), 5);
-    QCOMPARE(list.Capacity(), 128);
-}
-
-void TestCStringList::clearOnAnEmptyListLeavesItUntouched()
-{
-    CStringList list;
-    list.Clear();
-    QCOMPARE(list.Count(), 0);
-    QCOMPARE(list.Capacity(), 0);
-    // A count set to zero keeps its store until a real clear releases it.
-    CStringList emptied = Filled({1});
-    emptied.setCount(0);
-    QCOMPARE(emptied.Capacity(), 128);
-    emptied.Clear();
-    QCOMPARE(emptied.Capacity(), 0);
-}
-
-void TestCStringList::trimKeepsTheValues()
-{
-    QList<qint32> values;
-    for (int i = 1; i <= 130; ++i)
-        values << i;
-    CStringList list = Filled(values);
-    QCOMPARE(list.Capacity(), 256);
-    list.Trim();
-    QCOMPARE(list.Capacity(), 130);
-    QCOMPARE(Contents(list), values);
-    // After a trim the next add grows by a full step again.
-    list.Add(131);
-    QCOMPARE(list.Capacity(), 256);
-    QCOMPARE(list.Value(131), 131);
-}
-
-void TestCStringList::trimOnAnEmptyListIsNotAnError()
-{
-    CStringList list;
-    list.Trim();
-    QCOMPARE(list.Capacity(), 0);
-    CStringList emptied = Filled({1, 2});
-    emptied.setCount(0);
-    emptied.Trim();
-    QCOMPARE(emptied.Capacity(), 0);
-    emptied.Add(8);
-    QCOMPARE(Contents(emptied), QList<qint32>{8});
-    // cleanup() checks that nothing was reported.
-}
-
-void TestCStringList::proceduresReportUnderCStringList_data()
-{
-    QTest::addColumn<ListCall>("call");
-    QTest::addColumn<QString>("procedure");
-    QTest::newRow("Add") << ListCall([](CStringList &l) { l.Add(4); }) << "Add";
-    QTest::newRow("Clear") << ListCall([](CStringList &l) { l.Clear(); }) << "Clear";
-    QTest::newRow("Index") << ListCall([](CStringList &l) { l.Index(2); }) << "Index";
-    QTest::newRow("Trim") << ListCall([](CStringList &l) { l.Trim(); }) << "Trim";
-    QTest::newRow("Value(Get)") << ListCall([](CStringList &l) { l.Value(1); })
-                                << "Value(Get)";
-    QTest::newRow("Value(Let)") << ListCall([](CStringList &l) { l.setValue(1, 6); })
-                                << "Value(Let)";
-}
-
-void TestCStringList::proceduresReportUnderCStringList()
-{
-    QFETCH(ListCall, call);
-    QFETCH(QString, procedure);
-    CStringList list = Filled({1, 2, 3});
-    m_services->trace->calls.clear();
-    call(list);
-    QCOMPARE(m_services->trace->Lines(),
-             (QStringList{"enter CStringList." + procedure, "leave CStringList." + procedure}));
-    for (const test::TraceCall &c : m_services->trace->calls)
-        QCOMPARE(c.title, ApplicationTitle());
-}
-
-void TestCStringList::countDoesNotReport()
-{
-    CStringList list;
-    list.setCount(3);
-    QCOMPARE(list.Count(), 3);
-    QVERIFY(m_services->trace->calls.isEmpty());
-}
 
 QTEST_GUILESS_MAIN(TestCStringList)
 #include "tst_cstringlist.moc"

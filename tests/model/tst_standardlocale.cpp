@@ -8,59 +8,33 @@ class TestStandardLocale : public QObject {
     Q_OBJECT
 
 private slots:
-    void languageByCode_data();
-    void languageByCode();
-    void languageForTag_data();
-    void languageForTag();
+    void language_data()
+    {
+        QTest::addColumn<QVariant>("key");   // a server language code, or a language tag
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("code 89") << QVariant(int(kLanguageJapanese)) << "Japanese" << "ja";
+        QTest::newRow("code 2") << QVariant(2) << "German" << "de";
+        QTest::newRow("unknown code") << QVariant(88) << "" << "";
+        QTest::newRow("negative code") << QVariant(-89) << "" << "";
+        QTest::newRow("tag with region") << QVariant("de-DE") << "German" << "de";
+        QTest::newRow("upper case, underscore") << QVariant("JA_JP") << "Japanese" << "ja";
+        QTest::newRow("script and region") << QVariant("zh-Hant-TW") << "Chinese" << "zh";
+        QTest::newRow("known to Qt only") << QVariant("sw") << "Swahili" << "sw";
+        QTest::newRow("unknown everywhere") << QVariant("qq") << "qq" << "qq";
+        QTest::newRow("empty tag") << QVariant("") << "" << "";
+    }
+    void language()
+    {
+        QFETCH(QVariant, key);
+        QFETCH(QString, name);
+        QFETCH(QString, value);
+        const Language language = key.typeId() == QMetaType::Int ? StandardLocale()->Language(key.toInt())
+                                                                 : LanguageForTag(key.toString());
+        QCOMPARE(language.Name(), name);
+        QCOMPARE(language.Value(), value);
+    }
 };
-
-void TestStandardLocale::languageByCode_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("value");
-    QTest::newRow("Japanese") << int(kLanguageJapanese) << "Japanese" << "ja";
-    QTest::newRow("English") << 1 << "English" << "en";
-    QTest::newRow("German") << 2 << "German" << "de";
-    QTest::newRow("unknown code") << 88 << "" << "";
-    QTest::newRow("zero") << 0 << "" << "";
-    QTest::newRow("negative") << -89 << "" << "";
-}
-
-void TestStandardLocale::languageByCode()
-{
-    QFETCH(int, code);
-    QFETCH(QString, name);
-    QFETCH(QString, value);
-    const Language language = StandardLocale()->Language(code);
-    QCOMPARE(language.Name(), name);
-    QCOMPARE(language.Value(), value);
-    QCOMPARE(language.IsValid(), !value.isEmpty());
-}
-
-void TestStandardLocale::languageForTag_data()
-{
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("value");
-    QTest::newRow("region with hyphen") << "de-DE" << "German" << "de";
-    QTest::newRow("region with underscore") << "ja_JP" << "Japanese" << "ja";
-    QTest::newRow("upper case") << "FR" << "French" << "fr";
-    QTest::newRow("script and region") << "zh-Hant-TW" << "Chinese" << "zh";
-    QTest::newRow("known to Qt only") << "sw" << "Swahili" << "sw";
-    QTest::newRow("unknown everywhere") << "qq" << "qq" << "qq";
-    QTest::newRow("empty") << "" << "" << "";
-}
-
-void TestStandardLocale::languageForTag()
-{
-    QFETCH(QString, tag);
-    QFETCH(QString, name);
-    QFETCH(QString, value);
-    const Language language = LanguageForTag(tag);
-    QCOMPARE(language.Name(), name);
-    QCOMPARE(language.Value(), value);
-}
 
 QTEST_GUILESS_MAIN(TestStandardLocale)
 #include "tst_standardlocale.moc"
