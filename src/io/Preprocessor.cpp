@@ -297,12 +297,14 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         for (const QString &d : includeDirs)
             args << "-I" << QFile::encodeName(mirrored ? stage.MirrorOf(d) : d);
         args << QFile::encodeName(result.wrapper);
+        qCDebug(lcIo) << "mcpp" << args;
         run = RunMcpp(args);
         tree = IncludeTree(run.out);
 
         // A file read from its original although it needs converting: stage it and every file
         // on its include path, so the includes on that path reach the converted copy.
         QSet<QString> toStage;
+        QStringList needing;
         QHash<QString, QString> parentOf;
         for (const LineMarker &m : tree)
             parentOf.insert(m.file, m.parent);
@@ -311,16 +313,25 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
                 continue;
             if (!NeedsConversion(m.file))
                 continue;
+            needing << result.OriginalPath(m.file);
             for (QString f = m.file; !f.isEmpty() && f != result.wrapper; f = parentOf.value(f))
                 toStage.insert(result.OriginalPath(f));
         }
         if (toStage.isEmpty())
             break;
-        if (round >= 16)
-            throw FileError(main, 0, QStringLiteral("cannot stage the UTF-16 or byte-order-marked files it includes"));
         enterMirror();
-        for (const QString &f : toStage)
+        bool progress = false;
+        for (const QString &f : toStage) {
+            progress = progress || !stage.IsStaged(f);
             stage.StageFile(f, &result.utf8Files);
+        }
+        // Only a file named by its absolute path escapes the mirror.
+        if (!progress || round >= 16)
+            throw FileError(needing.first(), 0,
+                            QStringLiteral("the preprocessor cannot read this file as it is (UTF-16 or with a "
+                                           "byte-order mark) and it is included in a way a converted copy cannot "
+                                           "stand in for; save it as UTF-8 without a byte-order mark"));
+        qCDebug(lcIo) << "staged" << toStage.size() << "files for the preprocessor, round" << round + 1;
     }
 
     result.output = run.out;

@@ -339,12 +339,22 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
     case ImportAs::EnglishDefault: english = true; break;
     case ImportAs::LocalDefault: english = false; break;
     case ImportAs::Automatic:
-        english = format == FileFormat::ResourceScript
-                  && (strings.languageTag.isEmpty() || IsEnglishTag(strings.languageTag));
-        if (format == FileFormat::ResourceScript && strings.languageTag.isEmpty())
-            summary.notes.append({Diagnostic::Note, strings.file, 0,
-                                  QStringLiteral("the script states no LANGUAGE; its strings are taken as the "
-                                                 "English default")});
+        if (format == FileFormat::ResourceScript) {
+            english = strings.languageTag.isEmpty() || IsEnglishTag(strings.languageTag);
+            if (strings.languageTag.isEmpty())
+                summary.notes.append({Diagnostic::Note, strings.file, 0,
+                                      QStringLiteral("the script states no LANGUAGE; its strings are taken as the "
+                                                     "English default")});
+        } else {
+            // An exchange file with no target language and no targets holds only source texts.
+            english = strings.languageTag.isEmpty()
+                      && std::none_of(strings.strings.cbegin(), strings.strings.cend(),
+                                      [](const ImportedString &s) { return s.target.has_value(); });
+            if (english)
+                summary.notes.append({Diagnostic::Note, strings.file, 0,
+                                      QStringLiteral("the file has no target language and no translations; its "
+                                                     "source texts are taken as the English default")});
+        }
         break;
     }
     summary.source = english ? ssEnglishDefault : ssLocalDefault;

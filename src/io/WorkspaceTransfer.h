@@ -17,8 +17,9 @@ enum class FileFormat { ResourceScript, Xliff };
 std::optional<FileFormat> FormatOfFile(const QString &path);
 
 enum class ImportAs {
-    Automatic,       // a resource script by its LANGUAGE (English: the English default, else the
-                     // local default); an XLIFF file's translations into the local default
+    Automatic,       // a resource script by its LANGUAGE (English or none: the English default,
+                     // else the local default); an XLIFF file's translations into the local
+                     // default, or its source texts when it has neither target language nor targets
     EnglishDefault,  // the strings themselves (from XLIFF: the <source> texts)
     LocalDefault,    // translations
 };

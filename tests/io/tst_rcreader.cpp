@@ -77,6 +77,7 @@ private slots:
     void encodings_data();
     void encodings();
     void includedFilesInOtherEncodingsAreStaged();
+    void convertedFileByAbsolutePathIsAnError();
     void textTraits_data();
     void textTraits();
     void errorsNameFileAndLine_data();
@@ -258,6 +259,8 @@ void TestRcReader::tableSyntax_data()
                       "7 MYTYPE DISCARDABLE \"data.bin\"\n"
                       "STRINGTABLE BEGIN 1 \"only this\" END\n")
         << QList<int>{1} << QStringList{"only this"};
+    QTest::newRow("CR LF line ends") << QByteArray("#define A 5\r\nSTRINGTABLE\r\nBEGIN\r\n A \"a\\\r\nb\"\r\nEND\r\n")
+                                     << QList<int>{5} << QStringList{"ab"};
     QTest::newRow("empty text") << QByteArray("STRINGTABLE BEGIN 1 \"\" END\n") << QList<int>{1} << QStringList{""};
     QTest::newRow("two tables") << QByteArray("STRINGTABLE BEGIN 2 \"b\" END\nSTRINGTABLE BEGIN 1 \"a\" END\n")
                                 << QList<int>{2, 1} << QStringList{"b", "a"};
@@ -425,6 +428,17 @@ void TestRcReader::includedFilesInOtherEncodingsAreStaged()
     QCOMPARE(r.strings.at(1).line, 6);
     QCOMPARE(r.strings.at(2).symbol, QStringLiteral("IDS_THIRD"));
     QCOMPARE(r.strings.at(2).file, QFileInfo(main).absoluteFilePath());
+}
+
+void TestRcReader::convertedFileByAbsolutePathIsAnError()
+{
+    QTemporaryDir dir;
+    const QString header = WriteBytes(dir, QStringLiteral("ids.h"), test::Utf16LE(QStringLiteral("#define IDS_A 1\r\n")));
+    std::optional<FileError> error;
+    ReadBytesAsScript("#include \"" + header.toUtf8() + "\"\nSTRINGTABLE BEGIN IDS_A \"a\" END\n", {}, &error);
+    QVERIFY(error);
+    QCOMPARE(error->Errors().first().file, header);
+    QVERIFY(error->Errors().first().message.contains(QLatin1String("save it as UTF-8")));
 }
 
 void TestRcReader::textTraits_data()

@@ -117,6 +117,7 @@ private slots:
     void workspaceWithEditsIsRefused();
     void xliffTranslationsWithTheirStates();
     void xliffSourceTextsStartAWorkspace();
+    void xliffWithoutTranslationsIsTakenAsTheStrings();
     void roundTrip_data();
     void roundTrip();
     void demoStatesSurviveXliff();
@@ -386,6 +387,22 @@ void TestTransfer::xliffSourceTextsStartAWorkspace()
     const ImportSummary again = ImportFile(*ws, DataFile(QStringLiteral("xliff/foreign.xlf")), o);
     QCOMPARE(again.unchanged, 9);
     QCOMPARE(set->IdOfSymbol(QStringLiteral("IDS_BUILD_KIND")), StringId(4244));
+}
+
+void TestTransfer::xliffWithoutTranslationsIsTakenAsTheStrings()
+{
+    server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("english.xlf"));
+    ExportFile(*demo, file, ExportOptions{ssEnglishDefault, {}});
+    QVERIFY(!test::ReadBytes(file).contains("target-language"));
+    QVERIFY(!test::ReadBytes(file).contains("<target"));
+
+    server::WorkspacePtr ws = NewWorkspace();
+    const ImportSummary s = ImportFile(*ws, file);
+    QCOMPARE(s.source, ssEnglishDefault);
+    QCOMPARE(s.added, CountStrings(*demo, ssLocalDefault).total);
+    QCOMPARE(CountStrings(*ws, ssLocalDefault).total, s.added);
 }
 
 void TestTransfer::roundTrip_data()
