@@ -258,18 +258,26 @@ QIcon ApplicationIcon()
 
 QString CleanAccessMarkers(const QString &text)
 {
-    QString out;
-    out.reserve(text.size());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text.at(i) == u'&') {
-            if (i + 1 < text.size() && text.at(i + 1) == u'&') {
-                out += u'&';
+    // Searches clean every caption they pass: a text without markers is handed back shared, and
+    // the others are written straight into one buffer.
+    if (!text.contains(u'&'))
+        return text;
+    const qsizetype n = text.size();
+    const QChar *in = text.constData();
+    QString out(n, Qt::Uninitialized);
+    QChar *to = out.data();
+    qsizetype written = 0;
+    for (qsizetype i = 0; i < n; ++i) {
+        if (in[i] == u'&') {
+            if (i + 1 < n && in[i + 1] == u'&') {
+                to[written++] = u'&';
                 ++i;
             }
             continue;
         }
-        out += text.at(i);
+        to[written++] = in[i];
     }
+    out.truncate(written);
     return out;
 }
 

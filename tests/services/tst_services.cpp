@@ -46,6 +46,9 @@ private slots:
         QTest::newRow("trailing marker") << "Close&" << "Close";
         QTest::newRow("two escapes") << "&&&&" << "&&";
         QTest::newRow("non-Latin text") << QStringLiteral("ファイル(&F)") << QStringLiteral("ファイル(F)");
+        QTest::newRow("no marker") << "Open file" << "Open file";
+        QTest::newRow("empty") << "" << "";
+        QTest::newRow("markers only") << "&&&" << "&";
     }
     void cleanAccessMarkers()
     {
