@@ -148,9 +148,10 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
 bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
                           const QStringMatcher *finder)
 {
-    if (!tables.HasText(id, source))
-        return false;
+    // Without a text the tables give an empty one; only then is HasText asked.
     const QString text = tables.Text(id, source);
+    if (text.isEmpty() && !tables.HasText(id, source))
+        return false;
     const auto contains = [&](const QString &t) {
         return finder ? finder->indexIn(t) >= 0 : t.contains(findText, Qt::CaseInsensitive);
     };
