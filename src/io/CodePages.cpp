@@ -49,7 +49,7 @@ QByteArray CodecNameOfCodePage(int codePage)
     switch (codePage) {
     case 1200: return QByteArrayLiteral("UTF-16LE");
     case 1201: return QByteArrayLiteral("UTF-16BE");
-    case 932: candidates << "windows-31j"; break;   // Microsoft's Shift-JIS, with its extensions
+    case 932: candidates << "windows-31j"; break;   // Shift-JIS as code page 932 has it, extensions included
     case 20127: candidates << "US-ASCII"; break;
     case 10000: candidates << "macintosh"; break;
     default:

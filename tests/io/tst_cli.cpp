@@ -114,8 +114,10 @@ void TestCli::usageErrors()
     QFETCH(QStringList, arguments);
     QFETCH(QString, message);
     QTemporaryDir dir;
+    const QString previous = QDir::currentPath();
     QDir::setCurrent(dir.path());   // nothing may be created by a refused command
     const Run r = Cli(arguments);
+    QDir::setCurrent(previous);
     QCOMPARE(r.code, int(cli::exitUsage));
     QVERIFY2(r.err.contains(message), qPrintable(Describe(r)));
     QVERIFY(r.err.contains(QLatin1String("Usage:")));
