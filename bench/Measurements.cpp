@@ -30,7 +30,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -173,12 +172,11 @@ void StoreEveryString(frmEdit &form, TableVersion version, int round)
     }
 }
 
-// kvedit run as a user starts it, timed from the spawn to the line in which it reports its
-// window shown; the child's peak memory comes from the kernel when it has exited.
+// A program run as a user starts it, timed from the spawn to the first output line that holds
+// the marker (kvedit's report of its window shown).
 struct ChildRun {
     bool ok = false;
     double markerMs = 0;
-    double peakMb = 0;
     int exitCode = -1;
     QByteArray output;
 };
@@ -255,11 +253,9 @@ ChildRun RunChild(const QString &program, const QStringList &arguments, const QL
     }
     close(fds[0]);
     int status = 0;
-    rusage usage{};
-    while (wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) {
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.peakMb = static_cast<double>(usage.ru_maxrss) / 1024.0;
     run.ok = seen && run.exitCode == 0;
     return run;
 }
@@ -295,7 +291,6 @@ void AttachTargets(Results &results)
         {op::SaveAll, 500},
         {op::PageFrame, 16},
         {op::MemorySession, 120},
-        {op::MemoryProgram, 120},
     };
     for (const auto &t : targets)
         for (const int size : results.Sizes())
@@ -330,9 +325,13 @@ void MeasureSize(const Options &options, int strings, Results &results)
             QFile::copy(path, copy);
             const ChildRun run = RunChild(options.self, {QStringLiteral("--memory-probe"), copy}, ChildEnvironment(options),
                                           QByteArray("probe done"), 120000);
-            Check(run.ok, QStringLiteral("memory probe failed: %1").arg(QString::fromLocal8Bit(run.output)));
-            if (run.ok)
-                memory.samples.push_back(run.peakMb);
+            // The probe reports its own peak: the kernel's figure for a child also counts the
+            // pages of this process at the fork.
+            const QByteArray output = run.output.mid(run.output.indexOf("probe done:") + 11).trimmed();
+            const double peak = output.left(output.indexOf(' ')).toDouble();
+            Check(run.ok && peak > 0, QStringLiteral("memory probe failed: %1").arg(QString::fromLocal8Bit(run.output)));
+            if (run.ok && peak > 0)
+                memory.samples.push_back(peak);
         }
         QFile::remove(copy);
         Progress(QStringLiteral("%1: %2 MB").arg(op::MemorySession).arg(memory.Median(), 0, 'f', 1));
@@ -341,7 +340,6 @@ void MeasureSize(const Options &options, int strings, Results &results)
     // The program, from the spawn to its window shown with the list painted.
     if (!options.program.isEmpty() && options.Wants(QStringLiteral("program"))) {
         Series &shown = results.At(op::ProgramToShown, strings);
-        Series &memory = results.At(op::MemoryProgram, strings, QStringLiteral("MB"));
         for (int i = 0; i < repeats; ++i) {
             const ChildRun run = RunChild(options.program, {path, QStringLiteral("--table"), QString::number(kVersion)}, ChildEnvironment(options), QByteArray("shown after"), 30000);
             if (!run.ok) {
@@ -350,7 +348,6 @@ void MeasureSize(const Options &options, int strings, Results &results)
                 break;
             }
             shown.samples.push_back(run.markerMs);
-            memory.samples.push_back(run.peakMb);
         }
         Progress(QStringLiteral("%1: %2 ms").arg(op::ProgramToShown).arg(shown.Median(), 0, 'f', 1));
     }

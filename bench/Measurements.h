@@ -31,7 +31,6 @@ inline const QString ExportRc = QStringLiteral("export resource script");
 inline const QString ImportXliff = QStringLiteral("import XLIFF");
 inline const QString ExportXliff = QStringLiteral("export XLIFF");
 inline const QString MemorySession = QStringLiteral("peak memory: editor session");
-inline const QString MemoryProgram = QStringLiteral("peak memory: kvedit to shown window");
 } // namespace op
 
 struct Options {
