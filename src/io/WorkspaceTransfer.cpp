@@ -51,6 +51,12 @@ public:
     Importer(server::Workspace &workspace, ImportSummary &summary)
         : m_ws(workspace), m_set(*workspace.Set()), m_server(*workspace.TextServer()), m_summary(summary)
     {
+        // The set looks symbols up one by one; a file names thousands of them.
+        for (int i = 1; i <= m_set.MaximumCount(); ++i) {
+            const QString symbol = m_set.Symbol(static_cast<StringId>(i));
+            if (!symbol.isEmpty())
+                m_idOfSymbol.insert(symbol, static_cast<StringId>(i));
+        }
     }
 
     // The strings themselves: texts, properties, descriptions, parameters and symbols.
@@ -165,7 +171,7 @@ private:
         if (s.id > 0 && s.id <= m_set.MaximumCount())
             id = static_cast<StringId>(s.id);
         else if (s.id == 0 && !s.symbol.isEmpty())
-            id = m_set.IdOfSymbol(s.symbol);
+            id = m_idOfSymbol.value(s.symbol);
         if (id == 0 || !m_set.IdInUse(id, ssEnglishDefault)) {
             const QString what = s.id > 0 ? QStringLiteral("id %1").arg(s.id) : QStringLiteral("\"%1\"").arg(s.symbol);
             Note(s, QStringLiteral("%1 is not a string of the workspace; not imported").arg(what));
@@ -203,12 +209,16 @@ private:
 
     void AssignSymbol(StringId id, const QString &symbol, const ImportedString &s)
     {
-        const StringId holder = m_set.IdOfSymbol(symbol);
+        const StringId holder = m_idOfSymbol.value(symbol);
         if (holder != 0 && holder != id) {
             Note(s, QStringLiteral("%1 moves from id %2 to id %3").arg(symbol).arg(holder).arg(id));
             m_set.setSymbol(holder, QString());
         }
+        const QString previous = m_set.Symbol(id);
+        if (!previous.isEmpty() && previous != symbol)
+            m_idOfSymbol.remove(previous);
         m_set.setSymbol(id, symbol);
+        m_idOfSymbol.insert(symbol, id);
     }
 
     // Exchange files may name strings by symbol only: a symbol the workspace knows keeps its id,
@@ -233,7 +243,7 @@ private:
         int next = highest;
         for (ImportedString s : strings) {
             if (s.id == 0) {
-                s.id = m_set.IdOfSymbol(s.symbol);
+                s.id = m_idOfSymbol.value(s.symbol);
                 if (s.id == 0) {
                     do {
                         ++next;
@@ -265,6 +275,7 @@ private:
     server::TableSet &m_set;
     TextServer &m_server;
     ImportSummary &m_summary;
+    QHash<QString, StringId> m_idOfSymbol;
 };
 
 QString SourceTitle(server::Workspace &workspace, TableVersion table)

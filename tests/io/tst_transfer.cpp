@@ -112,6 +112,7 @@ private slots:
     void sourceCanBeChosen_data();
     void sourceCanBeChosen();
     void reimportKeepsWhatTheFileDoesNotSay();
+    void symbolMovesToItsNewId();
     void fileWithErrorsImportsNothing();
     void failureHalfWayImportsNothing();
     void workspaceWithEditsIsRefused();
@@ -264,6 +265,25 @@ void TestTransfer::reimportKeepsWhatTheFileDoesNotSay()
     QCOMPARE(set->Parameters(105).size(), 2);
     QCOMPARE(set->Parameters(105).first().Description(), QStringLiteral("the document"));
     QVERIFY(set->Revision(105, ssLocalDefault) < set->Revision(105, ssEnglishDefault));
+}
+
+void TestTransfer::symbolMovesToItsNewId()
+{
+    server::WorkspacePtr ws = NewWorkspace();
+    QTemporaryDir dir;
+    ImportFile(*ws, WriteBytes(dir, QStringLiteral("a.rc"), "#define IDS_X 5\nSTRINGTABLE BEGIN IDS_X \"a\" END\n"));
+    const ImportSummary s =
+        ImportFile(*ws, WriteBytes(dir, QStringLiteral("b.rc"), "#define IDS_X 6\nSTRINGTABLE BEGIN IDS_X \"b\" END\n"));
+    QCOMPARE(ws->Symbol(5), QString());
+    QCOMPARE(ws->Symbol(6), QStringLiteral("IDS_X"));
+    QCOMPARE(ws->Set()->Text(5, ssEnglishDefault), QStringLiteral("a"));
+    QList<Diagnostic> moves;
+    for (const Diagnostic &d : s.notes)
+        if (d.message.contains(QLatin1String("moves")))
+            moves << d;
+    QCOMPARE(moves.size(), 1);
+    QCOMPARE(moves.first().message, QStringLiteral("IDS_X moves from id 5 to id 6"));
+    QCOMPARE(moves.first().line, 2);
 }
 
 void TestTransfer::fileWithErrorsImportsNothing()
