@@ -235,6 +235,8 @@ QByteArray Results::ToJson() const
     for (const int s : info.sizes)
         sizes.append(s);
     run[QStringLiteral("sizes")] = sizes;
+    run[QStringLiteral("loadBefore")] = info.loadBefore;
+    run[QStringLiteral("loadAfter")] = info.loadAfter;
 
     QJsonArray results;
     for (const Series &s : m_series) {
@@ -288,6 +290,8 @@ std::optional<Results> Results::FromJson(const QByteArray &json, QString *error)
     r.info.repeats = run.value(QStringLiteral("repeats")).toInt();
     for (const QJsonValue v : run.value(QStringLiteral("sizes")).toArray())
         r.info.sizes.append(v.toInt());
+    r.info.loadBefore = run.value(QStringLiteral("loadBefore")).toDouble(-1);
+    r.info.loadAfter = run.value(QStringLiteral("loadAfter")).toDouble(-1);
     for (const QJsonValue v : root.value(QStringLiteral("results")).toArray()) {
         const QJsonObject o = v.toObject();
         Series &s = r.At(o.value(QStringLiteral("operation")).toString(), o.value(QStringLiteral("strings")).toInt(),
@@ -318,6 +322,16 @@ double PeakResidentMegabytes()
         }
     }
     return 0;
+}
+
+double LoadAverage()
+{
+    QFile f(QStringLiteral("/proc/loadavg"));
+    if (!f.open(QIODevice::ReadOnly | QIODevice::Text))
+        return -1;
+    bool ok = false;
+    const double load = f.readLine().split(' ').value(0).toDouble(&ok);
+    return ok ? load : -1;
 }
 
 } // namespace kvedit::bench

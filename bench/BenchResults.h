@@ -44,6 +44,10 @@ struct RunInfo {
     QString platform;
     int repeats = 0;
     QList<int> sizes;
+    // The machine's load average over the last minute, before and after the run: figures taken
+    // while other work shared the cores are slower, and this says how much was going on.
+    double loadBefore = -1;
+    double loadAfter = -1;
 };
 
 class Results {
@@ -74,5 +78,8 @@ private:
 
 // Peak resident memory of this process so far, in MB (VmHWM); 0 when unknown.
 double PeakResidentMegabytes();
+
+// The one-minute load average; -1 when unknown.
+double LoadAverage();
 
 } // namespace kvedit::bench

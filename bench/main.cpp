@@ -166,6 +166,7 @@ int main(int argc, char **argv)
         results.info.repeats = options.repeats;
         results.info.sizes = options.sizes;
 
+        results.info.loadBefore = LoadAverage();
         QElapsedTimer total;
         total.start();
         for (const int size : options.sizes) {
@@ -173,12 +174,14 @@ int main(int argc, char **argv)
             MeasureSize(options, size, results);
         }
         std::fprintf(stderr, "measured in %.1f s\n", total.elapsed() / 1000.0);
+        results.info.loadAfter = LoadAverage();
         AttachTargets(results);
     }
 
-    Print(QStringLiteral("\nkvedit benchmarks, %1 (%2 cores, Qt %3, %4 build, %5 platform)\n\n")
+    Print(QStringLiteral("\nkvedit benchmarks, %1 (%2 cores, Qt %3, %4 build, %5 platform; load average %6 before, %7 after)\n\n")
               .arg(results.info.date).arg(results.info.cores).arg(results.info.qtVersion, results.info.buildType,
-                                                                    results.info.platform));
+                                                                    results.info.platform)
+              .arg(results.info.loadBefore, 0, 'f', 2).arg(results.info.loadAfter, 0, 'f', 2));
     Print(results.Table());
 
     if (parser.isSet(growthOption)) {
