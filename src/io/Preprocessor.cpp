@@ -290,8 +290,9 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         QList<QByteArray> args{QByteArrayLiteral("mcpp")};
         args << "-e" << (options.multiByteEncoding.isEmpty() ? QByteArrayLiteral("C") : options.multiByteEncoding);
         // No predefined compiler macros and no system include directories: only what a resource
-        // compiler defines, and only the user's directories.
-        args << "-N" << "-I-" << "-j" << "-K" << "-DRC_INVOKED=1" << "-D_WIN32=1";
+        // compiler defines, and only the user's directories. C99 rules, so line numbers of long
+        // scripts go past 32767.
+        args << "-N" << "-I-" << "-j" << "-K" << "-V199901L" << "-DRC_INVOKED=1" << "-D_WIN32=1";
         for (const QString &d : options.defines)
             args << "-D" << d.toUtf8();
         for (const QString &d : includeDirs)
