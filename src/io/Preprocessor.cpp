@@ -351,6 +351,8 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         const QString text = m.captured(4);
         if (file == result.OriginalPath(result.wrapper) || lineNumber == 0)
             continue;   // our own wrapper, or the environment's locale: nothing of the user's
+        if (text.startsWith(QLatin1String("Converted [CR+LF]")))
+            continue;   // line ends as scripts are commonly written; nothing to tell
         Diagnostic d{kind == QLatin1String("warning") ? Diagnostic::Note : Diagnostic::Error, file, lineNumber, text};
         const auto missing = missingInclude.match(text);
         if (missing.hasMatch()) {
