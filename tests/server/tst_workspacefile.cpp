@@ -95,6 +95,7 @@ private slots:
         const WorkspacePtr opened = Workspace::Open(path);
         QCOMPARE(opened->Name(), QString("Sales Tool"));
         QCOMPARE(opened->TextServer()->MaximumCount(), 2000);
+        QCOMPARE(opened->TextServer()->StringTableSet(), opened->Tables());
         QCOMPARE(opened->Tables()->SourceLanguage(ssLocalDefault).Name(), QString("Japanese"));
     }
 
@@ -348,22 +349,6 @@ private slots:
         QVERIFY(!ws->Tables()->Modified());
         ws->Tables()->DiscardEdits();
         QCOMPARE(ws->Tables()->Text(1, ssEnglishDefault), QString("Scratch"));
-    }
-
-    void twoOpenWorkspacesOfOneFile()
-    {
-        const QString path = PathOf("shared.kvw");
-        Workspace::Create(path, {"shared", "de-DE", 100});
-        const WorkspacePtr first = Workspace::Open(path);
-        const WorkspacePtr second = Workspace::Open(path);
-        first->Set()->PutRecord(1, ssEnglishDefault, Full("from first", 1, 0));
-        second->Set()->PutRecord(2, ssEnglishDefault, Full("from second", 1, 0));
-        QVERIFY(!second->Tables()->IdInUse(1, ssEnglishDefault));
-        first->Tables()->Save(ssEnglishDefault, false);
-        second->Tables()->Save(ssEnglishDefault, false);
-        const StringTableSetPtr both = Workspace::Open(path)->Tables();
-        QCOMPARE(both->Text(1, ssEnglishDefault), QString("from first"));
-        QCOMPARE(both->Text(2, ssEnglishDefault), QString("from second"));
     }
 };
 
