@@ -92,8 +92,10 @@ int main(int argc, char **argv)
     parser.setApplicationDescription(QStringLiteral(
         "Times the editor on synthetic workspaces and prints operation, size, median, min and max."));
     parser.addHelpOption();
-    const QCommandLineOption sizesOption(QStringLiteral("sizes"), QStringLiteral("Workspace sizes in strings."),
-                                         QStringLiteral("N,N,..."), QStringLiteral("1000,8000,32767"));
+    const QCommandLineOption sizesOption(QStringLiteral("sizes"),
+                                         QStringLiteral("Workspace sizes in strings (default 1000,8000,32767; with "
+                                                        "--growth 1000,4000,8000,16000,32767)."),
+                                         QStringLiteral("N,N,..."));
     const QCommandLineOption repeatOption(QStringLiteral("repeat"), QStringLiteral("Runs of every cheap operation."),
                                           QStringLiteral("N"), QStringLiteral("7"));
     const QCommandLineOption heavyOption(QStringLiteral("heavy-repeat"),
@@ -131,7 +133,11 @@ int main(int argc, char **argv)
     } else {
         Options options;
         options.sizes.clear();
-        for (const QString &s : parser.value(sizesOption).split(u',', Qt::SkipEmptyParts)) {
+        // Growth is read from the step between the two largest sizes, so it gets more of them.
+        const QString sizes = parser.isSet(sizesOption) ? parser.value(sizesOption)
+                              : parser.isSet(growthOption) ? QStringLiteral("1000,4000,8000,16000,32767")
+                                                           : QStringLiteral("1000,8000,32767");
+        for (const QString &s : sizes.split(u',', Qt::SkipEmptyParts)) {
             bool ok = false;
             const int n = s.trimmed().toInt(&ok);
             if (!ok || n < 1 || n > 32767) {

@@ -4,7 +4,7 @@
 # writes the same as JSON to bench/results/latest.json and sets it beside
 # bench/results/reference.json when that exists.
 #   scripts/bench.sh             the table (about three minutes on two cores)
-#   scripts/bench.sh --growth    the table, then how each figure grows from 1000 to 32767 strings
+#   scripts/bench.sh --growth    also 4000 and 16000 strings, then how each figure grows with them
 #   scripts/bench.sh --quick     fewer runs; --sizes 1000,32767 other sizes; --help for the rest
 set -euo pipefail
 cd "$(dirname "$0")/.."
