@@ -309,16 +309,6 @@ private slots:
         QVERIFY(f.source.evaluateCalls <= 4 * window);
     }
 
-    void minimumExtentsFromTwips()
-    {
-        Fixture f(0, false);
-        // 96 dpi: 1368 twips are 91.2 pixels, 2424 twips 161.6.
-        QCOMPARE(f.view.minimumSize(), QSize(162, 91));
-        f.view.setHeightMin(120);
-        f.view.setWidthMin(300);
-        QCOMPARE(f.view.minimumSize(), QSize(300, 120));
-    }
-
     void aDestroyedSourceIsLetGo()
     {
         test::TestServices services;
