@@ -1,0 +1,732 @@
+// The string dialogs on entries of a real in-memory workspace: the character code report, insert
+// special, the parameter definitions and the translate dialog, each run modally as its caller does.
+
+#include "dialogs/frmInsert.h"
+#include "dialogs/frmParameters.h"
+#include "dialogs/frmReport.h"
+#include "dialogs/frmTranslate.h"
+
+#include "DialogTestSupport.h"
+#include "TestServices.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTreeWidget>
+#include <QtTest>
+
+using namespace kvedit;
+using namespace kvedit::test;
+
+namespace {
+
+constexpr StringId kId = 42;
+const QString kCopyright(QChar(0x00A9));
+
+// The text of a plain-text box with its line breaks as the dialogs read them.
+QString BoxText(QWidget *form, const char *name)
+{
+    return Find<QPlainTextEdit>(form, name)->toPlainText().replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
+}
+
+void SetCaret(QPlainTextEdit *box, int position, int anchor = -1)
+{
+    QTextCursor cursor = box->textCursor();
+    cursor.setPosition(anchor < 0 ? position : anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    box->setTextCursor(cursor);
+}
+
+// The rows of a list view as "column 0:column 1", with ":key" when asked for.
+QStringList Rows(QWidget *dialog, const char *name, bool withKey = false)
+{
+    auto *list = Find<QTreeWidget>(dialog, name);
+    QStringList rows;
+    for (int i = 0; i < list->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem *item = list->topLevelItem(i);
+        rows << item->text(0) + ':' + item->text(1) + (withKey ? ':' + item->data(0, Qt::UserRole + 1).toString() : "");
+    }
+    return rows;
+}
+
+int SelectedRow(QTreeWidget *list)
+{
+    const QList<QTreeWidgetItem *> selected = list->selectedItems();
+    return selected.isEmpty() ? 0 : list->indexOfTopLevelItem(selected.first()) + 1;
+}
+
+void ClickRow(QTreeWidget *list, int row)
+{
+    if (row > 0)
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->topLevelItem(row - 1)).center());
+}
+
+// "a b c" -> "1:a", "2:b", "3:c": the rows a parameter list of these descriptions shows.
+QStringList Numbered(const QString &descriptions)
+{
+    QStringList out;
+    for (const QString &d : descriptions.split(u' ', Qt::SkipEmptyParts))
+        out << QStringLiteral("%1:%2").arg(out.size() + 1).arg(d);
+    return out;
+}
+
+// Everything the translate dialog could change in an entry.
+QString Snapshot(const StringEntryPtr &e)
+{
+    if (!e)
+        return QStringLiteral("no entry");
+    QStringList values{e->Text(), e->EntryText(), e->ShortcutCharacter()};
+    for (int n : {int(e->Id()), e->ShortcutMode(), int(e->Property(tpAllowShortcut)), int(e->Property(tpMultipleLines)),
+                  int(e->Property(tpAllowTab)), int(e->Status(sfApproved))})
+        values << QString::number(n);
+    return (values + Descriptions(e->ParameterDefinitions())).join(u'|');
+}
+
+// One use of the parameter dialog: the descriptions loaded and the row selected (0: none); the
+// buttons clicked, without their "cmd", closed with Ok unless the last is Cancel or Frame (the
+// window's close box); the input box answer (null: no box); then what it shows before closing.
+struct ParameterCase {
+    QString initial;
+    int selected;
+    QString buttons, answer, title, rows;
+    int selectedAfter;
+    bool dirty;
+    QString enabled{};   // null: not checked
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(ParameterCase)
+
+class TestDialogs : public QObject {
+    Q_OBJECT
+    std::optional<TestServices> services;
+    std::optional<Tables> tables;
+
+    StringEntryPtr Translate(StringSource source, std::function<void(frmTranslate *)> work, QWidget *owner = nullptr,
+                             int maximumCount = kMaxStringId)
+    {
+        frmTranslate form;
+        OnModal<frmTranslate>(std::move(work));
+        return form.Edit(owner, tables->Entry(kId, source), maximumCount);
+    }
+
+    StringEntryPtr WithParameters(bool tabs, const QString &descriptions)
+    {
+        tables->Put(kId, ssEnglishDefault, {.text = "x", .description = "File open failed",
+                                            .properties = tabs ? tpAllowTab | tpMultipleLines : 0});
+        tables->SetParameters(kId, descriptions.split(u' ', Qt::SkipEmptyParts));
+        return tables->Entry(kId, ssEnglishDefault);
+    }
+
+private slots:
+    void init()
+    {
+        services.emplace();
+        tables.emplace();
+    }
+    void cleanup() { QVERIFY(services->reporter->errors.isEmpty()); }
+
+    // Nothing to work on: no dialog opens and the caller gets its "nothing" answer.
+    void noEntryNoDialog()
+    {
+        tables->Put(8, ssEnglishDefault, {.text = "x"});
+        tables->Put(8, ssLocalEdited, {.text = "y"});
+        // A translation of a string without definitions has no collection at all.
+        QVERIFY(!tables->Entry(8, ssLocalEdited)->ParameterDefinitions());
+        QVERIFY(!frmParameters().Edit(nullptr, tables->Entry(8, ssLocalEdited)));
+        QVERIFY(!frmParameters().Edit(nullptr, nullptr));
+        QVERIFY(!frmInsert().SelectSpecial(nullptr));
+        QVERIFY(!frmTranslate().Edit(nullptr, nullptr));
+    }
+
+    // --- Character code report --------------------------------------------------------------
+
+    void reportLines_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("lines");
+        const QString high(QChar(0x7FFF));
+        QTest::newRow("empty") << QString() << QStringList();
+        QTest::newRow("one character, no break after it") << "A" << QStringList{"1.\t65\t0x41\tA"};
+        QTest::newRow("tab between letters") << "A\tB" << QStringList{"1.\t65\t0x41\tA", "2.\t9\t0x9\t^74", "3.\t66\t0x42\tB"};
+        QTest::newRow("space") << " " << QStringList{"1.\t32\t0x20\t<SPACE>"};
+        QTest::newRow("CR LF") << "\r\n" << QStringList{"1.\t13\t0xD\t^78", "2.\t10\t0xA\t^75"};
+        QTest::newRow("NUL") << QString(QChar(0)) << QStringList{"1.\t0\t0x0\t^65"};
+        QTest::newRow("DEL and bang") << "\x7f!" << QStringList{"1.\t127\t0x7F\t\x7f", "2.\t33\t0x21\t!"};
+        QTest::newRow("highest positive code") << high << QStringList{"1.\t32767\t0x7FFF\t" + high};
+        // From U+8000 the code reads negative and falls into the control-character branch.
+        QTest::newRow("U+8A9E is negative") << QString(QChar(0x8A9E)) << QStringList{"1.\t-30050\t0xFFFF8A9E\t^-29985"};
+        QTest::newRow("U+FFFF") << QString(QChar(0xFFFF)) << QStringList{"1.\t-1\t0xFFFFFFFF\t^64"};
+    }
+    void reportLines()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, lines);
+        QCOMPARE(CharacterCodeReport(text), lines.join(QStringLiteral("\r\n")));
+    }
+
+    void reportWindow()
+    {
+        frmReport form;
+        form.DisplayText(QStringLiteral("A\tB"));   // each report replaces the whole text
+        OnModal<frmReport>([&](frmReport *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfReport");
+            QCOMPARE(box->toPlainText(), QStringLiteral("1.\t32\t0x20\t<SPACE>"));
+            QCOMPARE(dialog->size(), QSize(462, 318));   // 6930 x 4770 twips at 96 dpi
+            QCOMPARE(box->geometry(), dialog->rect());
+            dialog->showMinimized();
+            dialog->showNormal();
+            dialog->resize(300, 100);
+            QCOMPARE(box->geometry(), QRect(0, 0, 300, 100));
+            dialog->DisplayText(QString(200, QLatin1Char('x')));
+            QVERIFY(box->isReadOnly() && box->verticalScrollBar()->maximum() > 0);
+        });
+        form.Report(QStringLiteral(" "));
+        QCOMPARE(form.windowTitle(), QStringLiteral("Character Code Report"));
+    }
+
+    // --- Insert special ---------------------------------------------------------------------
+
+    void insertRows_data()
+    {
+        QTest::addColumn<bool>("tabs");
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<QStringList>("rows");   // text:description:key
+        const QString sign = kCopyright + ":Copyright Sign:";
+        QTest::newRow("nothing but the copyright sign") << false << "" << QStringList{sign};
+        QTest::newRow("tabs allowed") << true << "" << QStringList{"<TAB>:Horizontal Tab:", sign};
+        QTest::newRow("parameters, tab, sign") << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", "<TAB>:Horizontal Tab:", sign};
+        QTest::newRow("parameters without tab") << false << "count" << QStringList{"%1:count:p1", sign};
+    }
+    void insertRows()
+    {
+        QFETCH(bool, tabs);
+        QFETCH(QString, parameters);
+        QFETCH(QStringList, rows);
+        frmInsert form;
+        OnModal<frmInsert>([&](frmInsert *dialog) {
+            const QTreeWidgetItem *header = Find<QTreeWidget>(dialog, "lvwSpecial")->headerItem();
+            QCOMPARE(header->text(0) + ':' + header->text(1), QStringLiteral("Special:Description"));
+            QCOMPARE(Rows(dialog, "lvwSpecial", true), rows);
+        });
+        QVERIFY(!form.SelectSpecial(WithParameters(tabs, parameters)));
+    }
+
+    void insertChoosing_data()
+    {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<QString>("selection");
+        QTest::newRow("tab gives the character, not its display text") << "<TAB>" << "cmdOkay" << "\t";
+        QTest::newRow("copyright sign") << kCopyright << "cmdOkay" << kCopyright;
+        QTest::newRow("parameter placeholder") << "%2" << "cmdOkay" << "%2";
+        // The selection stays readable after Cancel; the caller just does not read it.
+        QTest::newRow("cancel after choosing") << kCopyright << "cmdCancel" << kCopyright;
+    }
+    void insertChoosing()
+    {
+        QFETCH(QString, row);
+        QFETCH(QString, button);
+        QFETCH(QString, selection);
+        frmInsert form;
+        OnModal<frmInsert>([&](frmInsert *dialog) {
+            auto *list = Find<QTreeWidget>(dialog, "lvwSpecial");
+            list->setCurrentItem(list->findItems(row, Qt::MatchExactly, 0).value(0));
+            Click(dialog, qPrintable(button));
+        });
+        const bool accepted = button == QLatin1String("cmdOkay");
+        QCOMPARE(form.SelectSpecial(WithParameters(true, "first second")), accepted);
+        QCOMPARE(form.Accepted(), accepted);
+        QCOMPARE(form.Selection(), selection);
+    }
+
+    void insertOkayFollowsTheSelection()
+    {
+        frmInsert form;
+        QString states;
+        OnModal<frmInsert>([&](frmInsert *dialog) {
+            auto *list = Find<QTreeWidget>(dialog, "lvwSpecial");
+            const auto state = [&] { states += Find(dialog, "cmdOkay")->isEnabled() ? '1' : '0'; };
+            state();
+            ClickRow(list, 1);
+            state();
+            list->clearSelection();
+            state();
+        });
+        QVERIFY(!form.SelectSpecial(WithParameters(false, "")));
+        QCOMPARE(states, QStringLiteral("010"));
+        QCOMPARE(form.Selection(), QString());
+    }
+
+    // --- Parameter definitions ---------------------------------------------------------------
+
+    void parameterCommands_data()
+    {
+        QTest::addColumn<ParameterCase>("c");
+        const QString none;
+        const QString first = "Insert Delete Edit MoveDown Add", middle = "Insert Delete Edit MoveDown MoveUp Add";
+        QTest::newRow("add to three, trimmed") << ParameterCase{"a b c", 0, "Add", "  d  ", "Add parameter 4", "a b c d", 4, true};
+        QTest::newRow("add to empty") << ParameterCase{"", 0, "Add", "first", "Add parameter 1", "first", 1, true};
+        QTest::newRow("add cancelled") << ParameterCase{"a b c", 2, "Add", "", "Add parameter 4", "a b c", 2, false, middle};
+        QTest::newRow("add blanks only") << ParameterCase{"a b c", 0, "Add", "   ", "Add parameter 4", "a b c", 0, false};
+        QTest::newRow("insert at two") << ParameterCase{"a b c", 2, "Insert", "x", "Insert parameter 2", "a x b c", 2, true};
+        QTest::newRow("insert at one") << ParameterCase{"a b c", 1, "Insert", " x", "Insert parameter 1", "x a b c", 1, true};
+        QTest::newRow("insert cancelled") << ParameterCase{"a b c", 1, "Insert", "", "Insert parameter 1", "a b c", 1, false, first};
+        QTest::newRow("edit, trimmed") << ParameterCase{"a b c", 2, "Edit", " B2 ", "Edit parameter 2", "a B2 c", 2, true};
+        QTest::newRow("edit cancelled") << ParameterCase{"a b c", 3, "Edit", "", "Edit parameter 3", "a b c", 3, false, "Insert Delete Edit MoveUp Add"};
+        // Deleting does not make the list dirty: Reset stays disabled.
+        QTest::newRow("delete middle: the follower") << ParameterCase{"a b c", 2, "Delete", none, "", "a c", 2, false};
+        QTest::newRow("delete first") << ParameterCase{"a b c", 1, "Delete", none, "", "b c", 1, false};
+        QTest::newRow("delete last: the new last") << ParameterCase{"a b c", 3, "Delete", none, "", "a b", 2, false};
+        // Move Down too is disabled on an empty list: 0 < 0 is false.
+        QTest::newRow("delete the only row") << ParameterCase{"a", 1, "Delete", none, "", "", 0, false, "Add"};
+        QTest::newRow("delete everything") << ParameterCase{"a b", 1, "Delete Delete", none, "", "", 0, false, "Add"};
+        QTest::newRow("move down two of three") << ParameterCase{"a b c", 2, "MoveDown", none, "", "a c b", 3, true};
+        QTest::newRow("move down first") << ParameterCase{"a b c", 1, "MoveDown", none, "", "b a c", 2, true, middle + " Reset"};
+        // Move Down stays enabled without a selection (0 < count) and then does nothing.
+        QTest::newRow("move down, no selection") << ParameterCase{"a b c", 0, "MoveDown", none, "", "a b c", 0, false, "MoveDown Add"};
+        QTest::newRow("move up two") << ParameterCase{"a b c", 2, "MoveUp", none, "", "b a c", 1, true, first + " Reset"};
+        QTest::newRow("move up last") << ParameterCase{"a b c", 3, "MoveUp", none, "", "a c b", 2, true};
+        QTest::newRow("only row selected") << ParameterCase{"a", 1, "", none, "", "a", 1, false, "Insert Delete Edit Add"};
+        QTest::newRow("reset: the loaded rows") << ParameterCase{"a b", 0, "Add Reset", "c", "Add parameter 3", "a b", 0, false};
+        QTest::newRow("ok on an unchanged list") << ParameterCase{"a b", 0, "", none, "", "a b", 0, false};
+        QTest::newRow("cancel writes nothing") << ParameterCase{"a", 0, "Add Cancel", "b", "Add parameter 2", "a b", 2, true};
+        QTest::newRow("the close box cancels") << ParameterCase{"a", 0, "Add Frame", "b", "Add parameter 2", "a b", 2, true};
+    }
+    void parameterCommands()
+    {
+        QFETCH(ParameterCase, c);
+        const StringEntryPtr entry = WithParameters(false, c.initial);
+        if (!c.answer.isNull())
+            services->prompts->inputAnswers.enqueue(c.answer);
+        QStringList clicks = c.buttons.split(u' ', Qt::SkipEmptyParts);
+        const QString closing = QStringList{"Cancel", "Frame"}.contains(clicks.value(clicks.size() - 1)) ? clicks.takeLast() : "Ok";
+
+        frmParameters form;
+        OnModal<frmParameters>([&](frmParameters *dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("Edit Parameters for String Id 42: File open failed"));
+            QCOMPARE(dialog->pos(), QPoint(160, 100));   // unowned: a tenth of the 1600 x 1000 screen
+            auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
+            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), QStringLiteral("Number|Description"));
+            const QFontMetrics metrics = dialog->fontMetrics();
+            QCOMPARE(list->columnWidth(0), metrics.horizontalAdvance(QStringLiteral("NumberWW")));
+            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance(QStringLiteral("WWW")));
+            ClickRow(list, c.selected);
+            QCOMPARE(SelectedRow(list), c.selected);
+            for (const QString &button : clicks)
+                Click(dialog, qPrintable("cmd" + button));
+            QCOMPARE(Rows(dialog, "lvwParameters"), Numbered(c.rows));
+            QCOMPARE(SelectedRow(list), c.selectedAfter);
+            QCOMPARE(dialog->Dirty(), c.dirty);
+            QCOMPARE(Find(dialog, "cmdReset")->isEnabled(), c.dirty);
+            QVERIFY(clicks.isEmpty() || QApplication::focusWidget() == list);
+            QStringList on;
+            for (const char *name : {"cmdInsert", "cmdDelete", "cmdEdit", "cmdMoveDown", "cmdMoveUp", "cmdAdd", "cmdReset"})
+                if (Find(dialog, name)->isEnabled())
+                    on << QString::fromLatin1(name).mid(3);
+            QVERIFY2(c.enabled.isNull() || on.join(u' ') == c.enabled, qPrintable(on.join(u' ')));
+            if (closing == QLatin1String("Frame"))
+                dialog->close();
+            else
+                Click(dialog, qPrintable("cmd" + closing));
+        });
+        const bool saved = form.Edit(nullptr, entry);
+
+        const bool ok = closing == QLatin1String("Ok");
+        QCOMPARE(saved, ok && !c.rows.isEmpty());
+        QCOMPARE(form.Accepted(), ok);
+        QCOMPARE(Descriptions(entry->ParameterDefinitions()), Numbered(ok ? c.rows : c.initial));
+        for (const ParameterDefinition &d : entry->ParameterDefinitions()->Items())
+            QCOMPARE(d.Placeholder(), QStringLiteral("%%1").arg(d.Id()));
+        QCOMPARE(services->prompts->calls.size(), c.title.isEmpty() ? 0 : 1);
+        for (const PromptCall &call : services->prompts->calls) {
+            const bool edit = c.title.startsWith(QLatin1String("Edit"));
+            QCOMPARE(call.title + '|' + call.text + '|' + call.defaultText,
+                     c.title + (edit ? "|Type a new description for the parameter|" : "|Type a description for the new parameter|"));
+            QCOMPARE(call.position, form.pos() + QPoint(20, 20));
+        }
+    }
+
+    // --- Translate dialog --------------------------------------------------------------------
+
+    void translateModes_data()
+    {
+        QTest::addColumn<int>("source");
+        QTest::addColumn<bool>("owned");
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<QString>("caption");   // caption | frame caption
+        QTest::newRow("English default: edit, unowned") << 3 << false << "item count folder" << "Edit string resource 42|&New value";
+        QTest::newRow("local edited: translate, owned") << 0 << true << "name" << "Translate string resource 42|&New translation for German edited";
+        // A translation of a string without definitions has none: the count and list stay as designed.
+        QTest::newRow("local default without definitions") << 1 << false << "" << "Translate string resource 42|&New translation for German default";
+        QTest::newRow("English edited") << 2 << false << "name" << "Translate string resource 42|&New translation for English edited";
+    }
+    void translateModes()
+    {
+        QFETCH(int, source);
+        QFETCH(bool, owned);
+        QFETCH(QString, parameters);
+        QFETCH(QString, caption);
+        const bool editMode = source == ssEnglishDefault;
+        tables->Put(kId, ssEnglishDefault, {.text = "Open file", .description = "File menu"});
+        tables->Put(kId, StringSource(source), {.text = "Datei öffnen", .description = "File menu"});
+        tables->SetParameters(kId, parameters.split(u' ', Qt::SkipEmptyParts));
+        QWidget owner;   // the screen is 1600 x 1000, the window offset 20
+        owner.move(300, 200);
+        Translate(StringSource(source), [&](frmTranslate *dialog) {
+            QCOMPARE(dialog->pos(), owned ? QPoint(320, 220) : QPoint(160, 100));
+            QCOMPARE(dialog->parentWidget(), owned ? &owner : nullptr);
+            QCOMPARE(dialog->windowTitle() + '|' + Find<QGroupBox>(dialog, "fraTranslate")->title(), caption);
+            auto *id = Find<QLineEdit>(dialog, "txtId");
+            QCOMPARE(id->text() + '|' + Find<QLineEdit>(dialog, "txtDescription")->text(), QStringLiteral("42|File menu"));
+            QCOMPARE(id->isReadOnly(), !editMode);
+            QCOMPARE(Find<QLineEdit>(dialog, "txtDescription")->isReadOnly(), !editMode);
+            QCOMPARE(Find(dialog, "cmdEditParameterDefs")->isHidden(), !editMode);
+            for (const QByteArray index : {"0", "1", "2"}) {
+                QCOMPARE(Find(dialog, "chkProperties_" + index)->isHidden(), !editMode);
+                QCOMPARE(Find(dialog, "lblProperties_" + index)->isHidden(), editMode);
+            }
+            const QStringList numbered = Numbered(parameters);
+            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), numbered.isEmpty() ? "" : QString::number(numbered.size()));
+            QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
+            // The focus timer puts the focus on the mode's first control, its text selected.
+            if (editMode) {
+                QTRY_COMPARE(QApplication::focusWidget(), id);
+                QCOMPARE(id->selectedText(), QStringLiteral("42"));
+            } else {
+                auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+                QTRY_COMPARE(QApplication::focusWidget(), box);
+                QCOMPARE(box->textCursor().selectedText(), QStringLiteral("Datei öffnen"));
+            }
+        }, owned ? &owner : nullptr);
+    }
+
+    void translatePropertyLabels_data()
+    {
+        QTest::addColumn<int>("properties");
+        QTest::addColumn<QString>("shortcut");
+        QTest::addColumn<QString>("shown");   // the three labels | the summary lines
+        QTest::newRow("nothing allowed") << 0 << "" << "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line";
+        QTest::newRow("everything allowed")
+            << int(tpAllowShortcut | tpMultipleLines | tpAllowTab) << "O"
+            << "Shortcuts enabled|Multiline enabled|Allow Tab Characters|Multiple lines|Allow tab character|Allow shortcut key|Shortcut = O";
+        QTest::newRow("single line ignores tabs") << int(tpAllowTab | tpAllowShortcut) << ""
+                                                  << "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key";
+        QTest::newRow("multiple lines only") << int(tpMultipleLines) << ""
+                                             << "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines";
+    }
+    void translatePropertyLabels()
+    {
+        QFETCH(int, properties);
+        QFETCH(QString, shortcut);
+        QFETCH(QString, shown);
+        tables->Put(kId, ssEnglishDefault, {.text = "Open"});
+        tables->Put(kId, ssLocalEdited, {.text = "Öffnen", .shortcutCharacter = shortcut, .properties = properties, .shortcutMode = 2});
+        Translate(ssLocalEdited, [&](frmTranslate *dialog) {
+            QStringList seen;
+            for (const QByteArray index : {"0", "1", "2"})
+                seen << Find<QLabel>(dialog, "lblProperties_" + index)->text();
+            seen << BoxText(dialog, "txtProperties").split(QStringLiteral("\r\n"));
+            QCOMPARE(seen.join(u'|'), shown);
+            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut.isEmpty() ? "(none)" : shortcut);
+            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentData().toInt(), 2);
+        });
+    }
+
+    void translateOriginals_data()
+    {
+        QTest::addColumn<int>("source");
+        QTest::addColumn<QList<int>>("withText");
+        QTest::addColumn<QStringList>("offered");
+        QTest::newRow("local edited offers the three others")
+            << 0 << QList<int>{0, 1, 2, 3} << QStringList{"Local Default", "English Edited", "English Default"};
+        QTest::newRow("local edited, only local default has text") << 0 << QList<int>{0, 1} << QStringList{"Local Default"};
+        QTest::newRow("local default") << 1 << QList<int>{1, 2, 3} << QStringList{"English Edited", "English Default"};
+        QTest::newRow("English edited") << 2 << QList<int>{2, 3} << QStringList{"English Default"};
+        QTest::newRow("English default offers only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};
+        QTest::newRow("no original anywhere") << 0 << QList<int>{0} << QStringList();
+    }
+    void translateOriginals()
+    {
+        QFETCH(int, source);
+        QFETCH(QList<int>, withText);
+        QFETCH(QStringList, offered);
+        for (int s : withText)
+            tables->Put(kId, StringSource(s), {.text = QStringLiteral("text %1").arg(s)});
+        Translate(StringSource(source), [&](frmTranslate *dialog) {
+            auto *originals = Find<QComboBox>(dialog, "cboOriginal");
+            QStringList items;
+            for (int i = 0; i < originals->count(); ++i)
+                items << originals->itemText(i);
+            QCOMPARE(items, offered);
+            // The highest source with a text is preselected and shown; choosing another shows that.
+            QCOMPARE(originals->currentIndex(), offered.size() - 1);
+            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : QStringLiteral("text %1").arg(withText.last()));
+            originals->setCurrentIndex(0);
+            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : "text " + originals->itemData(0).toString());
+            QVERIFY(Find<QPlainTextEdit>(dialog, "rtfOriginal")->isReadOnly());
+        });
+    }
+
+    void translateIdValidation_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("maximumCount");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("zero") << "0" << 500 << false;
+        QTest::newRow("fraction") << "1.5" << 500 << false;
+        QTest::newRow("letters") << "abc" << 500 << false;
+        QTest::newRow("empty") << "" << 500 << false;
+        QTest::newRow("negative") << "-3" << 500 << false;
+        QTest::newRow("above the maximum") << "501" << 500 << false;
+        QTest::newRow("beyond 16 bits") << "40000" << 50000 << false;
+        QTest::newRow("one") << "1" << 500 << true;
+        QTest::newRow("the maximum") << "500" << 500 << true;
+        QTest::newRow("whole number written as decimal") << "7.0" << 500 << true;
+    }
+    void translateIdValidation()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, maximumCount);
+        QFETCH(bool, valid);
+        tables->Put(kId, ssEnglishDefault, {.text = "Open"});
+        Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            auto *txtId = Find<QLineEdit>(dialog, "txtId");
+            const QString normal = QApplication::palette(txtId).color(QPalette::Base).name() + " save";
+            const auto colourAndSave = [&] {
+                return txtId->palette().color(QPalette::Base).name() + (Find(dialog, "cmdSave")->isEnabled() ? " save" : "");
+            };
+            QCOMPARE(colourAndSave(), normal);
+            txtId->clear();
+            QTest::keyClicks(txtId, id);
+            QCOMPARE(colourAndSave(), valid ? normal : QStringLiteral("#ff0000"));
+            txtId->setText(QStringLiteral("42"));   // back to a good id: the colour and Save come back
+            QCOMPARE(colourAndSave(), normal);
+        }, nullptr, maximumCount);
+    }
+
+    // Edit mode from opening to Save: the property check boxes and shortcut combo boxes, a
+    // parameter added through its dialog, and the values handed back, trimmed, in a new entry.
+    void translateSaveBuildsTheResult_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("stored");   // text|description
+        QTest::newRow("blanks around") << "  Hallo Welt  " << "  greeting " << "Hallo Welt|greeting";
+        QTest::newRow("nothing to trim") << "Hallo" << "d" << "Hallo|d";
+        // Only blanks are trimmed: tabs and line breaks at the ends are content.
+        QTest::newRow("tabs and breaks kept") << " \tName:\t \r\n" << "x" << "\tName:\t \r\n|x";
+    }
+    void translateSaveBuildsTheResult()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, description);
+        QFETCH(QString, stored);
+        tables->Put(kId, ssEnglishDefault, {.text = "a\r\nb", .description = "Toolbar", .shortcutCharacter = "O",
+                                            .properties = tpMultipleLines | tpAllowShortcut, .shortcutMode = 1});
+        tables->SetParameters(kId, {QStringLiteral("file")});
+        services->prompts->inputAnswers << QStringLiteral("drive");
+        const StringEntryPtr entry = tables->Entry(kId, ssEnglishDefault);
+        const QString before = Snapshot(entry);
+        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            auto *character = Find<QComboBox>(dialog, "cboShortcutCharacter");
+            auto *mode = Find<QComboBox>(dialog, "cboShortcutMode");
+            QCOMPARE(character->count(), 37);
+            QCOMPARE(mode->currentText(), QStringLiteral("1: prefixed by '&'"));
+            // Multiple lines off joins the lines; on again does not bring the break back.
+            Click(dialog, "chkProperties_1");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
+            Click(dialog, "chkProperties_1");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
+            Click(dialog, "chkProperties_0");
+            QVERIFY(!character->isEnabled() && !mode->isEnabled());
+            Click(dialog, "chkProperties_0");
+            QVERIFY(character->isEnabled() && mode->isEnabled());
+            character->setCurrentIndex(0);   // (none)
+            mode->setCurrentIndex(3);
+            Click(dialog, "chkProperties_2");   // tabs on
+            Click(dialog, "chkValidTranslation");
+            Find<QLineEdit>(dialog, "txtId")->setText(QStringLiteral("43"));
+            Find<QLineEdit>(dialog, "txtDescription")->setText(description);
+            Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(text);
+            auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
+            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), QStringLiteral("Number|Description"));
+            const QFontMetrics metrics = dialog->fontMetrics();
+            QCOMPARE(list->columnWidth(0), metrics.horizontalAdvance(QStringLiteral("WWNumber")));
+            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance(QStringLiteral("WWW")));
+            OnModal<frmParameters>([&](frmParameters *parameters) {
+                QCOMPARE(parameters->pos(), dialog->pos() + QPoint(20, 20));
+                Click(parameters, "cmdAdd");
+                Click(parameters, "cmdOk");
+            });
+            Click(dialog, "cmdEditParameterDefs");
+            QCOMPARE(Rows(dialog, "lvwParameters"), Numbered("file drive"));
+            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QStringLiteral("1"));   // kept on purpose
+            Click(dialog, "cmdSave");
+        });
+        QVERIFY(result != entry);
+        QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
+        QCOMPARE(Snapshot(entry), before);
+    }
+
+    void translateCancelLeavesTheEntryUnchanged()
+    {
+        tables->Put(kId, ssEnglishDefault, {.text = "Open %1", .description = "menu", .properties = tpAllowShortcut});
+        tables->SetParameters(kId, {QStringLiteral("file")});
+        const QString before = Snapshot(tables->Entry(kId, ssEnglishDefault));
+        services->prompts->inputAnswers << QStringLiteral("folder");
+        QString report;
+        QVERIFY(!Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            Find<QLineEdit>(dialog, "txtId")->setText(QStringLiteral("7"));
+            Find<QLineEdit>(dialog, "txtDescription")->setText(QStringLiteral("changed"));
+            Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("A\r\nB"));
+            Click(dialog, "chkProperties_0");
+            Click(dialog, "chkValidTranslation");
+            OnModal<frmParameters>([](frmParameters *parameters) {
+                Click(parameters, "cmdAdd");
+                Click(parameters, "cmdOk");
+            });
+            Click(dialog, "cmdEditParameterDefs");
+            QCOMPARE(Rows(dialog, "lvwParameters").size(), 2);
+            // The report shows the box's text and is gone once closed.
+            OnModal<frmReport>([&](frmReport *form) { report = BoxText(form, "rtfReport"); });
+            Click(dialog, "cmdReport");
+            QVERIFY(!dialog->findChild<frmReport *>());
+            Click(dialog, "cmdCancel");
+        }));
+        QCOMPARE(report, CharacterCodeReport(QStringLiteral("A\r\nB")));
+        QCOMPARE(Snapshot(tables->Entry(kId, ssEnglishDefault)), before);
+        QVERIFY(!Translate(ssEnglishDefault, [](frmTranslate *dialog) { dialog->close(); }));   // the close box
+    }
+
+    // The translation box: the user's way in selects everything; Enter beeps in single-line mode
+    // and breaks the line in multiple-line mode; the valid mark leaves the caret; Tab leaves.
+    void translateBoxKeys()
+    {
+        tables->Put(kId, ssEnglishDefault, {.text = "ab"});
+        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers, const char *text) {
+                SetCaret(box, 1);
+                QKeyEvent event(QEvent::KeyPress, key, modifiers, QString::fromLatin1(text));
+                QApplication::sendEvent(box, &event);
+            };
+            QTRY_COMPARE(QApplication::focusWidget(), Find(dialog, "txtId"));   // past the focus timer
+            box->setFocus(Qt::TabFocusReason);
+            QCOMPARE(box->textCursor().selectedText(), QStringLiteral("ab"));
+            press(Qt::Key_Return, Qt::NoModifier, "\r");
+            press(Qt::Key_J, Qt::ControlModifier, "\n");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
+            Click(dialog, "chkValidTranslation");
+            QCOMPARE(QApplication::focusWidget(), box);
+            QCOMPARE(box->textCursor().position(), 1);
+            QVERIFY(!box->textCursor().hasSelection());
+            Click(dialog, "chkProperties_1");   // multiple lines on
+            press(Qt::Key_Return, Qt::NoModifier, "\r");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
+            box->setFocus();
+            QTest::keyClick(box, Qt::Key_Tab);
+            QVERIFY(QApplication::focusWidget() != box);
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
+            QVERIFY(dialog->isVisible());   // Enter in the box never closes the dialog
+            Click(dialog, "cmdSave");
+        });
+        QCOMPARE(services->prompts->calls.size(), 2);
+        for (const PromptCall &call : services->prompts->calls)
+            QCOMPARE(call.kind, PromptCall::Beep);
+        QCOMPARE(Snapshot(result), QStringLiteral("a\r\nb|||42|0|0|1|0|1"));
+    }
+
+    void translateInsertSpecial_data()
+    {
+        QTest::addColumn<QString>("row");   // empty: Cancel
+        QTest::addColumn<QString>("text");
+        QTest::newRow("copyright sign replaces the selection") << kCopyright << "Hello " + kCopyright + "!";
+        QTest::newRow("parameter placeholder") << "%1" << "Hello %1!";
+        QTest::newRow("tab character") << "<TAB>" << "Hello \t!";
+        QTest::newRow("cancel deletes the selection") << "" << "Hello !";
+    }
+    void translateInsertSpecial()
+    {
+        QFETCH(QString, row);
+        QFETCH(QString, text);
+        tables->Put(kId, ssEnglishDefault, {.text = "Hello World!", .properties = tpAllowTab | tpMultipleLines});
+        tables->SetParameters(kId, {QStringLiteral("name")});
+        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            SetCaret(box, 11, 6);
+            OnModal<frmInsert>([&](frmInsert *insert) {
+                QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
+                if (row.isEmpty())
+                    return Click(insert, "cmdCancel");
+                auto *list = Find<QTreeWidget>(insert, "lvwSpecial");
+                list->setCurrentItem(list->findItems(row, Qt::MatchExactly, 0).value(0));
+                Click(insert, "cmdOkay");
+            });
+            Click(dialog, "cmdInsert");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), text);
+            // The focus is back in the box, the caret after what was inserted.
+            QVERIFY(Reactivate(dialog));
+            QTRY_COMPARE(QApplication::focusWidget(), box);
+            QCOMPARE(box->textCursor().position(), text.indexOf(QLatin1Char('!')));
+            Click(dialog, "cmdSave");
+        });
+        QVERIFY(result);
+        QCOMPARE(result->Text(), text);
+    }
+
+    // The twips layouts scale as one, exactly 1 with a font as small as the design's, when the
+    // captions need more room; no caption is cut off.
+    void layoutInTwips_data()
+    {
+        QTest::addColumn<bool>("insert");
+        QTest::addColumn<int>("fontPixels");   // 0: the platform's font
+        QTest::newRow("insert, design font") << true << 6;
+        QTest::newRow("insert, platform font") << true << 0;
+        QTest::newRow("insert, large font") << true << 20;
+        QTest::newRow("parameters, design font") << false << 8;
+        QTest::newRow("parameters, platform font") << false << 0;
+        QTest::newRow("parameters, large font") << false << 20;
+    }
+    void layoutInTwips()
+    {
+        QFETCH(bool, insert);
+        QFETCH(int, fontPixels);
+        const struct Restore {
+            QFont font = QApplication::font();
+            ~Restore() { QApplication::setFont(font); }
+        } restore;
+        QFont font = restore.font;
+        if (fontPixels)
+            font.setPixelSize(fontPixels);
+        QApplication::setFont(font);
+        std::unique_ptr<QDialog> form(insert ? static_cast<QDialog *>(new frmInsert) : new frmParameters);
+        const QSize client = insert ? QSize(6255, 3360) : QSize(7095, 2775);
+        const double scale = form->width() * 15.0 / client.width();
+        QVERIFY(scale >= 1.0 && (fontPixels == 0 || fontPixels == 20 || scale == 1.0));
+        QVERIFY(qAbs(form->height() - client.height() * scale / 15) <= 1);
+        // The OK button: 972 x 372 twips at 5160, 120 (insert) or 4920, 2280 (parameters).
+        const QRectF ok = QRectF(insert ? 5160 : 4920, insert ? 120 : 2280, 972, 372);
+        const QRect actual = Find(form.get(), insert ? "cmdOkay" : "cmdOk")->geometry();
+        QVERIFY(qAbs(actual.x() - ok.x() * scale / 15) <= 1 && qAbs(actual.y() - ok.y() * scale / 15) <= 1);
+        QVERIFY(qAbs(actual.width() - ok.width() * scale / 15) <= 1 && qAbs(actual.height() - ok.height() * scale / 15) <= 1);
+        for (QWidget *control : form->findChildren<QWidget *>()) {
+            auto *button = qobject_cast<QAbstractButton *>(control);
+            auto *label = qobject_cast<QLabel *>(control);
+            const QString caption = CleanAccessMarkers(button ? button->text() : label ? label->text() : QString());
+            const QFontMetrics metrics(control->font());
+            QVERIFY2(caption.isEmpty() || (metrics.horizontalAdvance(caption) + (button ? 12 : 0) <= control->width()
+                                           && metrics.height() <= control->height()),
+                     qPrintable(control->objectName()));
+        }
+    }
+};
+
+QTEST_MAIN(TestDialogs)
+#include "tst_dialogs.moc"
