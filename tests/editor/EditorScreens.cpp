@@ -11,22 +11,17 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <cstdio>
+#include <QTextStream>
 
 using namespace kvedit;
 
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screens");
-    if (!QDir().mkpath(folder)) {
-        std::fprintf(stderr, "cannot create %s\n", qPrintable(folder));
-        return 1;
-    }
+    const QDir out(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screens"));
+    out.mkpath(QStringLiteral("."));
     QTemporaryDir dir;
     const server::WorkspacePtr ws = server::CreateDemoWorkspace(dir.filePath(QStringLiteral("demo.kvw")));
-
     for (const TableVersion version : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
         frmEdit form;
         form.Prepare(ws, version);
@@ -35,13 +30,8 @@ int main(int argc, char **argv)
         if (!QTest::qWaitForWindowActive(&form))
             form.Form_Activate();
         form.DataView()->setCurrentRecord(5);
-        QApplication::processEvents();
-        const QString file = QDir(folder).filePath(QStringLiteral("editor-version-%1.png").arg(int(version)));
-        if (!form.grab().save(file, "PNG")) {
-            std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
-            return 1;
-        }
-        std::printf("%s: %d rows\n", qPrintable(file), form.DataSource()->GetRecordCount());
+        const QString file = out.filePath(QStringLiteral("editor-version-%1.png").arg(int(version)));
+        QTextStream(stdout) << (form.grab().save(file) ? "saved " : "could not save ") << file << '\n';
     }
     return 0;
 }

@@ -1,0 +1,741 @@
+// The editor window on real tables, driven as a user drives it: its menus and toolbar per table
+// version, the File commands, the searches, the entry commands with the translate dialog answered
+// by its buttons, and whole workspaces translated, saved and reopened.
+
+#include "DialogTestSupport.h"
+#include "TestServices.h"
+
+#include "dataview/UCKvDataView.h"
+#include "editor/CImageList.h"
+#include "editor/frmEdit.h"
+
+#include <QAbstractItemModel>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QDialog>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QStatusBar>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QToolBar>
+#include <QtTest>
+
+using namespace kvedit;
+using namespace kvedit::test;
+
+namespace {
+
+void PutSource(const StringTableSetPtr &tables, StringId id, const QString &text, bool allowShortcut = false)
+{
+    const StringEntryPtr e = tables->Entry(id, ssEnglishDefault);
+    tables->StoreEntry(e->CreateEdited(id, text, e->EntryText(), false, false, allowShortcut, e->ShortcutCharacter(),
+                                       e->ShortcutMode(), e->ParameterDefinitions(), false));
+}
+
+// A translation up to date with the English text of the moment.
+void PutTranslation(const StringTableSetPtr &tables, StringId id, const QString &text, bool valid)
+{
+    const StringEntryPtr e = tables->Entry(id, ssLocalEdited);
+    tables->StoreEntry(e->CreateEdited(id, text, e->EntryText(), false, false, e->Property(tpAllowShortcut),
+                                       e->ShortcutCharacter(), e->ShortcutMode(), e->ParameterDefinitions(), valid));
+}
+
+// A record without text: the translation is missing.
+void PutBlanks(const server::WorkspacePtr &ws, const QList<StringId> &ids)
+{
+    for (StringId id : ids)
+        ws->Tables()->AddEntry(ws->TextServer()->CreateEntry(ws->Tables(), id, ssLocalEdited));
+}
+
+// English texts as ids 1, 2, ...; "^" before a text allows a shortcut, an empty text leaves the
+// id out. Saved, so the tables start without edits; in memory unless a file is named.
+server::WorkspacePtr Strings(const QStringList &texts, int maximumCount = 100, const QString &file = {})
+{
+    const server::WorkspaceInfo info{QStringLiteral("Editor test"), QStringLiteral("de-DE"), maximumCount};
+    auto ws = file.isEmpty() ? server::Workspace::CreateInMemory(info) : server::Workspace::Create(file, info);
+    for (int i = 0; i < texts.size(); ++i)
+        if (!texts.at(i).isEmpty())
+            PutSource(ws->Tables(), StringId(i + 1), texts.at(i).startsWith(u'^') ? texts.at(i).mid(1) : texts.at(i),
+                      texts.at(i).startsWith(u'^'));
+    ws->Tables()->Save(ssEnglishDefault, false);
+    return ws;
+}
+
+// "Line 1" .. "Line 10" with some replaced.
+QStringList TenLines(const QMap<int, QString> &replaced = {})
+{
+    QStringList texts;
+    for (int id = 1; id <= 10; ++id)
+        texts << replaced.value(id, QStringLiteral("Line %1").arg(id));
+    return texts;
+}
+
+// Translations of ids 1..5: 1 approved, 2 not approved, 3 approved but its English text changed
+// since, 4 missing, 5 approved. Complete: all five approved and up to date.
+server::WorkspacePtr TranslatedFive(bool complete)
+{
+    server::WorkspacePtr ws = Strings({"Open", "Save", "Close", "Print", "Quit"});
+    const QStringList german{"Öffnen", "Speichern", "Schließen", complete ? "Drucken" : "", "Beenden"};
+    for (StringId id = 1; id <= 5; ++id)
+        german.at(id - 1).isEmpty() ? PutBlanks(ws, {id}) : PutTranslation(ws->Tables(), id, german.at(id - 1), complete || id != 2);
+    ws->Tables()->Save(ssLocalEdited, false);
+    if (!complete)
+        PutSource(ws->Tables(), 3, QStringLiteral("Close window"));
+    ws->Tables()->Save(ssEnglishDefault, false);
+    return ws;
+}
+
+// The editor prepared on a workspace, shown and activated (its list loaded); row 1 is current.
+std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version)
+{
+    auto form = std::make_unique<frmEdit>();
+    form->Prepare(rfw, version);
+    form->show();
+    if (!QTest::qWaitForWindowActive(form.get(), 2000))
+        qWarning("the editor window did not become active");
+    return form;
+}
+
+qint32 CurrentId(frmEdit &form)
+{
+    return form.DataSource()->RecordNumberToId(form.DataView()->CurrentRecord());
+}
+
+void DoubleClickRow(frmEdit &form, int row)
+{
+    QTableView *view = form.DataView()->TableView();
+    const QPoint centre = view->visualRect(view->model()->index(row - 1, 1)).center();
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+}
+
+// Every question, notice and input box so far: "confirm:text", "notify:text", "input:title", "beep".
+QStringList Prompts(const ScriptedPrompts &prompts)
+{
+    QStringList out;
+    for (const PromptCall &c : prompts.calls)
+        out << (c.kind == PromptCall::Input     ? "input:" + c.title
+                : c.kind == PromptCall::Confirm ? "confirm:" + c.text
+                : c.kind == PromptCall::Notify  ? "notify:" + c.text
+                                                : QStringLiteral("beep"));
+    return out;
+}
+
+// A workspace whose table set forwards everything to a real one but fails every Save.
+class FailingSaves final : public StringTableSet {
+public:
+    explicit FailingSaves(StringTableSetPtr inner) : m(std::move(inner)) {}
+    const StringTableSetPtr m;
+    qint16 Revision(StringId id, StringSource s) const override { return m->Revision(id, s); }
+    bool HasText(StringId id, StringSource s) const override { return m->HasText(id, s); }
+    bool IdInUse(StringId id, StringSource s) const override { return m->IdInUse(id, s); }
+    StringEntryPtr Entry(StringId id, StringSource s) const override { return m->Entry(id, s); }
+    QString Text(StringId id, StringSource s) const override { return m->Text(id, s); }
+    QString SourceName(StringId id, StringSource s) const override { return m->SourceName(id, s); }
+    bool Modified() const override { return m->Modified(); }
+    bool HasStatus(StringId id, StringSource s, int flag) const override { return m->HasStatus(id, s, flag); }
+    Language SourceLanguage(StringSource s) const override { return m->SourceLanguage(s); }
+    void DiscardEdits() override { m->DiscardEdits(); }
+    void Save(TableVersion, bool) override { throw KvError(errStorage, QStringLiteral("The workspace file is read-only")); }
+    void AddEntry(const StringEntryPtr &entry) override { m->AddEntry(entry); }
+    void StoreEntry(const StringEntryPtr &entry) override { m->StoreEntry(entry); }
+    void RemoveEntry(StringId id, StringSource s) override { m->RemoveEntry(id, s); }
+    QStringList SaveTableNames(TableVersion version) const override { return m->SaveTableNames(version); }
+};
+
+class FailingServer final : public TextServer {
+public:
+    FailingServer(TextServerPtr inner, std::shared_ptr<FailingSaves> tables) : m(std::move(inner)), tables(std::move(tables)) {}
+    const TextServerPtr m;
+    const std::shared_ptr<FailingSaves> tables;
+    LocalePtr Locale() const override { return m->Locale(); }
+    StringEntryPtr CreateEntry(const StringTableSetPtr &set, StringId id, StringSource source) override
+    {
+        return m->CreateEntry(set == tables ? tables->m : set, id, source);   // the server knows only its own set
+    }
+    int MaximumCount() const override { return m->MaximumCount(); }
+    StringTableSetPtr StringTableSet() const override { return tables; }
+};
+
+class FailingWorkspace final : public ResourceWorkspace {
+public:
+    explicit FailingWorkspace(const server::WorkspacePtr &inner)
+        : server(std::make_shared<FailingServer>(inner->TextServer(), std::make_shared<FailingSaves>(inner->Tables())))
+    {
+    }
+    const TextServerPtr server;
+    kvedit::TextServerPtr TextServer() const override { return server; }
+    QString Name() const override { return QStringLiteral("Failing"); }
+    std::optional<QPoint> HostWindowPosition() const override { return std::nullopt; }
+};
+
+// A search from the current row: the English texts, or with none the five translations (complete
+// or not) in Local Edited; 4 Find (answered), 5 Find Next (for "needle"), 7, 8 and 9 the searches
+// for missing, out-of-date and unapproved translations; the row found, 0 for none.
+struct SearchCase {
+    QStringList texts;
+    bool complete;
+    int current, item;
+    QString answer;
+    int expected;
+};
+
+// A command that opens the translate dialog, and what the dialog is given and hands back.
+struct EntryCase {
+    int version;
+    qint32 currentId;
+    QString how, clipboard, id, text, title;   // no title: no dialog may open
+    qint32 storedId;                          // 0: nothing is stored
+    QString notice;
+    qint32 currentAfter;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(SearchCase)
+Q_DECLARE_METATYPE(EntryCase)
+
+class TestFrmEdit : public QObject {
+    Q_OBJECT
+    std::optional<TestServices> services;
+
+private slots:
+    void init() { services.emplace(); }
+    void cleanup()
+    {
+        QVERIFY(services->reporter->errors.isEmpty());
+        QCOMPARE(QApplication::overrideCursor(), nullptr);
+        QGuiApplication::clipboard()->clear();
+    }
+
+    // --- The window -------------------------------------------------------------------------
+
+    void menusAndToolbar_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<QString>("fileMenu");   // captions, then which are visible
+        QTest::addColumn<QString>("editShown");
+        QTest::addColumn<QString>("toolbar");    // F/E menu, item = picture; [hidden]; | a separator
+        const QString translating = "F2=10 | E0=11 [E1=13] [E2=14] | E4=15 | E7=17 | E11=16 [E13=18] | E15=19";
+        QTest::newRow("local edited") << 0 << "&Reset|-|&Save as Local Edited|&Save as Local Default|-|&Close 111111"
+                                      << "1001111111110011" << translating;
+        QTest::newRow("local default") << 1 << "&Reset|-|&Save|&Save as|-|&Close 111011" << "1001111111110011" << translating;
+        QTest::newRow("English edited") << 2 << "&Reset|-|&Save as English Edited|&Save as English Default|-|&Close 111111"
+                                        << "1001111111110011" << translating;
+        QTest::newRow("English default") << 3 << "&Reset|-|&Save|&Save as|-|&Close 111011" << "1111110000011111"
+                                         << "F2=10 | E0=12 E1=13 E2=14 | E4=15 [E7=17] E11=16 | E13=18 | E15=19";
+    }
+    void menusAndToolbar()
+    {
+        QFETCH(int, version);
+        QFETCH(QString, fileMenu);
+        QFETCH(QString, editShown);
+        QFETCH(QString, toolbar);
+        auto form = OpenEditor(Strings({"One", "Two"}), TableVersion(version));
+        QCOMPARE(form->findChild<QMenu *>("mnuFile")->title() + form->findChild<QMenu *>("mnuEdit")->title(), "&File&Edit");
+        QStringList file, edit;
+        QString fileShown, shown;
+        for (int i = 0; i < 6; ++i) {
+            file << form->FileItem(i)->text();
+            fileShown += form->FileItem(i)->isVisible() ? '1' : '0';
+        }
+        for (int i = 0; i < 16; ++i) {
+            QAction *item = form->EditItem(i);
+            edit << item->text() + (item->shortcut().isEmpty() ? "" : ' ' + item->shortcut().toString());
+            shown += item->isVisible() ? '1' : '0';
+            QCOMPARE(item->isSeparator(), item->text() == QLatin1String("-"));
+        }
+        QCOMPARE(file.join(u'|') + ' ' + fileShown, fileMenu);
+        QCOMPARE(edit, (QStringList{version == 3 ? "Cu&t Ctrl+X" : "&Delete Ctrl+X", "&Copy Ctrl+C", "&Paste Ctrl+V", "-",
+                                    "&Find... Ctrl+F", "Find &Next F3", "-", "Find &Missing Translation Ctrl+M",
+                                    "Find &Out-of-Date Translation Ctrl+O", "Find &Unapproved Translation Ctrl+U", "-",
+                                    "&Go to... Ctrl+G", "-", "&New String... Ctrl+N", "-", "&Properties... Ctrl+E"}));
+        QCOMPARE(shown, editShown);
+        QToolBar *bar = form->findChild<QToolBar *>("tbrEdit");
+        QCOMPARE(bar->iconSize(), QSize(24, 23));
+        QStringList buttons;
+        for (QAction *button : bar->actions()) {
+            const QString key = frmEdit::MenuKey(button);
+            const int picture = form->ImageList()->PictureId(key);
+            const QString text = button->isSeparator() ? "|" : key.at(3) + key.section(u':', 1) + '=' + QString::number(picture);
+            buttons << (bar->widgetForAction(button)->isVisibleTo(form.get()) ? text : '[' + text + ']');
+            QVERIFY(button->isSeparator() || !button->icon().isNull());
+        }
+        QCOMPARE(buttons.join(u' '), toolbar);
+        QTest::mouseClick(bar->widgetForAction(form->EditItem(11)), Qt::LeftButton);   // a button runs its item
+        QCOMPARE(Prompts(*services->prompts), QStringList{"input:Go to"});
+    }
+
+    void missingPictureLeavesTheButtonOut()
+    {
+        auto form = OpenEditor(Strings({"One"}), ssEnglishDefault);
+        const int buttons = form->ToolBar()->actions().size();
+        QVERIFY(!form->AddListImage(QStringLiteral("mnuEditItem:5"), 99));
+        QCOMPARE(services->reporter->errors.size(), 1);
+        QCOMPARE(services->reporter->errors.first().number, int(errFileNotFound));
+        form->MakeToolbarButton(form->EditItem(5), 99, false);
+        QCOMPARE(form->ToolBar()->actions().size(), buttons);
+        QVERIFY(form->AddListImage(QStringLiteral("mnuEditItem:4"), 99));   // a key already held is not loaded again
+        QCOMPARE(services->reporter->errors.size(), 2);
+        services->reporter->errors.clear();
+    }
+
+    void enablingFollowsEditsAndFindText()
+    {
+        server::WorkspacePtr ws = TranslatedFive(false);
+        auto form = OpenEditor(ws, ssLocalEdited);
+        // Reset, Save, Save as; Find Next; the Save button.
+        const auto enabled = [&] {
+            QString state;
+            for (QAction *item : {form->FileItem(0), form->FileItem(2), form->FileItem(3), form->EditItem(5)})
+                state += item->isEnabled() ? '1' : '0';
+            return state + (form->ToolBar()->widgetForAction(form->FileItem(2))->isEnabled() ? '1' : '0');
+        };
+        QCOMPARE(enabled(), QStringLiteral("00000"));
+        form->EditItem(0)->trigger();   // Delete the translation of row 1: the tables now hold an edit
+        QCOMPARE(enabled(), QStringLiteral("11101"));
+        services->prompts->inputAnswers << QStringLiteral("Save");
+        form->EditItem(4)->trigger();
+        QCOMPARE(enabled(), QStringLiteral("11111"));
+        form->FileItem(2)->trigger();
+        QCOMPARE(enabled(), QStringLiteral("00010"));
+        services->prompts->inputAnswers << QStringLiteral("   ");
+        form->EditItem(4)->trigger();
+        QCOMPARE(enabled(), QStringLiteral("00000"));
+    }
+
+    void buttonKeys_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("prompt");   // empty: nothing happens
+        for (const char *key : {"", "   ", "mnuEditItem4", "mnuEditItem", "mnuEditItem:four", "mnuEditItem:", "mnuToolsItem:4",
+                                "MNUEDITITEM:4", "mnuEditItem:4e0"})
+            QTest::addRow("does nothing: '%s'", key) << key << "";
+        QTest::newRow("edit find") << "mnuEditItem:4" << "input:Find";
+        QTest::newRow("decimal index") << "mnuEditItem:4.0" << "input:Find";
+        QTest::newRow("surrounding blanks") << "  mnuEditItem:11 " << "input:Go to";
+        for (int i : {1, 4})
+            QTest::addRow("file %d", i) << QStringLiteral("mnuFileItem:%1").arg(i) << "notify:File menu item '- not implemented";
+        for (int i : {3, 6, 10, 12, 14})
+            QTest::addRow("edit %d", i) << QStringLiteral("mnuEditItem:%1").arg(i) << "notify:Edit menu item '- not implemented";
+        QTest::newRow("file without item") << "mnuFileItem:9" << "notify:File menu item 9 not implemented";
+        QTest::newRow("edit without item") << "mnuEditItem:-1" << "notify:Edit menu item -1 not implemented";
+    }
+    void buttonKeys()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, prompt);
+        auto form = OpenEditor(Strings({"One"}), ssLocalEdited);
+        form->tbrEdit_ButtonClick(key);
+        QCOMPARE(Prompts(*services->prompts).join(u';'), prompt);
+    }
+
+    void placement_data()
+    {
+        QTest::addColumn<bool>("workspace");
+        QTest::addColumn<bool>("host");
+        QTest::addColumn<QPoint>("topLeft");   // the screen is 1600 x 1000, the window offset 20
+        QTest::newRow("no workspace: centred") << false << false << QPoint(160, 100);
+        QTest::newRow("workspace without host window") << true << false << QPoint(160, 100);
+        QTest::newRow("cascaded over the host") << true << true << QPoint(320, 220);
+    }
+    void placement()
+    {
+        QFETCH(bool, workspace);
+        QFETCH(bool, host);
+        QFETCH(QPoint, topLeft);
+        server::WorkspacePtr ws = workspace ? Strings({"One"}) : nullptr;
+        if (host)
+            ws->setHostWindowPosition(QPoint(300, 200));
+        frmEdit form;
+        form.Prepare(ws, ssLocalEdited);
+        QCOMPARE(form.geometry(), QRect(topLeft, QSize(1280, 800)));
+    }
+
+    void captionStatusBarAndSize()
+    {
+        frmEdit form;
+        form.Prepare(Strings({"One", "Two", "Three"}), ssEnglishDefault);
+        QCOMPARE(form.windowTitle(), "Manage String Resources: " + form.DataSource()->Title());
+        QVERIFY(form.DataSource()->Title().contains(QStringLiteral("Editor test")));
+        QVERIFY(!form.DataView()->Activated());   // the list loads on the first activation
+        form.show();
+        QVERIFY(QTest::qWaitForWindowActive(&form));
+        QVERIFY(form.DataView()->Activated());
+        QCOMPARE(form.findChild<QStatusBar *>("sbrEdit"), form.statusBar());
+        QCOMPARE(form.StatusText(), QStringLiteral("Id: 1 (Position 1 of 3)"));
+        form.DataView()->setCurrentRecord(3);
+        QCOMPARE(form.StatusText(), QStringLiteral("Id: 3 (Position 3 of 3)"));
+        // No smaller than half the screen's width and the bars' heights; the list fills the rest.
+        form.resize(200, 50);
+        QCOMPARE(form.size(), QSize(800, 3 * form.ToolBar()->sizeHint().height() + 2 * form.statusBar()->sizeHint().height()
+                                             + form.menuBar()->sizeHint().height()));
+        QCOMPARE(form.centralWidget(), form.DataView());
+    }
+
+    // Edit shows the window modally and returns, when it is closed, whether a Save succeeded.
+    void editRunsModallyUntilClosed()
+    {
+        server::WorkspacePtr ws = TranslatedFive(false);
+        frmEdit form;
+        QTimer::singleShot(0, &form, [&] {
+            QVERIFY(form.isVisible() && form.windowModality() == Qt::ApplicationModal);
+            form.FileItem(5)->trigger();
+        });
+        QVERIFY(!form.Edit(ws, ssLocalEdited));
+        QVERIFY(!form.isVisible());
+    }
+
+    // --- File commands ----------------------------------------------------------------------
+
+    void fileCommands_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<int>("item");       // -1: the window's close box
+        QTest::addColumn<bool>("edits");     // row 2 cut, or its translation deleted
+        QTest::addColumn<bool>("agree");
+        QTest::addColumn<QString>("asked");
+        QTest::addColumn<QString>("after");  // modified, saved, still open; then the rows
+        const QString close = "You have not saved your changes yet. Close without saving?";
+        const QString reset = "Are you sure you want to abandon all unsaved edits?";
+        QTest::newRow("save without edits: nothing") << 0 << 2 << false << false << "" << "001 5";
+        QTest::newRow("save") << 0 << 2 << true << false << "" << "011 5";
+        QTest::newRow("save as") << 0 << 3 << true << false << "" << "011 5";
+        // Reset keeps the same entry current, by id: id 4 moves from row 3 back to row 4.
+        QTest::newRow("reset, OK") << 3 << 0 << true << true << reset << "001 5";
+        QTest::newRow("reset, Cancel") << 3 << 0 << true << false << reset << "101 4";
+        QTest::newRow("close without edits: no question") << 0 << 5 << false << false << "" << "000 5";
+        QTest::newRow("close with edits, Cancel") << 0 << 5 << true << false << close << "101 5";
+        QTest::newRow("close with edits, OK: discarded") << 0 << 5 << true << true << close << "000 5";
+        // The window's close box (-1) asks the same, and only once.
+        QTest::newRow("close box with edits, Cancel") << 0 << -1 << true << false << close << "101 5";
+        QTest::newRow("close box with edits, OK") << 0 << -1 << true << true << close << "000 5";
+    }
+    void fileCommands()
+    {
+        QFETCH(int, version);
+        QFETCH(int, item);
+        QFETCH(bool, edits);
+        QFETCH(bool, agree);
+        QFETCH(QString, asked);
+        QFETCH(QString, after);
+        server::WorkspacePtr ws = TranslatedFive(false);
+        auto form = OpenEditor(ws, TableVersion(version));
+        if (edits) {
+            form->DataView()->setCurrentRecord(2);
+            form->EditItem(0)->trigger();
+        }
+        form->DataView()->ShowId(4);
+        services->prompts->confirmAnswers << agree;
+        if (item < 0)
+            form->close();
+        else
+            form->FileItem(item)->trigger();
+        QCOMPARE(Prompts(*services->prompts), asked.isEmpty() ? QStringList() : QStringList{"confirm:" + asked});
+        QCOMPARE(QStringLiteral("%1%2%3 %4").arg(ws->Tables()->Modified()).arg(form->Saved()).arg(form->isVisible())
+                     .arg(form->DataSource()->GetRecordCount()), after);
+        QCOMPARE(CurrentId(*form), 4);
+        QVERIFY(item < 0 || form->FileItem(2)->isEnabled() == ws->Tables()->Modified());
+    }
+
+    void failedSaveIsReportedAndKeepsTheEdits()
+    {
+        server::WorkspacePtr real = TranslatedFive(false);
+        auto form = OpenEditor(std::make_shared<FailingWorkspace>(real), ssLocalEdited);
+        form->EditItem(0)->trigger();
+        form->FileItem(2)->trigger();
+        QCOMPARE(services->reporter->errors.size(), 1);
+        QCOMPARE(services->reporter->errors.first().number, int(errStorage));
+        QVERIFY(!form->Saved() && real->Tables()->Modified() && form->isVisible());
+        services->reporter->errors.clear();
+    }
+
+    // --- Searches ---------------------------------------------------------------------------
+
+    void searches_data()
+    {
+        QTest::addColumn<SearchCase>("c");
+        const QString needle = "needle";
+        QTest::newRow("wraps to an earlier row") << SearchCase{TenLines({{2, "Needle here"}}), false, 5, 4, needle, 2};
+        QTest::newRow("first match after the current row") << SearchCase{TenLines({{3, "needle"}, {8, "a needle"}}), false, 5, 4, " needle ", 8};
+        QTest::newRow("current row is tested last") << SearchCase{TenLines({{5, "needle"}}), false, 5, 4, needle, 0};
+        QTest::newRow("from the last row on with row 1") << SearchCase{TenLines({{1, "needle"}}), false, 10, 4, needle, 1};
+        QTest::newRow("case-insensitive") << SearchCase{TenLines({{4, "THE NEEDLE"}}), false, 1, 4, needle, 4};
+        QTest::newRow("shortcut marker ignored") << SearchCase{TenLines({{6, "^Ne&edle"}}), false, 1, 4, needle, 6};
+        QTest::newRow("marker kept without shortcut") << SearchCase{TenLines({{6, "Ne&edle"}}), false, 1, 4, needle, 0};
+        QTest::newRow("double marker is an ampersand") << SearchCase{TenLines({{6, "^Salt && Pepper"}}), false, 1, 4, "t & p", 6};
+        QTest::newRow("nothing matches") << SearchCase{TenLines(), false, 3, 4, needle, 0};
+        QTest::newRow("empty answer: no search, no Find Next") << SearchCase{TenLines({{6, "needle"}}), false, 4, 4, "", 0};
+        QTest::newRow("next: the row after current is tested last") << SearchCase{TenLines({{6, "needle"}}), false, 5, 5, "", 0};
+        QTest::newRow("next: two rows on") << SearchCase{TenLines({{7, "needle"}}), false, 5, 5, "", 7};
+        QTest::newRow("next: wraps") << SearchCase{TenLines({{2, "needle"}}), false, 5, 5, "", 2};
+        QTest::newRow("next: from the row before last") << SearchCase{TenLines({{10, "needle"}}), false, 9, 5, "", 0};
+        QTest::newRow("next: from the last row finds row 3") << SearchCase{TenLines({{3, "needle"}}), false, 10, 5, "", 3};
+        // Kept on purpose: from the last row one pass ends the search.
+        QTest::newRow("next: from the last row, no match ends") << SearchCase{TenLines(), false, 10, 5, "", 0};
+        QTest::newRow("missing") << SearchCase{{}, false, 1, 7, "", 4};
+        QTest::newRow("missing only on the current row") << SearchCase{{}, false, 4, 7, "", 0};
+        QTest::newRow("out of date by revision") << SearchCase{{}, false, 1, 8, "", 3};
+        QTest::newRow("missing counts as out of date") << SearchCase{{}, false, 3, 8, "", 4};
+        QTest::newRow("out of date, wrapping") << SearchCase{{}, false, 5, 8, "", 3};
+        QTest::newRow("unapproved") << SearchCase{{}, false, 1, 9, "", 2};
+        QTest::newRow("out of date counts as unapproved") << SearchCase{{}, false, 2, 9, "", 3};
+        QTest::newRow("unapproved, wrapping") << SearchCase{{}, false, 4, 9, "", 2};
+        QTest::newRow("complete: no missing") << SearchCase{{}, true, 3, 7, "", 0};
+        QTest::newRow("complete: none out of date") << SearchCase{{}, true, 3, 8, "", 0};
+        QTest::newRow("complete: none unapproved") << SearchCase{{}, true, 3, 9, "", 0};
+        QTest::newRow("find a translation") << SearchCase{{}, false, 1, 4, "speichern", 2};
+        QTest::newRow("find the English text of a missing one") << SearchCase{{}, false, 1, 4, "print", 4};
+        QTest::newRow("find the English text of a translated one") << SearchCase{{}, false, 1, 4, "close window", 3};
+    }
+    void searches()
+    {
+        QFETCH(SearchCase, c);
+        const bool translated = c.texts.isEmpty();
+        auto form = OpenEditor(translated ? TranslatedFive(c.complete) : Strings(c.texts), translated ? ssLocalEdited : ssEnglishDefault);
+        const int rows = form->DataSource()->GetRecordCount();
+        form->DataView()->setCurrentRecord(c.current);
+        form->setFindText(c.item == 5 ? QStringLiteral("needle") : QStringLiteral("previous"));
+        form->UpdateMenuState();
+        services->prompts->inputAnswers << c.answer;
+        form->EditItem(c.item)->trigger();
+
+        const int row = c.expected ? c.expected : c.current;
+        QCOMPARE(form->StatusText(), QStringLiteral("Id: %1 (Position %1 of %2)").arg(row).arg(rows));
+        const QString findText = c.item == 5 ? QStringLiteral("needle") : c.answer.trimmed();
+        QVERIFY(c.item > 5 || (form->FindText() == findText && form->EditItem(5)->isEnabled() == !findText.isEmpty()));
+        const QStringList done{"", "", "", "", "Done finding text", "Done finding text", "", "Done finding missing translations",
+                               "Done finding out of date translations", "Done finding unapproved translations"};
+        QStringList prompts = c.item == 4 ? QStringList{"input:Find"} : QStringList();
+        if (!c.expected && !(c.item == 4 && findText.isEmpty()))
+            prompts << "notify:" + done.at(c.item);
+        QCOMPARE(Prompts(*services->prompts), prompts);
+        if (c.item == 4) {
+            const PromptCall &call = services->prompts->calls.first();
+            QCOMPARE(call.text + '|' + call.defaultText, QStringLiteral("What do you want to look for?|previous"));
+            QCOMPARE(call.position, form->pos() + QPoint(20, 20));
+        }
+    }
+
+    // --- Entry commands ---------------------------------------------------------------------
+
+    void goTo_data()
+    {
+        QTest::addColumn<QStringList>("answers");
+        QTest::addColumn<int>("expectedId");   // 0: the current row stays
+        QTest::newRow("an id") << QStringList{"7"} << 7;
+        QTest::newRow("0, 32768 and text ask again") << QStringList{"0", "32768", "abc", " 4 "} << 4;
+        QTest::newRow("a decimal number") << QStringList{"6.0"} << 6;
+        QTest::newRow("32767 is accepted") << QStringList{"32767"} << 32767;
+        QTest::newRow("empty ends") << QStringList{""} << 0;
+        QTest::newRow("empty after a wrong answer") << QStringList{"-3", ""} << 0;
+        QTest::newRow("only plain numbers") << QStringList{"1e1", "0x5", "5 5", "+5"} << 5;
+    }
+    void goTo()
+    {
+        QFETCH(QStringList, answers);
+        QFETCH(int, expectedId);
+        server::WorkspacePtr ws = Strings(TenLines(), kMaxStringId);
+        PutSource(ws->Tables(), 32767, QStringLiteral("The last id"));
+        auto form = OpenEditor(ws, ssEnglishDefault);
+        form->DataView()->setCurrentRecord(2);
+        services->prompts->inputAnswers.append(answers);
+        form->EditItem(11)->trigger();
+        QCOMPARE(services->prompts->calls.size(), answers.size());
+        for (const PromptCall &call : services->prompts->calls) {
+            QCOMPARE(call.title + '|' + call.text, QStringLiteral("Go to|Please type the resource id as a value between 1 and 32767"));
+            QCOMPARE(call.position, form->pos() + QPoint(20, 20));
+        }
+        QCOMPARE(CurrentId(*form), expectedId ? expectedId : 2);
+    }
+
+    void copyCutDelete_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("item");   // 0 Cut in version 3, Delete in the others; 1 Copy
+        QTest::addColumn<QString>("clipboard");
+        QTest::addColumn<QString>("after");   // rows, current row, its id
+        QTest::newRow("copy") << 3 << 3 << 1 << "Close window" << "5 3 3";
+        QTest::newRow("copy without a translation: clipboard emptied") << 0 << 4 << 1 << "" << "5 4 4";
+        QTest::newRow("cut: the next row moves up") << 3 << 3 << 0 << "Close window" << "4 3 4";
+        QTest::newRow("cut the last row: the new last row") << 3 << 5 << 0 << "Quit" << "4 4 4";
+        QTest::newRow("delete: the row stays, now missing") << 0 << 2 << 0 << "Speichern" << "5 2 2";
+    }
+    void copyCutDelete()
+    {
+        QFETCH(int, version);
+        QFETCH(int, row);
+        QFETCH(int, item);
+        QFETCH(QString, clipboard);
+        QFETCH(QString, after);
+        server::WorkspacePtr ws = TranslatedFive(false);
+        auto form = OpenEditor(ws, TableVersion(version));
+        QGuiApplication::clipboard()->setText(QStringLiteral("stale"));
+        form->DataView()->setCurrentRecord(row);
+        const bool hadText = ws->Tables()->HasText(StringId(row), StringSource(version));
+        form->EditItem(item)->trigger();
+        QCOMPARE(QGuiApplication::clipboard()->text(), clipboard);
+        QCOMPARE(QStringLiteral("%1 %2 %3").arg(form->DataSource()->GetRecordCount()).arg(form->DataView()->CurrentRecord())
+                     .arg(CurrentId(*form)), after);
+        QCOMPARE(ws->Tables()->HasText(StringId(row), StringSource(version)), item == 1 && hadText);
+        QVERIFY(ws->Tables()->HasText(StringId(row), ssEnglishDefault) || version == 3);
+        QCOMPARE(ws->Tables()->Modified(), item == 0);
+        QCOMPARE(form->FileItem(2)->isEnabled(), item == 0);
+    }
+
+    void entryDialog_data()
+    {
+        QTest::addColumn<EntryCase>("c");
+        const QString edit4 = "Edit string resource 4", edit2 = "Edit string resource 2";
+        const QString translate3 = "Translate string resource 3";
+        QTest::newRow("paste: a new string of the clipboard text")
+            << EntryCase{3, 1, "paste", "  Pasted text \n", "", "", edit4, 4, "", 4};
+        QTest::newRow("paste of an empty clipboard") << EntryCase{3, 1, "paste", "", "", "", "", 0, "", 1};
+        QTest::newRow("paste of blanks") << EntryCase{3, 1, "paste", "  \t \r\n ", "", "", "", 0, "", 1};
+        QTest::newRow("new string in the gap after the current row") << EntryCase{3, 1, "new", "", "", "Fresh", edit4, 4, "", 4};
+        QTest::newRow("new string next to the current row")
+            << EntryCase{3, 5, "new", "", "", "Fresh", "Edit string resource 6", 6, "", 6};
+        QTest::newRow("new string after the last row") << EntryCase{3, 7, "new", "", "", "Fresh", "Edit string resource 8", 8, "", 8};
+        QTest::newRow("new string cancelled") << EntryCase{3, 1, "new cancel", "", "", "Never stored", edit4, 0, "", 1};
+        QTest::newRow("changed id in use: refused")
+            << EntryCase{3, 2, "menu", "", "3", "Changed", edit2, 0, "String entry id 3 is already in use!", 2};
+        QTest::newRow("changed id: the string moves") << EntryCase{3, 2, "menu", "", "50", "", edit2, 50, "", 50};
+        QTest::newRow("properties by double click") << EntryCase{0, 3, "double click", "", "", "Fenster", translate3, 3, "", 3};
+        QTest::newRow("properties by Enter") << EntryCase{0, 3, "Enter", "", "", "Fenster", translate3, 3, "", 3};
+        QTest::newRow("properties by Ctrl+Enter") << EntryCase{0, 3, "Ctrl+Enter", "", "", "Fenster", translate3, 3, "", 3};
+        QTest::newRow("properties by the menu") << EntryCase{0, 3, "menu", "", "", "Fenster", translate3, 3, "", 3};
+    }
+    void entryDialog()
+    {
+        QFETCH(EntryCase, c);
+        const StringSource version = StringSource(c.version);
+        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3", "", "String 5", "", "String 7"});
+        PutTranslation(ws->Tables(), 3, QStringLiteral("Drei"), false);
+        ws->Tables()->Save(ssLocalEdited, false);
+        auto form = OpenEditor(ws, TableVersion(version));
+        form->DataView()->ShowId(c.currentId);
+        const int rows = form->DataSource()->GetRecordCount();
+        QGuiApplication::clipboard()->setText(c.clipboard);
+        QString title, shown;
+        if (!c.title.isEmpty())
+            OnModal<QDialog>([&](QDialog *dialog) {
+                title = dialog->windowTitle();
+                shown = Find<QPlainTextEdit>(dialog, "rtfTranslate")->toPlainText();
+                if (!c.id.isEmpty())
+                    Find<QLineEdit>(dialog, "txtId")->setText(c.id);
+                if (!c.text.isEmpty())
+                    Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(c.text);
+                Click(dialog, c.how.endsWith(QLatin1String("cancel")) ? "cmdCancel" : "cmdSave");
+            });
+        QTableView *view = form->DataView()->TableView();
+        if (c.how == QLatin1String("double click"))
+            DoubleClickRow(*form, form->DataView()->CurrentRecord());
+        else if (c.how.endsWith(QLatin1String("Enter")))
+            QTest::keyClick(view, Qt::Key_Return, c.how.startsWith(u'C') ? Qt::ControlModifier : Qt::NoModifier);
+        else
+            form->EditItem(c.how == QLatin1String("paste") ? 2 : c.how.startsWith(QLatin1String("new")) ? 13 : 15)->trigger();
+
+        QCOMPARE(title, c.title);
+        if (c.how == QLatin1String("paste") && !title.isEmpty())
+            QCOMPARE(shown, c.clipboard.trimmed());
+        QCOMPARE(services->prompts->Notices(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
+        if (c.storedId)
+            QCOMPARE(ws->Tables()->Text(StringId(c.storedId), version), c.text.isEmpty() ? shown : c.text);
+        QCOMPARE(ws->Tables()->Modified(), c.storedId != 0);
+        QCOMPARE(form->FileItem(2)->isEnabled(), c.storedId != 0);   // the menus are brought up to date
+        QCOMPARE(CurrentId(*form), c.currentAfter);
+        const bool added = c.storedId && (c.how == QLatin1String("paste") || c.how.startsWith(QLatin1String("new")));
+        QCOMPARE(form->DataSource()->GetRecordCount(), rows + (added ? 1 : 0));
+    }
+
+    void newStringWithoutAFreeIdDoesNothing()
+    {
+        server::WorkspacePtr ws = Strings({"One", "Two", "Three"}, 3);
+        auto form = OpenEditor(ws, ssEnglishDefault);
+        form->EditItem(13)->trigger();   // a dialog would block here
+        QVERIFY(!ws->Tables()->Modified());
+    }
+
+    // --- Whole workspaces -------------------------------------------------------------------
+
+    // A translation typed in the list's dialog, marked valid and saved is in the file when it is
+    // opened again: approved, up to date, no longer missing, and found without its marker.
+    void translationIsSavedApprovedAndUpToDate()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("application.kvw"));
+        {
+            server::WorkspacePtr ws = Strings({"^&File", "^&Open...", "^&Save", "^&Print...", "^E&xit"}, 100, path);
+            PutBlanks(ws, {1, 2, 3, 4, 5});
+            ws->Tables()->Save(ssLocalEdited, false);
+            frmEdit form;
+            QString title;
+            QTimer::singleShot(0, &form, [&] {
+                if (QTest::qWaitForWindowActive(&form)) {
+                    OnModal<QDialog>([&](QDialog *dialog) {
+                        title = dialog->windowTitle();
+                        Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Ö&ffnen..."));
+                        Click(dialog, "chkValidTranslation");
+                        Click(dialog, "cmdSave");
+                    });
+                    DoubleClickRow(form, 2);
+                    form.FileItem(2)->trigger();   // Save as Local Edited
+                    form.FileItem(5)->trigger();
+                }
+                form.hide();   // however this went, Edit returns
+            });
+            QVERIFY(form.Edit(ws, ssLocalEdited));
+            QCOMPARE(title, QStringLiteral("Translate string resource 2"));
+        }
+        server::WorkspacePtr reopened = server::Workspace::Open(path);
+        const StringTableSetPtr tables = reopened->Tables();
+        QCOMPARE(tables->Text(2, ssLocalEdited), QStringLiteral("Ö&ffnen..."));
+        QVERIFY(tables->HasStatus(2, ssLocalEdited, sfApproved));
+        QCOMPARE(tables->Revision(2, ssLocalEdited), tables->Revision(2, ssEnglishDefault));
+        auto form = OpenEditor(reopened, ssLocalEdited);
+        form->EditItem(7)->trigger();   // Find Missing Translation
+        QCOMPARE(form->DataView()->CurrentRecord(), 3);
+        services->prompts->inputAnswers << QStringLiteral("öffnen");
+        form->EditItem(4)->trigger();
+        QCOMPARE(form->DataView()->CurrentRecord(), 2);
+        QVERIFY(services->prompts->Notices().isEmpty());
+    }
+
+    // An English text changed and saved in the English editor makes its translation out of date,
+    // and so unapproved, but not missing.
+    void changedEnglishTextIsFoundOutOfDate()
+    {
+        server::WorkspacePtr ws = TranslatedFive(true);
+        {
+            auto english = OpenEditor(ws, ssEnglishDefault);
+            english->DataView()->setCurrentRecord(4);
+            OnModal<QDialog>([&](QDialog *dialog) {
+                QCOMPARE(dialog->windowTitle(), QStringLiteral("Edit string resource 4"));
+                Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Print Preview"));
+                Click(dialog, "cmdSave");
+            });
+            english->EditItem(15)->trigger();
+            english->FileItem(2)->trigger();
+            QVERIFY(english->Saved());
+            english->FileItem(5)->trigger();
+        }
+        auto local = OpenEditor(ws, ssLocalEdited);
+        local->EditItem(8)->trigger();   // Find Out-of-Date Translation
+        QCOMPARE(local->DataView()->CurrentRecord(), 4);
+        local->EditItem(8)->trigger();   // the only one: back on itself
+        QCOMPARE(local->DataView()->CurrentRecord(), 4);
+        QCOMPARE(services->prompts->Notices(), QStringList{"Done finding out of date translations"});
+        local->DataView()->setCurrentRecord(1);
+        local->EditItem(7)->trigger();
+        QCOMPARE(local->DataView()->CurrentRecord(), 1);
+        local->EditItem(9)->trigger();
+        QCOMPARE(local->DataView()->CurrentRecord(), 4);
+    }
+};
+
+QTEST_MAIN(TestFrmEdit)
+#include "tst_frmedit.moc"
