@@ -83,7 +83,6 @@ public:
         qApp->installEventFilter(this);
     }
     ~ListPaintWatcher() override { qApp->removeEventFilter(this); }
-    bool Fired() const { return m_fired; }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -234,7 +233,10 @@ ChildRun RunChild(const QString &program, const QStringList &arguments, const QL
     for (;;) {
         pollfd p{fds[0], POLLIN, 0};
         const int left = timeoutMs - static_cast<int>(t.elapsed());
-        if (left <= 0 || poll(&p, 1, left) <= 0) {
+        const int ready = left > 0 ? poll(&p, 1, left) : 0;
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready <= 0) {
             kill(pid, SIGKILL);
             run.output += "\n(timed out)";
             break;
