@@ -1,5 +1,7 @@
 #include "dialogs/DialogSupport.h"
 
+#include <QFontMetrics>
+
 #include "services/Services.h"
 
 #include <QAbstractButton>
@@ -99,6 +101,27 @@ void SetupReportList(QTreeWidget *list)
     // Column widths are computed from the list's width; the header must not override them.
     list->header()->setStretchLastSection(false);
     list->header()->setSectionsMovable(false);
+}
+
+void SetupTwoColumns(QTreeWidget *list, const QWidget *form, const QString (&headings)[2], const QString (&keys)[2])
+{
+    int space = list->width();
+    list->clear();
+    list->setHeaderLabels({QString(), QString()});
+    const QFontMetrics metrics = form->fontMetrics();
+    QTreeWidgetItem *header = list->headerItem();
+    for (int column = 0; column < 2; ++column) {
+        int width;
+        if (column == 0) {
+            width = metrics.horizontalAdvance(headings[0] + QStringLiteral("WW"));
+            space -= width;
+        } else {
+            width = space - metrics.horizontalAdvance(QStringLiteral("WWW"));
+        }
+        header->setText(column, headings[column]);
+        header->setData(column, kKeyRole, keys[column]);
+        list->setColumnWidth(column, width);
+    }
 }
 
 QString TrimBlanks(const QString &text)

@@ -32,6 +32,11 @@ QPoint CascadePosition(const QWidget *form);
 // A two-column report list: single selection of whole rows, no tree decoration, headers shown.
 void SetupReportList(QTreeWidget *list);
 
+// Clears a two-column report list and gives it its headers: the first column as wide as its
+// heading plus two wide characters, the second the rest of the list's width less three wide
+// characters (room for the border and a vertical scroll bar). Widths use the form's font.
+void SetupTwoColumns(QTreeWidget *list, const QWidget *form, const QString (&headings)[2], const QString (&keys)[2]);
+
 // Removes leading and trailing blanks (spaces) only; tabs and line breaks are content.
 QString TrimBlanks(const QString &text);
 

@@ -129,25 +129,9 @@ void frmInsert::InitializeControls(const StringEntryPtr &entry)
 void frmInsert::SetupColumns(const StringEntryPtr &entry)
 {
     Reporting("frmInsert", "SetupColumns", [&] {
-        int space = lvwSpecial->width();
-        lvwSpecial->clear();
-        lvwSpecial->setHeaderLabels({QString(), QString()});
         const ParameterDefinitionsPtr definitions = Require(entry->ParameterDefinitions(), "ParameterDefinitions");
-        const QFontMetrics metrics = fontMetrics();
-        const QString headings[2] = {QStringLiteral("Special"), QStringLiteral("Description")};
-        QTreeWidgetItem *header = lvwSpecial->headerItem();
-        for (int column = 0; column < 2; ++column) {
-            int width;
-            if (column == 0) {
-                width = metrics.horizontalAdvance(headings[0] + QStringLiteral("WW"));
-                space -= width;
-            } else {
-                width = space - metrics.horizontalAdvance(QStringLiteral("WWW"));
-            }
-            header->setText(column, headings[column]);
-            header->setData(column, kKeyRole, definitions->ColumnKey(column));
-            lvwSpecial->setColumnWidth(column, width);
-        }
+        SetupTwoColumns(lvwSpecial, this, {QStringLiteral("Special"), QStringLiteral("Description")},
+                        {definitions->ColumnKey(0), definitions->ColumnKey(1)});
     });
 }
 

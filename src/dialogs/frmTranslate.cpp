@@ -778,24 +778,8 @@ void frmTranslate::SetupParameterColumns()
     Reporting("frmTranslate", "SetupParameterColumns", [&] {
         const ParameterDefinitionsPtr parameters = Require(m_entry, "entry")->ParameterDefinitions();
         Require(parameters, "ParameterDefinitions");
-        int space = lvwParameters->width();
-        lvwParameters->clear();
-        lvwParameters->setHeaderLabels({QString(), QString()});
-        const QFontMetrics metrics = fontMetrics();
-        QTreeWidgetItem *header = lvwParameters->headerItem();
-        for (int column = 0; column < 2; ++column) {
-            const QString heading = parameters->ColumnHeading(column);
-            int width = 0;
-            if (column == 0) {
-                width = metrics.horizontalAdvance(QStringLiteral("WW") + heading);
-                space -= width;
-            } else {
-                width = space - metrics.horizontalAdvance(QStringLiteral("WWW"));
-            }
-            header->setText(column, heading);
-            header->setData(column, kKeyRole, parameters->ColumnKey(column));
-            lvwParameters->setColumnWidth(column, width);
-        }
+        SetupTwoColumns(lvwParameters, this, {parameters->ColumnHeading(0), parameters->ColumnHeading(1)},
+                        {parameters->ColumnKey(0), parameters->ColumnKey(1)});
     });
 }
 
