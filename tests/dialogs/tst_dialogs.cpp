@@ -99,14 +99,26 @@ struct ParameterCase {
     QString enabled{};   // null: not checked
 };
 
+// How the translate dialog opens an entry of the source with the parameters and properties
+// given; the captions of window and frame; the property labels and the properties' summary.
+struct OpenCase {
+    int source;
+    bool owned;
+    QString parameters;
+    int properties;
+    QString captions, shown;
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(ParameterCase)
+Q_DECLARE_METATYPE(OpenCase)
 
 class TestDialogs : public QObject {
     Q_OBJECT
     std::optional<TestServices> services;
     std::optional<Tables> tables;
+    const QFont applicationFont = QApplication::font();
 
     StringEntryPtr Translate(StringSource source, std::function<void(frmTranslate *)> work, QWidget *owner = nullptr,
                              int maximumCount = kMaxStringId)
@@ -118,7 +130,7 @@ class TestDialogs : public QObject {
 
     StringEntryPtr WithParameters(bool tabs, const QString &descriptions)
     {
-        tables->Put(kId, ssEnglishDefault, {.text = "x", .description = "File open failed",
+        tables->Put(kId, ssEnglishDefault, {.text = "Hello World!", .description = "File open failed",
                                             .properties = tabs ? tpAllowTab | tpMultipleLines : 0});
         tables->SetParameters(kId, descriptions.split(u' ', Qt::SkipEmptyParts));
         return tables->Entry(kId, ssEnglishDefault);
@@ -130,7 +142,11 @@ private slots:
         services.emplace();
         tables.emplace();
     }
-    void cleanup() { QVERIFY(services->reporter->errors.isEmpty()); }
+    void cleanup()
+    {
+        QApplication::setFont(applicationFont);
+        QVERIFY(services->reporter->errors.isEmpty());
+    }
 
     // Nothing to work on: no dialog opens and the caller gets its "nothing" answer.
     void noEntryNoDialog()
@@ -193,75 +209,62 @@ private slots:
 
     // --- Insert special ---------------------------------------------------------------------
 
-    void insertRows_data()
+    // The rows offered, then one chosen with OK or Cancel.
+    // Insert Special from the translate dialog: the rows offered, one chosen with OK or Cancel, and
+    // what takes the place of the selected text.
+    void insertSpecial_data()
     {
         QTest::addColumn<bool>("tabs");
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QStringList>("rows");   // text:description:key
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<bool>("accept");
+        QTest::addColumn<QString>("text");
         const QString sign = kCopyright + ":Copyright Sign:";
-        QTest::newRow("nothing but the copyright sign") << false << "" << QStringList{sign};
-        QTest::newRow("tabs allowed") << true << "" << QStringList{"<TAB>:Horizontal Tab:", sign};
-        QTest::newRow("parameters, tab, sign") << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", "<TAB>:Horizontal Tab:", sign};
-        QTest::newRow("parameters without tab") << false << "count" << QStringList{"%1:count:p1", sign};
+        QTest::newRow("nothing but the copyright sign") << false << "" << QStringList{sign} << kCopyright << true
+                                                        << "Hello " + kCopyright + "!";
+        // The tab row gives the character, not its display text.
+        QTest::newRow("tabs allowed") << true << "" << QStringList{"<TAB>:Horizontal Tab:", sign} << "<TAB>" << true << "Hello \t!";
+        QTest::newRow("parameters, tab, sign") << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", "<TAB>:Horizontal Tab:", sign}
+                                               << "%2" << true << "Hello %2!";
+        // Cancel deletes the selected text; the selection stays readable, but the caller does not read it.
+        QTest::newRow("parameters without tab, cancelled") << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false
+                                                           << "Hello !";
     }
-    void insertRows()
+    void insertSpecial()
     {
         QFETCH(bool, tabs);
         QFETCH(QString, parameters);
         QFETCH(QStringList, rows);
-        frmInsert form;
-        OnModal<frmInsert>([&](frmInsert *dialog) {
-            const QTreeWidgetItem *header = Find<QTreeWidget>(dialog, "lvwSpecial")->headerItem();
-            QCOMPARE(header->text(0) + ':' + header->text(1), QStringLiteral("Special:Description"));
-            QCOMPARE(Rows(dialog, "lvwSpecial", true), rows);
+        QFETCH(QString, choice);
+        QFETCH(bool, accept);
+        QFETCH(QString, text);
+        WithParameters(tabs, parameters);
+        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            SetCaret(box, 11, 6);
+            OnModal<frmInsert>([&](frmInsert *insert) {
+                QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
+                auto *list = Find<QTreeWidget>(insert, "lvwSpecial");
+                QCOMPARE(list->headerItem()->text(0) + ':' + list->headerItem()->text(1), QStringLiteral("Special:Description"));
+                QCOMPARE(Rows(insert, "lvwSpecial", true), rows);
+                // OK is enabled exactly while a row is selected, from the start and on every click.
+                QVERIFY(!Find(insert, "cmdOkay")->isEnabled());
+                ClickRow(list, list->indexOfTopLevelItem(list->findItems(choice, Qt::MatchExactly, 0).value(0)) + 1);
+                Click(insert, accept ? "cmdOkay" : "cmdCancel");
+                QCOMPARE(insert->Accepted(), accept);
+                QCOMPARE(insert->Selection(), choice == QLatin1String("<TAB>") ? "\t" : choice);
+            });
+            Click(dialog, "cmdInsert");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), text);
+            // The focus is back in the box, the caret after what was inserted.
+            QVERIFY(Reactivate(dialog));
+            QTRY_COMPARE(QApplication::focusWidget(), box);
+            QCOMPARE(box->textCursor().position(), text.indexOf(QLatin1Char('!')));
+            Click(dialog, "cmdSave");
         });
-        QVERIFY(!form.SelectSpecial(WithParameters(tabs, parameters)));
-    }
-
-    void insertChoosing_data()
-    {
-        QTest::addColumn<QString>("row");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("selection");
-        QTest::newRow("tab gives the character, not its display text") << "<TAB>" << "cmdOkay" << "\t";
-        QTest::newRow("copyright sign") << kCopyright << "cmdOkay" << kCopyright;
-        QTest::newRow("parameter placeholder") << "%2" << "cmdOkay" << "%2";
-        // The selection stays readable after Cancel; the caller just does not read it.
-        QTest::newRow("cancel after choosing") << kCopyright << "cmdCancel" << kCopyright;
-    }
-    void insertChoosing()
-    {
-        QFETCH(QString, row);
-        QFETCH(QString, button);
-        QFETCH(QString, selection);
-        frmInsert form;
-        OnModal<frmInsert>([&](frmInsert *dialog) {
-            auto *list = Find<QTreeWidget>(dialog, "lvwSpecial");
-            list->setCurrentItem(list->findItems(row, Qt::MatchExactly, 0).value(0));
-            Click(dialog, qPrintable(button));
-        });
-        const bool accepted = button == QLatin1String("cmdOkay");
-        QCOMPARE(form.SelectSpecial(WithParameters(true, "first second")), accepted);
-        QCOMPARE(form.Accepted(), accepted);
-        QCOMPARE(form.Selection(), selection);
-    }
-
-    void insertOkayFollowsTheSelection()
-    {
-        frmInsert form;
-        QString states;
-        OnModal<frmInsert>([&](frmInsert *dialog) {
-            auto *list = Find<QTreeWidget>(dialog, "lvwSpecial");
-            const auto state = [&] { states += Find(dialog, "cmdOkay")->isEnabled() ? '1' : '0'; };
-            state();
-            ClickRow(list, 1);
-            state();
-            list->clearSelection();
-            state();
-        });
-        QVERIFY(!form.SelectSpecial(WithParameters(false, "")));
-        QCOMPARE(states, QStringLiteral("010"));
-        QCOMPARE(form.Selection(), QString());
+        QVERIFY(result);
+        QCOMPARE(result->Text(), text);
     }
 
     // --- Parameter definitions ---------------------------------------------------------------
@@ -357,42 +360,53 @@ private slots:
 
     void translateModes_data()
     {
-        QTest::addColumn<int>("source");
-        QTest::addColumn<bool>("owned");
-        QTest::addColumn<QString>("parameters");
-        QTest::addColumn<QString>("caption");   // caption | frame caption
-        QTest::newRow("English default: edit, unowned") << 3 << false << "item count folder" << "Edit string resource 42|&New value";
-        QTest::newRow("local edited: translate, owned") << 0 << true << "name" << "Translate string resource 42|&New translation for German edited";
+        QTest::addColumn<OpenCase>("c");
+        const int all = tpAllowShortcut | tpMultipleLines | tpAllowTab;
+        QTest::newRow("English default: edit, unowned")
+            << OpenCase{3, false, "item count folder", all, "Edit string resource 42|&New value",
+                        "Shortcuts enabled|Multiline enabled|Allow Tab Characters|Multiple lines|Allow tab character|"
+                        "Allow shortcut key|Shortcut = O"};
+        QTest::newRow("local edited: translate, owned")
+            << OpenCase{0, true, "name", 0, "Translate string resource 42|&New translation for German edited",
+                        "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line"};
         // A translation of a string without definitions has none: the count and list stay as designed.
-        QTest::newRow("local default without definitions") << 1 << false << "" << "Translate string resource 42|&New translation for German default";
-        QTest::newRow("English edited") << 2 << false << "name" << "Translate string resource 42|&New translation for English edited";
+        QTest::newRow("local default without definitions, single line ignores tabs")
+            << OpenCase{1, false, "", tpAllowTab | tpAllowShortcut, "Translate string resource 42|&New translation for German default",
+                        "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key|Shortcut = O"};
+        QTest::newRow("English edited, multiple lines only")
+            << OpenCase{2, false, "name", tpMultipleLines, "Translate string resource 42|&New translation for English edited",
+                        "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines"};
     }
     void translateModes()
     {
-        QFETCH(int, source);
-        QFETCH(bool, owned);
-        QFETCH(QString, parameters);
-        QFETCH(QString, caption);
-        const bool editMode = source == ssEnglishDefault;
+        QFETCH(OpenCase, c);
+        const bool editMode = c.source == ssEnglishDefault;
         tables->Put(kId, ssEnglishDefault, {.text = "Open file", .description = "File menu"});
-        tables->Put(kId, StringSource(source), {.text = "Datei öffnen", .description = "File menu"});
-        tables->SetParameters(kId, parameters.split(u' ', Qt::SkipEmptyParts));
+        tables->Put(kId, StringSource(c.source), {"Datei öffnen", "File menu", "O", c.properties, 2});
+        tables->SetParameters(kId, c.parameters.split(u' ', Qt::SkipEmptyParts));
         QWidget owner;   // the screen is 1600 x 1000, the window offset 20
         owner.move(300, 200);
-        Translate(StringSource(source), [&](frmTranslate *dialog) {
-            QCOMPARE(dialog->pos(), owned ? QPoint(320, 220) : QPoint(160, 100));
-            QCOMPARE(dialog->parentWidget(), owned ? &owner : nullptr);
-            QCOMPARE(dialog->windowTitle() + '|' + Find<QGroupBox>(dialog, "fraTranslate")->title(), caption);
+        Translate(StringSource(c.source), [&](frmTranslate *dialog) {
+            QCOMPARE(dialog->pos(), c.owned ? QPoint(320, 220) : QPoint(160, 100));
+            QCOMPARE(dialog->parentWidget(), c.owned ? &owner : nullptr);
+            QCOMPARE(dialog->windowTitle() + '|' + Find<QGroupBox>(dialog, "fraTranslate")->title(), c.captions);
             auto *id = Find<QLineEdit>(dialog, "txtId");
             QCOMPARE(id->text() + '|' + Find<QLineEdit>(dialog, "txtDescription")->text(), QStringLiteral("42|File menu"));
             QCOMPARE(id->isReadOnly(), !editMode);
             QCOMPARE(Find<QLineEdit>(dialog, "txtDescription")->isReadOnly(), !editMode);
             QCOMPARE(Find(dialog, "cmdEditParameterDefs")->isHidden(), !editMode);
+            QStringList shown;
             for (const QByteArray index : {"0", "1", "2"}) {
                 QCOMPARE(Find(dialog, "chkProperties_" + index)->isHidden(), !editMode);
                 QCOMPARE(Find(dialog, "lblProperties_" + index)->isHidden(), editMode);
+                shown << Find<QLabel>(dialog, "lblProperties_" + index)->text();
             }
-            const QStringList numbered = Numbered(parameters);
+            shown << BoxText(dialog, "txtProperties").split(QStringLiteral("\r\n"));
+            QCOMPARE(shown.join(u'|'), c.shown);
+            const QString shortcut = c.properties & tpAllowShortcut ? "O" : "(none)";
+            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut);
+            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentIndex(), 2);
+            const QStringList numbered = Numbered(c.parameters);
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), numbered.isEmpty() ? "" : QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
             // The focus timer puts the focus on the mode's first control, its text selected.
@@ -404,39 +418,7 @@ private slots:
                 QTRY_COMPARE(QApplication::focusWidget(), box);
                 QCOMPARE(box->textCursor().selectedText(), QStringLiteral("Datei öffnen"));
             }
-        }, owned ? &owner : nullptr);
-    }
-
-    void translatePropertyLabels_data()
-    {
-        QTest::addColumn<int>("properties");
-        QTest::addColumn<QString>("shortcut");
-        QTest::addColumn<QString>("shown");   // the three labels | the summary lines
-        QTest::newRow("nothing allowed") << 0 << "" << "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line";
-        QTest::newRow("everything allowed")
-            << int(tpAllowShortcut | tpMultipleLines | tpAllowTab) << "O"
-            << "Shortcuts enabled|Multiline enabled|Allow Tab Characters|Multiple lines|Allow tab character|Allow shortcut key|Shortcut = O";
-        QTest::newRow("single line ignores tabs") << int(tpAllowTab | tpAllowShortcut) << ""
-                                                  << "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key";
-        QTest::newRow("multiple lines only") << int(tpMultipleLines) << ""
-                                             << "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines";
-    }
-    void translatePropertyLabels()
-    {
-        QFETCH(int, properties);
-        QFETCH(QString, shortcut);
-        QFETCH(QString, shown);
-        tables->Put(kId, ssEnglishDefault, {.text = "Open"});
-        tables->Put(kId, ssLocalEdited, {.text = "Öffnen", .shortcutCharacter = shortcut, .properties = properties, .shortcutMode = 2});
-        Translate(ssLocalEdited, [&](frmTranslate *dialog) {
-            QStringList seen;
-            for (const QByteArray index : {"0", "1", "2"})
-                seen << Find<QLabel>(dialog, "lblProperties_" + index)->text();
-            seen << BoxText(dialog, "txtProperties").split(QStringLiteral("\r\n"));
-            QCOMPARE(seen.join(u'|'), shown);
-            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut.isEmpty() ? "(none)" : shortcut);
-            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentData().toInt(), 2);
-        });
+        }, c.owned ? &owner : nullptr);
     }
 
     void translateOriginals_data()
@@ -474,45 +456,9 @@ private slots:
         });
     }
 
-    void translateIdValidation_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<int>("maximumCount");
-        QTest::addColumn<bool>("valid");
-        QTest::newRow("zero") << "0" << 500 << false;
-        QTest::newRow("fraction") << "1.5" << 500 << false;
-        QTest::newRow("letters") << "abc" << 500 << false;
-        QTest::newRow("empty") << "" << 500 << false;
-        QTest::newRow("negative") << "-3" << 500 << false;
-        QTest::newRow("above the maximum") << "501" << 500 << false;
-        QTest::newRow("beyond 16 bits") << "40000" << 50000 << false;
-        QTest::newRow("one") << "1" << 500 << true;
-        QTest::newRow("the maximum") << "500" << 500 << true;
-        QTest::newRow("whole number written as decimal") << "7.0" << 500 << true;
-    }
-    void translateIdValidation()
-    {
-        QFETCH(QString, id);
-        QFETCH(int, maximumCount);
-        QFETCH(bool, valid);
-        tables->Put(kId, ssEnglishDefault, {.text = "Open"});
-        Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
-            auto *txtId = Find<QLineEdit>(dialog, "txtId");
-            const QString normal = QApplication::palette(txtId).color(QPalette::Base).name() + " save";
-            const auto colourAndSave = [&] {
-                return txtId->palette().color(QPalette::Base).name() + (Find(dialog, "cmdSave")->isEnabled() ? " save" : "");
-            };
-            QCOMPARE(colourAndSave(), normal);
-            txtId->clear();
-            QTest::keyClicks(txtId, id);
-            QCOMPARE(colourAndSave(), valid ? normal : QStringLiteral("#ff0000"));
-            txtId->setText(QStringLiteral("42"));   // back to a good id: the colour and Save come back
-            QCOMPARE(colourAndSave(), normal);
-        }, nullptr, maximumCount);
-    }
-
-    // Edit mode from opening to Save: the property check boxes and shortcut combo boxes, a
-    // parameter added through its dialog, and the values handed back, trimmed, in a new entry.
+    // Edit mode from opening to Save: the property check boxes and shortcut combo boxes, keys in the
+    // translation box, the id's check, a parameter added through its dialog, and the values handed
+    // back, trimmed, in a new entry.
     void translateSaveBuildsTheResult_data()
     {
         QTest::addColumn<QString>("text");
@@ -539,11 +485,34 @@ private slots:
             auto *mode = Find<QComboBox>(dialog, "cboShortcutMode");
             QCOMPARE(character->count(), 37);
             QCOMPARE(mode->currentText(), QStringLiteral("1: prefixed by '&'"));
-            // Multiple lines off joins the lines; on again does not bring the break back.
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers, const char *text) {
+                SetCaret(box, 1);
+                QKeyEvent event(QEvent::KeyPress, key, modifiers, QString::fromLatin1(text));
+                QApplication::sendEvent(box, &event);
+            };
+            QTRY_COMPARE(QApplication::focusWidget(), Find(dialog, "txtId"));   // past the focus timer
+            // Multiple lines off joins the lines; then Enter and line feed only beep.
             Click(dialog, "chkProperties_1");
+            box->setFocus(Qt::TabFocusReason);
+            QCOMPARE(box->textCursor().selectedText(), QStringLiteral("ab"));   // the user's way in selects all
+            press(Qt::Key_Return, Qt::NoModifier, "\r");
+            press(Qt::Key_J, Qt::ControlModifier, "\n");
             QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
+            // On again the break does not come back, but Enter makes one.
             Click(dialog, "chkProperties_1");
-            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
+            press(Qt::Key_Return, Qt::NoModifier, "\r");
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
+            QVERIFY(dialog->isVisible());
+            // The valid mark leaves the caret where it was; Tab leaves the box, typing nothing.
+            SetCaret(box, 2);
+            Click(dialog, "chkValidTranslation");
+            QCOMPARE(QApplication::focusWidget(), box);
+            QCOMPARE(box->textCursor().position(), 2);
+            QVERIFY(!box->textCursor().hasSelection());
+            QTest::keyClick(box, Qt::Key_Tab);
+            QVERIFY(QApplication::focusWidget() != box);
+            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
             Click(dialog, "chkProperties_0");
             QVERIFY(!character->isEnabled() && !mode->isEnabled());
             Click(dialog, "chkProperties_0");
@@ -551,8 +520,17 @@ private slots:
             character->setCurrentIndex(0);   // (none)
             mode->setCurrentIndex(3);
             Click(dialog, "chkProperties_2");   // tabs on
-            Click(dialog, "chkValidTranslation");
-            Find<QLineEdit>(dialog, "txtId")->setText(QStringLiteral("43"));
+            // An id of 0, a fraction, letters, none, a negative or one above the largest turns red and
+            // disables Save; 1, the largest and a whole number written as a decimal are good.
+            auto *txtId = Find<QLineEdit>(dialog, "txtId");
+            const QColor normal = QApplication::palette(txtId).color(QPalette::Base);
+            for (const QString id : {"0", "1.5", "abc", "", "-3", "501", "1", "500", "7.0", "43"}) {
+                txtId->clear();
+                QTest::keyClicks(txtId, id);
+                const bool valid = QStringList{"1", "500", "7.0", "43"}.contains(id);
+                QVERIFY2(txtId->palette().color(QPalette::Base) == (valid ? normal : QColor(255, 0, 0)), qPrintable(id));
+                QVERIFY2(Find(dialog, "cmdSave")->isEnabled() == valid, qPrintable(id));
+            }
             Find<QLineEdit>(dialog, "txtDescription")->setText(description);
             Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(text);
             auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
@@ -569,7 +547,9 @@ private slots:
             QCOMPARE(Rows(dialog, "lvwParameters"), Numbered("file drive"));
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QStringLiteral("1"));   // kept on purpose
             Click(dialog, "cmdSave");
-        });
+        }, nullptr, 500);
+        QCOMPARE(services->prompts->calls.size(), 3);   // the two beeps, the parameter's input box
+        QVERIFY(services->prompts->calls.at(0).kind == PromptCall::Beep && services->prompts->calls.at(1).kind == PromptCall::Beep);
         QVERIFY(result != entry);
         QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
         QCOMPARE(Snapshot(entry), before);
@@ -605,104 +585,21 @@ private slots:
         QVERIFY(!Translate(ssEnglishDefault, [](frmTranslate *dialog) { dialog->close(); }));   // the close box
     }
 
-    // The translation box: the user's way in selects everything; Enter beeps in single-line mode
-    // and breaks the line in multiple-line mode; the valid mark leaves the caret; Tab leaves.
-    void translateBoxKeys()
-    {
-        tables->Put(kId, ssEnglishDefault, {.text = "ab"});
-        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
-            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
-            const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers, const char *text) {
-                SetCaret(box, 1);
-                QKeyEvent event(QEvent::KeyPress, key, modifiers, QString::fromLatin1(text));
-                QApplication::sendEvent(box, &event);
-            };
-            QTRY_COMPARE(QApplication::focusWidget(), Find(dialog, "txtId"));   // past the focus timer
-            box->setFocus(Qt::TabFocusReason);
-            QCOMPARE(box->textCursor().selectedText(), QStringLiteral("ab"));
-            press(Qt::Key_Return, Qt::NoModifier, "\r");
-            press(Qt::Key_J, Qt::ControlModifier, "\n");
-            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("ab"));
-            Click(dialog, "chkValidTranslation");
-            QCOMPARE(QApplication::focusWidget(), box);
-            QCOMPARE(box->textCursor().position(), 1);
-            QVERIFY(!box->textCursor().hasSelection());
-            Click(dialog, "chkProperties_1");   // multiple lines on
-            press(Qt::Key_Return, Qt::NoModifier, "\r");
-            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
-            box->setFocus();
-            QTest::keyClick(box, Qt::Key_Tab);
-            QVERIFY(QApplication::focusWidget() != box);
-            QCOMPARE(BoxText(dialog, "rtfTranslate"), QStringLiteral("a\r\nb"));
-            QVERIFY(dialog->isVisible());   // Enter in the box never closes the dialog
-            Click(dialog, "cmdSave");
-        });
-        QCOMPARE(services->prompts->calls.size(), 2);
-        for (const PromptCall &call : services->prompts->calls)
-            QCOMPARE(call.kind, PromptCall::Beep);
-        QCOMPARE(Snapshot(result), QStringLiteral("a\r\nb|||42|0|0|1|0|1"));
-    }
-
-    void translateInsertSpecial_data()
-    {
-        QTest::addColumn<QString>("row");   // empty: Cancel
-        QTest::addColumn<QString>("text");
-        QTest::newRow("copyright sign replaces the selection") << kCopyright << "Hello " + kCopyright + "!";
-        QTest::newRow("parameter placeholder") << "%1" << "Hello %1!";
-        QTest::newRow("tab character") << "<TAB>" << "Hello \t!";
-        QTest::newRow("cancel deletes the selection") << "" << "Hello !";
-    }
-    void translateInsertSpecial()
-    {
-        QFETCH(QString, row);
-        QFETCH(QString, text);
-        tables->Put(kId, ssEnglishDefault, {.text = "Hello World!", .properties = tpAllowTab | tpMultipleLines});
-        tables->SetParameters(kId, {QStringLiteral("name")});
-        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
-            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
-            SetCaret(box, 11, 6);
-            OnModal<frmInsert>([&](frmInsert *insert) {
-                QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
-                if (row.isEmpty())
-                    return Click(insert, "cmdCancel");
-                auto *list = Find<QTreeWidget>(insert, "lvwSpecial");
-                list->setCurrentItem(list->findItems(row, Qt::MatchExactly, 0).value(0));
-                Click(insert, "cmdOkay");
-            });
-            Click(dialog, "cmdInsert");
-            QCOMPARE(BoxText(dialog, "rtfTranslate"), text);
-            // The focus is back in the box, the caret after what was inserted.
-            QVERIFY(Reactivate(dialog));
-            QTRY_COMPARE(QApplication::focusWidget(), box);
-            QCOMPARE(box->textCursor().position(), text.indexOf(QLatin1Char('!')));
-            Click(dialog, "cmdSave");
-        });
-        QVERIFY(result);
-        QCOMPARE(result->Text(), text);
-    }
-
     // The twips layouts scale as one, exactly 1 with a font as small as the design's, when the
     // captions need more room; no caption is cut off.
     void layoutInTwips_data()
     {
         QTest::addColumn<bool>("insert");
-        QTest::addColumn<int>("fontPixels");   // 0: the platform's font
-        QTest::newRow("insert, design font") << true << 6;
-        QTest::newRow("insert, platform font") << true << 0;
-        QTest::newRow("insert, large font") << true << 20;
-        QTest::newRow("parameters, design font") << false << 8;
-        QTest::newRow("parameters, platform font") << false << 0;
-        QTest::newRow("parameters, large font") << false << 20;
+        QTest::addColumn<int>("fontPixels");   // the design's, the platform's (0), a large one
+        for (bool insert : {true, false})
+            for (int pixels : {insert ? 6 : 8, 0, 20})
+                QTest::addRow("%s, %d px", insert ? "insert" : "parameters", pixels) << insert << pixels;
     }
     void layoutInTwips()
     {
         QFETCH(bool, insert);
         QFETCH(int, fontPixels);
-        const struct Restore {
-            QFont font = QApplication::font();
-            ~Restore() { QApplication::setFont(font); }
-        } restore;
-        QFont font = restore.font;
+        QFont font = applicationFont;
         if (fontPixels)
             font.setPixelSize(fontPixels);
         QApplication::setFont(font);
@@ -712,10 +609,9 @@ private slots:
         QVERIFY(scale >= 1.0 && (fontPixels == 0 || fontPixels == 20 || scale == 1.0));
         QVERIFY(qAbs(form->height() - client.height() * scale / 15) <= 1);
         // The OK button: 972 x 372 twips at 5160, 120 (insert) or 4920, 2280 (parameters).
-        const QRectF ok = QRectF(insert ? 5160 : 4920, insert ? 120 : 2280, 972, 372);
-        const QRect actual = Find(form.get(), insert ? "cmdOkay" : "cmdOk")->geometry();
-        QVERIFY(qAbs(actual.x() - ok.x() * scale / 15) <= 1 && qAbs(actual.y() - ok.y() * scale / 15) <= 1);
-        QVERIFY(qAbs(actual.width() - ok.width() * scale / 15) <= 1 && qAbs(actual.height() - ok.height() * scale / 15) <= 1);
+        const QRect ok = Find(form.get(), insert ? "cmdOkay" : "cmdOk")->geometry();
+        const QRect want = QRectF(QPointF(insert ? 5160 : 4920, insert ? 120 : 2280) * scale / 15, QSizeF(972, 372) * scale / 15).toRect();
+        QVERIFY((ok.topLeft() - want.topLeft()).manhattanLength() <= 2 && (ok.bottomRight() - want.bottomRight()).manhattanLength() <= 2);
         for (QWidget *control : form->findChildren<QWidget *>()) {
             auto *button = qobject_cast<QAbstractButton *>(control);
             auto *label = qobject_cast<QLabel *>(control);
