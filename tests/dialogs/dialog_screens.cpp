@@ -33,20 +33,20 @@ int main(int argc, char **argv)
     out.mkpath(QStringLiteral("."));
     Tables tables;
     const QString description = QStringLiteral("Error shown when a document cannot be opened");
-    const int properties = tpMultipleLines | tpAllowShortcut;
-    tables.Put(1207, ssEnglishDefault, {"Could not open the file \"%1\".\r\nIt is %2 KB and was last saved by %3.", description, "O", properties, 1});
-    tables.Put(1207, ssLocalDefault, {.text = "Die Datei \"%1\" konnte nicht geöffnet werden.", .properties = tpMultipleLines});
-    tables.Put(1207, ssLocalEdited, {"Die Datei \"%1\" konnte nicht geöffnet werden.\r\nSie ist %2 KB groß und wurde zuletzt von %3 gespeichert.",
-                                     description, "O", properties, 1, sfApproved});
-    tables.SetParameters(1207, {QStringLiteral("File name"), QStringLiteral("File size in kilobytes"), QStringLiteral("User name")});
+    const int properties = tpMultipleLines | tpAllowShortcut | tpAllowTab;
+    tables.Put(1207, ssEnglishDefault, {"Could not open the file \"%1\".\r\nIt is %2 KB and was last saved by %3.",
+                                        description, "O", properties, 1});
+    tables.Put(1207, ssLocalEdited, {"Die Datei \"%1\" konnte nicht geöffnet werden.\r\nSie ist %2 KB groß und wurde "
+                                     "zuletzt von %3 gespeichert.", description, "O", properties, 1, sfApproved});
+    tables.SetParameters(1207, {"File name", "File size in kilobytes", "User name"});
     const StringEntryPtr english = tables.Entry(1207, ssEnglishDefault);
+    const StringEntryPtr german = tables.Entry(1207, ssLocalEdited);
 
     Save<frmTranslate>(out.filePath("translate-edit.png"), [&](frmTranslate &f) { f.Edit(nullptr, english); });
-    Save<frmTranslate>(out.filePath("translate-translate.png"), [&](frmTranslate &f) { f.Edit(nullptr, tables.Entry(1207, ssLocalEdited)); });
+    Save<frmTranslate>(out.filePath("translate-translate.png"), [&](frmTranslate &f) { f.Edit(nullptr, german); });
     Save<frmParameters>(out.filePath("parameters.png"), [&](frmParameters &f) { f.Edit(nullptr, english); });
-    tables.Put(1208, ssEnglishDefault, {.text = "x", .properties = tpAllowTab | tpMultipleLines});
-    tables.SetParameters(1208, {QStringLiteral("File name"), QStringLiteral("Size")});
-    Save<frmInsert>(out.filePath("insert.png"), [&](frmInsert &f) { f.SelectSpecial(tables.Entry(1208, ssEnglishDefault)); });
-    Save<frmReport>(out.filePath("report.png"), [&](frmReport &f) { f.Report("Größe:\t%1 KB\r\n" + QString(QChar(0x8A9E))); });
+    Save<frmInsert>(out.filePath("insert.png"), [&](frmInsert &f) { f.SelectSpecial(english); });
+    const QString codes = "Größe:\t%1 KB\r\n" + QString(QChar(0x8A9E));
+    Save<frmReport>(out.filePath("report.png"), [&](frmReport &f) { f.Report(codes); });
     return 0;
 }

@@ -9,13 +9,11 @@
 #include "DialogTestSupport.h"
 #include "TestServices.h"
 
-#include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QScrollBar>
 #include <QTreeWidget>
 #include <QtTest>
@@ -63,7 +61,8 @@ int SelectedRow(QTreeWidget *list)
 void ClickRow(QTreeWidget *list, int row)
 {
     if (row > 0)
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->topLevelItem(row - 1)).center());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualItemRect(list->topLevelItem(row - 1)).center());
 }
 
 // "a b c" -> "1:a", "2:b", "3:c": the rows a parameter list of these descriptions shows.
@@ -170,7 +169,8 @@ private slots:
         const QString high(QChar(0x7FFF));
         QTest::newRow("empty") << QString() << QStringList();
         QTest::newRow("one character, no break after it") << "A" << QStringList{"1.\t65\t0x41\tA"};
-        QTest::newRow("tab between letters") << "A\tB" << QStringList{"1.\t65\t0x41\tA", "2.\t9\t0x9\t^74", "3.\t66\t0x42\tB"};
+        QTest::newRow("tab between letters")
+            << "A\tB" << QStringList{"1.\t65\t0x41\tA", "2.\t9\t0x9\t^74", "3.\t66\t0x42\tB"};
         QTest::newRow("space") << " " << QStringList{"1.\t32\t0x20\t<SPACE>"};
         QTest::newRow("CR LF") << "\r\n" << QStringList{"1.\t13\t0xD\t^78", "2.\t10\t0xA\t^75"};
         QTest::newRow("NUL") << QString(QChar(0)) << QStringList{"1.\t0\t0x0\t^65"};
@@ -209,7 +209,6 @@ private slots:
 
     // --- Insert special ---------------------------------------------------------------------
 
-    // The rows offered, then one chosen with OK or Cancel.
     // Insert Special from the translate dialog: the rows offered, one chosen with OK or Cancel, and
     // what takes the place of the selected text.
     void insertSpecial_data()
@@ -220,16 +219,16 @@ private slots:
         QTest::addColumn<QString>("choice");
         QTest::addColumn<bool>("accept");
         QTest::addColumn<QString>("text");
-        const QString sign = kCopyright + ":Copyright Sign:";
-        QTest::newRow("nothing but the copyright sign") << false << "" << QStringList{sign} << kCopyright << true
-                                                        << "Hello " + kCopyright + "!";
+        const QString sign = kCopyright + ":Copyright Sign:", tab = "<TAB>:Horizontal Tab:";
+        QTest::newRow("the copyright sign alone") << false << "" << QStringList{sign} << kCopyright << true
+                                                  << "Hello " + kCopyright + "!";
         // The tab row gives the character, not its display text.
-        QTest::newRow("tabs allowed") << true << "" << QStringList{"<TAB>:Horizontal Tab:", sign} << "<TAB>" << true << "Hello \t!";
-        QTest::newRow("parameters, tab, sign") << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", "<TAB>:Horizontal Tab:", sign}
-                                               << "%2" << true << "Hello %2!";
+        QTest::newRow("tabs allowed") << true << "" << QStringList{tab, sign} << "<TAB>" << true << "Hello \t!";
+        QTest::newRow("parameters, tab, sign")
+            << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", tab, sign} << "%2" << true << "Hello %2!";
         // Cancel deletes the selected text; the selection stays readable, but the caller does not read it.
-        QTest::newRow("parameters without tab, cancelled") << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false
-                                                           << "Hello !";
+        QTest::newRow("parameters, no tab, cancelled")
+            << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false << "Hello !";
     }
     void insertSpecial()
     {
@@ -246,7 +245,7 @@ private slots:
             OnModal<frmInsert>([&](frmInsert *insert) {
                 QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
                 auto *list = Find<QTreeWidget>(insert, "lvwSpecial");
-                QCOMPARE(list->headerItem()->text(0) + ':' + list->headerItem()->text(1), QStringLiteral("Special:Description"));
+                QCOMPARE(list->headerItem()->text(0) + ':' + list->headerItem()->text(1), "Special:Description");
                 QCOMPARE(Rows(insert, "lvwSpecial", true), rows);
                 // OK is enabled exactly while a row is selected, from the start and on every click.
                 QVERIFY(!Find(insert, "cmdOkay")->isEnabled());
@@ -272,35 +271,37 @@ private slots:
     void parameterCommands_data()
     {
         QTest::addColumn<ParameterCase>("c");
+        using PC = ParameterCase;
         const QString none;
-        const QString first = "Insert Delete Edit MoveDown Add", middle = "Insert Delete Edit MoveDown MoveUp Add";
-        QTest::newRow("add to three, trimmed") << ParameterCase{"a b c", 0, "Add", "  d  ", "Add parameter 4", "a b c d", 4, true};
-        QTest::newRow("add to empty") << ParameterCase{"", 0, "Add", "first", "Add parameter 1", "first", 1, true};
-        QTest::newRow("add cancelled") << ParameterCase{"a b c", 2, "Add", "", "Add parameter 4", "a b c", 2, false, middle};
-        QTest::newRow("add blanks only") << ParameterCase{"a b c", 0, "Add", "   ", "Add parameter 4", "a b c", 0, false};
-        QTest::newRow("insert at two") << ParameterCase{"a b c", 2, "Insert", "x", "Insert parameter 2", "a x b c", 2, true};
-        QTest::newRow("insert at one") << ParameterCase{"a b c", 1, "Insert", " x", "Insert parameter 1", "x a b c", 1, true};
-        QTest::newRow("insert cancelled") << ParameterCase{"a b c", 1, "Insert", "", "Insert parameter 1", "a b c", 1, false, first};
-        QTest::newRow("edit, trimmed") << ParameterCase{"a b c", 2, "Edit", " B2 ", "Edit parameter 2", "a B2 c", 2, true};
-        QTest::newRow("edit cancelled") << ParameterCase{"a b c", 3, "Edit", "", "Edit parameter 3", "a b c", 3, false, "Insert Delete Edit MoveUp Add"};
+        const QString abc = "a b c", first = "Insert Delete Edit MoveDown Add", last = "Insert Delete Edit MoveUp Add";
+        const QString middle = "Insert Delete Edit MoveDown MoveUp Add";
+        QTest::newRow("add to three, trimmed") << PC{abc, 0, "Add", "  d  ", "Add parameter 4", "a b c d", 4, true};
+        QTest::newRow("add to empty") << PC{"", 0, "Add", "first", "Add parameter 1", "first", 1, true};
+        QTest::newRow("add cancelled") << PC{abc, 2, "Add", "", "Add parameter 4", "a b c", 2, false, middle};
+        QTest::newRow("add blanks only") << PC{abc, 0, "Add", "   ", "Add parameter 4", "a b c", 0, false};
+        QTest::newRow("insert at two") << PC{abc, 2, "Insert", "x", "Insert parameter 2", "a x b c", 2, true};
+        QTest::newRow("insert at one") << PC{abc, 1, "Insert", " x", "Insert parameter 1", "x a b c", 1, true};
+        QTest::newRow("insert cancelled") << PC{abc, 1, "Insert", "", "Insert parameter 1", "a b c", 1, false, first};
+        QTest::newRow("edit, trimmed") << PC{abc, 2, "Edit", " B2 ", "Edit parameter 2", "a B2 c", 2, true};
+        QTest::newRow("edit cancelled") << PC{abc, 3, "Edit", "", "Edit parameter 3", "a b c", 3, false, last};
         // Deleting does not make the list dirty: Reset stays disabled.
-        QTest::newRow("delete middle: the follower") << ParameterCase{"a b c", 2, "Delete", none, "", "a c", 2, false};
-        QTest::newRow("delete first") << ParameterCase{"a b c", 1, "Delete", none, "", "b c", 1, false};
-        QTest::newRow("delete last: the new last") << ParameterCase{"a b c", 3, "Delete", none, "", "a b", 2, false};
+        QTest::newRow("delete middle: the follower") << PC{abc, 2, "Delete", none, "", "a c", 2, false};
+        QTest::newRow("delete first") << PC{abc, 1, "Delete", none, "", "b c", 1, false};
+        QTest::newRow("delete last: the new last") << PC{abc, 3, "Delete", none, "", "a b", 2, false};
         // Move Down too is disabled on an empty list: 0 < 0 is false.
-        QTest::newRow("delete the only row") << ParameterCase{"a", 1, "Delete", none, "", "", 0, false, "Add"};
-        QTest::newRow("delete everything") << ParameterCase{"a b", 1, "Delete Delete", none, "", "", 0, false, "Add"};
-        QTest::newRow("move down two of three") << ParameterCase{"a b c", 2, "MoveDown", none, "", "a c b", 3, true};
-        QTest::newRow("move down first") << ParameterCase{"a b c", 1, "MoveDown", none, "", "b a c", 2, true, middle + " Reset"};
+        QTest::newRow("delete the only row") << PC{"a", 1, "Delete", none, "", "", 0, false, "Add"};
+        QTest::newRow("delete everything") << PC{"a b", 1, "Delete Delete", none, "", "", 0, false, "Add"};
+        QTest::newRow("move down two of three") << PC{abc, 2, "MoveDown", none, "", "a c b", 3, true};
+        QTest::newRow("move down first") << PC{abc, 1, "MoveDown", none, "", "b a c", 2, true, middle + " Reset"};
         // Move Down stays enabled without a selection (0 < count) and then does nothing.
-        QTest::newRow("move down, no selection") << ParameterCase{"a b c", 0, "MoveDown", none, "", "a b c", 0, false, "MoveDown Add"};
-        QTest::newRow("move up two") << ParameterCase{"a b c", 2, "MoveUp", none, "", "b a c", 1, true, first + " Reset"};
-        QTest::newRow("move up last") << ParameterCase{"a b c", 3, "MoveUp", none, "", "a c b", 2, true};
-        QTest::newRow("only row selected") << ParameterCase{"a", 1, "", none, "", "a", 1, false, "Insert Delete Edit Add"};
-        QTest::newRow("reset: the loaded rows") << ParameterCase{"a b", 0, "Add Reset", "c", "Add parameter 3", "a b", 0, false};
-        QTest::newRow("ok on an unchanged list") << ParameterCase{"a b", 0, "", none, "", "a b", 0, false};
-        QTest::newRow("cancel writes nothing") << ParameterCase{"a", 0, "Add Cancel", "b", "Add parameter 2", "a b", 2, true};
-        QTest::newRow("the close box cancels") << ParameterCase{"a", 0, "Add Frame", "b", "Add parameter 2", "a b", 2, true};
+        QTest::newRow("move down, no selection") << PC{abc, 0, "MoveDown", none, "", "a b c", 0, false, "MoveDown Add"};
+        QTest::newRow("move up two") << PC{abc, 2, "MoveUp", none, "", "b a c", 1, true, first + " Reset"};
+        QTest::newRow("move up last") << PC{abc, 3, "MoveUp", none, "", "a c b", 2, true};
+        QTest::newRow("only row selected") << PC{"a", 1, "", none, "", "a", 1, false, "Insert Delete Edit Add"};
+        QTest::newRow("reset: the loaded rows") << PC{"a b", 0, "Add Reset", "c", "Add parameter 3", "a b", 0, false};
+        QTest::newRow("ok on an unchanged list") << PC{"a b", 0, "", none, "", "a b", 0, false};
+        QTest::newRow("cancel writes nothing") << PC{"a", 0, "Add Cancel", "b", "Add parameter 2", "a b", 2, true};
+        QTest::newRow("the close box cancels") << PC{"a", 0, "Add Frame", "b", "Add parameter 2", "a b", 2, true};
     }
     void parameterCommands()
     {
@@ -309,17 +310,18 @@ private slots:
         if (!c.answer.isNull())
             services->prompts->inputAnswers.enqueue(c.answer);
         QStringList clicks = c.buttons.split(u' ', Qt::SkipEmptyParts);
-        const QString closing = QStringList{"Cancel", "Frame"}.contains(clicks.value(clicks.size() - 1)) ? clicks.takeLast() : "Ok";
+        const bool closes = QStringList{"Cancel", "Frame"}.contains(clicks.value(clicks.size() - 1));
+        const QString closing = closes ? clicks.takeLast() : "Ok";
 
         frmParameters form;
         OnModal<frmParameters>([&](frmParameters *dialog) {
             QCOMPARE(dialog->windowTitle(), QStringLiteral("Edit Parameters for String Id 42: File open failed"));
             QCOMPARE(dialog->pos(), QPoint(160, 100));   // unowned: a tenth of the 1600 x 1000 screen
             auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
-            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), QStringLiteral("Number|Description"));
+            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), "Number|Description");
             const QFontMetrics metrics = dialog->fontMetrics();
             QCOMPARE(list->columnWidth(0), metrics.horizontalAdvance(QStringLiteral("NumberWW")));
-            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance(QStringLiteral("WWW")));
+            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance("WWW"));
             ClickRow(list, c.selected);
             QCOMPARE(SelectedRow(list), c.selected);
             for (const QString &button : clicks)
@@ -330,9 +332,9 @@ private slots:
             QCOMPARE(Find(dialog, "cmdReset")->isEnabled(), c.dirty);
             QVERIFY(clicks.isEmpty() || QApplication::focusWidget() == list);
             QStringList on;
-            for (const char *name : {"cmdInsert", "cmdDelete", "cmdEdit", "cmdMoveDown", "cmdMoveUp", "cmdAdd", "cmdReset"})
-                if (Find(dialog, name)->isEnabled())
-                    on << QString::fromLatin1(name).mid(3);
+            for (const char *name : {"Insert", "Delete", "Edit", "MoveDown", "MoveUp", "Add", "Reset"})
+                if (Find(dialog, qPrintable(QLatin1String("cmd") + name))->isEnabled())
+                    on << name;
             QVERIFY2(c.enabled.isNull() || on.join(u' ') == c.enabled, qPrintable(on.join(u' ')));
             if (closing == QLatin1String("Frame"))
                 dialog->close();
@@ -351,7 +353,8 @@ private slots:
         for (const PromptCall &call : services->prompts->calls) {
             const bool edit = c.title.startsWith(QLatin1String("Edit"));
             QCOMPARE(call.title + '|' + call.text + '|' + call.defaultText,
-                     c.title + (edit ? "|Type a new description for the parameter|" : "|Type a description for the new parameter|"));
+                     c.title + (edit ? "|Type a new description for the parameter|"
+                                     : "|Type a description for the new parameter|"));
             QCOMPARE(call.position, form.pos() + QPoint(20, 20));
         }
     }
@@ -371,10 +374,13 @@ private slots:
                         "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line"};
         // A translation of a string without definitions has none: the count and list stay as designed.
         QTest::newRow("local default without definitions, single line ignores tabs")
-            << OpenCase{1, false, "", tpAllowTab | tpAllowShortcut, "Translate string resource 42|&New translation for German default",
-                        "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key|Shortcut = O"};
+            << OpenCase{1, false, "", tpAllowTab | tpAllowShortcut,
+                        "Translate string resource 42|&New translation for German default",
+                        "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key|"
+                        "Shortcut = O"};
         QTest::newRow("English edited, multiple lines only")
-            << OpenCase{2, false, "name", tpMultipleLines, "Translate string resource 42|&New translation for English edited",
+            << OpenCase{2, false, "name", tpMultipleLines,
+                        "Translate string resource 42|&New translation for English edited",
                         "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines"};
     }
     void translateModes()
@@ -391,7 +397,7 @@ private slots:
             QCOMPARE(dialog->parentWidget(), c.owned ? &owner : nullptr);
             QCOMPARE(dialog->windowTitle() + '|' + Find<QGroupBox>(dialog, "fraTranslate")->title(), c.captions);
             auto *id = Find<QLineEdit>(dialog, "txtId");
-            QCOMPARE(id->text() + '|' + Find<QLineEdit>(dialog, "txtDescription")->text(), QStringLiteral("42|File menu"));
+            QCOMPARE(id->text() + '|' + Find<QLineEdit>(dialog, "txtDescription")->text(), "42|File menu");
             QCOMPARE(id->isReadOnly(), !editMode);
             QCOMPARE(Find<QLineEdit>(dialog, "txtDescription")->isReadOnly(), !editMode);
             QCOMPARE(Find(dialog, "cmdEditParameterDefs")->isHidden(), !editMode);
@@ -407,7 +413,8 @@ private slots:
             QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut);
             QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentIndex(), 2);
             const QStringList numbered = Numbered(c.parameters);
-            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), numbered.isEmpty() ? "" : QString::number(numbered.size()));
+            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(),
+                     numbered.isEmpty() ? "" : QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
             // The focus timer puts the focus on the mode's first control, its text selected.
             if (editMode) {
@@ -428,10 +435,11 @@ private slots:
         QTest::addColumn<QStringList>("offered");
         QTest::newRow("local edited offers the three others")
             << 0 << QList<int>{0, 1, 2, 3} << QStringList{"Local Default", "English Edited", "English Default"};
-        QTest::newRow("local edited, only local default has text") << 0 << QList<int>{0, 1} << QStringList{"Local Default"};
+        QTest::newRow("local edited, only local default")
+            << 0 << QList<int>{0, 1} << QStringList{"Local Default"};
         QTest::newRow("local default") << 1 << QList<int>{1, 2, 3} << QStringList{"English Edited", "English Default"};
         QTest::newRow("English edited") << 2 << QList<int>{2, 3} << QStringList{"English Default"};
-        QTest::newRow("English default offers only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};
+        QTest::newRow("English default: only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};
         QTest::newRow("no original anywhere") << 0 << QList<int>{0} << QStringList();
     }
     void translateOriginals()
@@ -449,9 +457,10 @@ private slots:
             QCOMPARE(items, offered);
             // The highest source with a text is preselected and shown; choosing another shows that.
             QCOMPARE(originals->currentIndex(), offered.size() - 1);
-            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : QStringLiteral("text %1").arg(withText.last()));
+            const QString text = "text ";
+            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : text + QString::number(withText.last()));
             originals->setCurrentIndex(0);
-            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : "text " + originals->itemData(0).toString());
+            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : text + originals->itemData(0).toString());
             QVERIFY(Find<QPlainTextEdit>(dialog, "rtfOriginal")->isReadOnly());
         });
     }
@@ -528,16 +537,16 @@ private slots:
                 txtId->clear();
                 QTest::keyClicks(txtId, id);
                 const bool valid = QStringList{"1", "500", "7.0", "43"}.contains(id);
-                QVERIFY2(txtId->palette().color(QPalette::Base) == (valid ? normal : QColor(255, 0, 0)), qPrintable(id));
+                QVERIFY2(txtId->palette().color(QPalette::Base) == (valid ? normal : Qt::red), qPrintable(id));
                 QVERIFY2(Find(dialog, "cmdSave")->isEnabled() == valid, qPrintable(id));
             }
             Find<QLineEdit>(dialog, "txtDescription")->setText(description);
             Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(text);
             auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
-            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), QStringLiteral("Number|Description"));
+            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), "Number|Description");
             const QFontMetrics metrics = dialog->fontMetrics();
             QCOMPARE(list->columnWidth(0), metrics.horizontalAdvance(QStringLiteral("WWNumber")));
-            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance(QStringLiteral("WWW")));
+            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance("WWW"));
             OnModal<frmParameters>([&](frmParameters *parameters) {
                 QCOMPARE(parameters->pos(), dialog->pos() + QPoint(20, 20));
                 Click(parameters, "cmdAdd");
@@ -548,8 +557,8 @@ private slots:
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QStringLiteral("1"));   // kept on purpose
             Click(dialog, "cmdSave");
         }, nullptr, 500);
-        QCOMPARE(services->prompts->calls.size(), 3);   // the two beeps, the parameter's input box
-        QVERIFY(services->prompts->calls.at(0).kind == PromptCall::Beep && services->prompts->calls.at(1).kind == PromptCall::Beep);
+        const QList<PromptCall> &calls = services->prompts->calls;   // the two beeps, the parameter's input box
+        QVERIFY(calls.size() == 3 && calls.at(0).kind == PromptCall::Beep && calls.at(1).kind == PromptCall::Beep);
         QVERIFY(result != entry);
         QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
         QCOMPARE(Snapshot(entry), before);
@@ -610,8 +619,10 @@ private slots:
         QVERIFY(qAbs(form->height() - client.height() * scale / 15) <= 1);
         // The OK button: 972 x 372 twips at 5160, 120 (insert) or 4920, 2280 (parameters).
         const QRect ok = Find(form.get(), insert ? "cmdOkay" : "cmdOk")->geometry();
-        const QRect want = QRectF(QPointF(insert ? 5160 : 4920, insert ? 120 : 2280) * scale / 15, QSizeF(972, 372) * scale / 15).toRect();
-        QVERIFY((ok.topLeft() - want.topLeft()).manhattanLength() <= 2 && (ok.bottomRight() - want.bottomRight()).manhattanLength() <= 2);
+        const QRectF twips(insert ? 5160 : 4920, insert ? 120 : 2280, 972, 372);
+        const QRect want = QRectF(twips.topLeft() * scale / 15, twips.size() * scale / 15).toRect();
+        QVERIFY((ok.topLeft() - want.topLeft()).manhattanLength() <= 2);
+        QVERIFY((ok.bottomRight() - want.bottomRight()).manhattanLength() <= 2);
         for (QWidget *control : form->findChildren<QWidget *>()) {
             auto *button = qobject_cast<QAbstractButton *>(control);
             auto *label = qobject_cast<QLabel *>(control);
