@@ -41,22 +41,13 @@ inline QByteArray ReadBytes(const QString &path)
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
-inline QByteArray Utf16LE(const QString &text)
+// Text in UTF-16 with its byte-order mark.
+inline QByteArray Utf16(const QString &text, bool bigEndian = false)
 {
-    QByteArray out("\xFF\xFE", 2);
+    QByteArray out = bigEndian ? QByteArray("\xFE\xFF", 2) : QByteArray("\xFF\xFE", 2);
     for (const QChar c : text) {
-        out.append(static_cast<char>(c.unicode() & 0xFF));
-        out.append(static_cast<char>(c.unicode() >> 8));
-    }
-    return out;
-}
-
-inline QByteArray Utf16BE(const QString &text)
-{
-    QByteArray out("\xFE\xFF", 2);
-    for (const QChar c : text) {
-        out.append(static_cast<char>(c.unicode() >> 8));
-        out.append(static_cast<char>(c.unicode() & 0xFF));
+        const char high = static_cast<char>(c.unicode() >> 8), low = static_cast<char>(c.unicode() & 0xFF);
+        out.append(bigEndian ? high : low).append(bigEndian ? low : high);
     }
     return out;
 }
