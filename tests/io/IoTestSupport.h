@@ -14,14 +14,9 @@
 
 namespace kvedit::test {
 
-inline QString IoDataDir()
-{
-    return QStringLiteral(KVEDIT_IO_TEST_DATA);
-}
-
 inline QString DataFile(const QString &relative)
 {
-    return IoDataDir() + QLatin1Char('/') + relative;
+    return QStringLiteral(KVEDIT_IO_TEST_DATA "/") + relative;
 }
 
 // Writes bytes to dir/name (making directories) and returns the path.
@@ -61,13 +56,10 @@ inline ProcessResult RunTool(const QString &program, const QStringList &argument
 {
     QProcess p;
     p.start(program, arguments);
-    ProcessResult r;
     if (!p.waitForFinished(60000))
-        return r;
-    r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+        return {};
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1, QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
 }
 
 // The string tables of a compiled resource file: language id -> string id -> text. Strings of
@@ -140,9 +132,7 @@ inline QByteArray CompileWithWindres(const QString &script, const QStringList &e
     const ProcessResult r = RunTool(WindresProgram(), args);
     if (messages)
         *messages = r.err;
-    if (r.exitCode != 0)
-        return {};
-    return ReadBytes(res);
+    return r.exitCode == 0 ? ReadBytes(res) : QByteArray();
 }
 
 } // namespace kvedit::test

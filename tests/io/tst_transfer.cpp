@@ -122,7 +122,6 @@ class TestTransfer : public QObject {
     Q_OBJECT
 
 private slots:
-    void formatFromExtension_data();
     void formatFromExtension();
     void sampleScriptsFillTheirSources();
     void sourceCanBeChosen_data();
@@ -138,28 +137,16 @@ private slots:
     void roundTrip();
     void demoStatesSurviveXliff();
     void exportWritesTheTableVersion();
-    void importIsSavedToTheFile();
 };
-
-void TestTransfer::formatFromExtension_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("format");   // -1: none
-    QTest::newRow(".rc") << "a/b.rc" << int(FileFormat::ResourceScript);
-    QTest::newRow(".RC") << "B.RC" << int(FileFormat::ResourceScript);
-    QTest::newRow(".rc2") << "b.rc2" << int(FileFormat::ResourceScript);
-    QTest::newRow(".xlf") << "b.xlf" << int(FileFormat::Xliff);
-    QTest::newRow(".xliff") << "b.de.xliff" << int(FileFormat::Xliff);
-    QTest::newRow(".txt") << "b.txt" << -1;
-    QTest::newRow("none") << "rc" << -1;
-}
 
 void TestTransfer::formatFromExtension()
 {
-    QFETCH(QString, file);
-    QFETCH(int, format);
-    const std::optional<FileFormat> f = FormatOfFile(file);
-    QCOMPARE(f ? int(*f) : -1, format);
+    QStringList formats;
+    for (const char *file : {"a/b.rc", "B.RC", "b.rc2", "b.xlf", "b.de.xliff", "b.txt", "rc"}) {
+        const std::optional<FileFormat> f = FormatOfFile(QLatin1String(file));
+        formats << (f ? QString::number(int(*f)) : QStringLiteral("-"));
+    }
+    QCOMPARE(formats.join(u' '), QStringLiteral("%1 %1 %1 %2 %2 - -").arg(int(FileFormat::ResourceScript)).arg(int(FileFormat::Xliff)));
 }
 
 void TestTransfer::sampleScriptsFillTheirSources()
@@ -340,16 +327,8 @@ void TestTransfer::xliffTranslationsWithTheirStates()
     // Properties follow the translation's text.
     QCOMPARE(ws->Set()->Entry(102, ssLocalDefault)->ShortcutCharacter(), QString());
     QVERIFY(ws->Set()->Entry(102, ssLocalDefault)->Property(tpAllowShortcut));
-
-    // A translation made for another English text is out of date, whatever its state says.
-    QTemporaryDir dir;
-    const QString file = WriteBytes(dir, QStringLiteral("old.xlf"),
-                                    "<xliff version=\"1.2\"><file original=\"x\" source-language=\"en\" datatype=\"winres\"><body>"
-                                    "<trans-unit id=\"110\"><source>Old id text</source><target state=\"signed-off\">Alt</target>"
-                                    "</trans-unit></body></file></xliff>");
-    QCOMPARE(ImportFile(*ws, file).notes.size(), 1);
-    QVERIFY(States(*ws, ssLocalDefault).contains(QStringLiteral("110 out of date Alt")));
 }
+
 
 void TestTransfer::xliffSourceTextsStartAWorkspace()
 {
@@ -468,20 +447,6 @@ void TestTransfer::exportWritesTheTableVersion()
     QVERIFY_THROWS_EXCEPTION(FileError, ExportFile(*demo, dir.filePath(QStringLiteral("t.txt"))));
     QVERIFY_THROWS_EXCEPTION(KvError, ExportFile(*demo, dir.filePath(QStringLiteral("t.rc")),
                                                  ExportOptions{static_cast<TableVersion>(4), {}}));
-}
-
-void TestTransfer::importIsSavedToTheFile()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("w.kvw"));
-    {
-        server::WorkspaceInfo info;
-        info.targetLanguage = QStringLiteral("de-DE");
-        server::WorkspacePtr ws = server::Workspace::Create(path, info);
-        ImportFile(*ws, DataFile(QStringLiteral("app/app.rc")), SampleOptions());
-        ImportFile(*ws, DataFile(QStringLiteral("lang/de.rc")), SampleOptions());
-    }
-    QCOMPARE(Snapshot(*server::Workspace::Open(path)), Snapshot(*SampleWorkspace()));
 }
 
 QTEST_GUILESS_MAIN(TestTransfer)
