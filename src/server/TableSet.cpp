@@ -28,6 +28,25 @@ bool SameText(const Record &a, const Record &b)
     return a.hasText == b.hasText && (!a.hasText || a.text == b.text);
 }
 
+// Sets an id's value (an empty value removes it) and remembers what was saved before the first
+// change, forgetting it again once the value is back: an edit undone by hand is no edit.
+template <typename T>
+void SetTracked(QHash<StringId, T> &values, QHash<StringId, T> &saved, StringId id, const T &value)
+{
+    const T current = values.value(id);
+    if (current == value)
+        return;
+    auto before = saved.find(id);
+    if (before == saved.end())
+        before = saved.insert(id, current);
+    if (value.isEmpty())
+        values.remove(id);
+    else
+        values.insert(id, value);
+    if (*before == value)
+        saved.erase(before);
+}
+
 qint16 NextRevision(qint16 revision)
 {
     // Revisions stay positive: after the largest one the count starts again at 1.
@@ -411,18 +430,7 @@ ParameterList TableSet::Parameters(StringId id) const
 void TableSet::setParameters(StringId id, const ParameterList &parameters)
 {
     CheckId(id);
-    const ParameterList current = m_data.parameters.value(id);
-    if (current == parameters)
-        return;
-    auto saved = m_savedParameters.find(id);
-    if (saved == m_savedParameters.end())
-        saved = m_savedParameters.insert(id, current);
-    if (parameters.isEmpty())
-        m_data.parameters.remove(id);
-    else
-        m_data.parameters.insert(id, parameters);
-    if (*saved == parameters)
-        m_savedParameters.erase(saved);
+    SetTracked(m_data.parameters, m_savedParameters, id, parameters);
 }
 
 QString TableSet::Symbol(StringId id) const
@@ -437,20 +445,13 @@ void TableSet::setSymbol(StringId id, const QString &symbol)
     const QString current = m_data.symbols.value(id);
     if (current == symbol)
         return;
-    auto saved = m_savedSymbols.find(id);
-    if (saved == m_savedSymbols.end())
-        saved = m_savedSymbols.insert(id, current);
-    if (m_symbolIdsValid && !current.isEmpty())
-        m_symbolIds.remove(current, id);
-    if (symbol.isEmpty()) {
-        m_data.symbols.remove(id);
-    } else {
-        m_data.symbols.insert(id, symbol);
-        if (m_symbolIdsValid)
+    if (m_symbolIdsValid) {
+        if (!current.isEmpty())
+            m_symbolIds.remove(current, id);
+        if (!symbol.isEmpty())
             m_symbolIds.insert(symbol, id);
     }
-    if (*saved == symbol)
-        m_savedSymbols.erase(saved);
+    SetTracked(m_data.symbols, m_savedSymbols, id, symbol);
 }
 
 StringId TableSet::IdOfSymbol(const QString &symbol) const
