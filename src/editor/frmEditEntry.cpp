@@ -134,12 +134,8 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
             // Cut and Delete: the row that takes the removed row's place becomes current, or the
             // new last row when the last one went.
             qint32 row = m_qvtdatEdit->CurrentRecord();
-            const StringId id = oldEntry->Id();
-            const StringSource source = oldEntry->StringSource();
-            tables->RemoveEntry(id, source);
-            // A translation's row stands for a string that is still there: it stays, now missing.
-            if (source != ssEnglishDefault && tables->IdInUse(id, ssEnglishDefault) && !tables->IdInUse(id, source))
-                tables->AddEntry(Require(m_DVDS.Server(), "TextServer")->CreateEntry(tables, id, source));
+            // A deleted translation's row stays (the English string keeps its slot), now missing.
+            tables->RemoveEntry(oldEntry->Id(), oldEntry->StringSource());
             m_DVDS.RefreshStringList();
             m_qvtdatEdit->Refresh();
             row = qMin(row, m_DVDS.GetRecordCount());
