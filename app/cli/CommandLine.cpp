@@ -4,6 +4,7 @@
 #include "model/StandardLocale.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
+#include "states/StringStates.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -219,7 +220,14 @@ int RunStats(const QStringList &arguments, QTextStream &out)
     const TableVersion version = TableOption(parser, table);
     const QString path = parser.positionalArguments().at(0);
     const server::WorkspacePtr workspace = server::Workspace::Open(path);
-    const io::StringCounts c = io::CountStrings(*workspace, version);
+    StringStates states;
+    states.Attach(workspace->Tables(), version, workspace->Set()->MaximumCount());
+    const StateCounts &s = states.Counts();
+    // Each count includes the ones before it, as the editor's searches find them: a missing
+    // translation is also out of date, an out-of-date one also unapproved.
+    const struct {
+        int total, translated, missing, outOfDate, unapproved;
+    } c{s.strings, s.strings - s.missing, s.missing, s.missing + s.outOfDate, s.NeedsWork()};
     const Language language = workspace->Tables()->SourceLanguage(version);
     if (parser.isSet(json)) {
         QJsonObject o;
@@ -231,6 +239,9 @@ int RunStats(const QStringList &arguments, QTextStream &out)
         o.insert(QStringLiteral("missing"), c.missing);
         o.insert(QStringLiteral("outOfDate"), c.outOfDate);
         o.insert(QStringLiteral("unapproved"), c.unapproved);
+        o.insert(QStringLiteral("approved"), s.approved);
+        o.insert(QStringLiteral("locallyEdited"), s.localEdits);
+        o.insert(QStringLiteral("correctionsPending"), s.pendingCorrections);
         out << QJsonDocument(o).toJson(QJsonDocument::Indented);
         return exitSuccess;
     }

@@ -34,6 +34,32 @@ public:
     virtual QString TypeName() = 0;
     virtual void UpdateBuffer(bool blnForcedUpdate, qint32 &rlngFirst, qint32 lngRows, int lngSort, bool blnSearch,
                               qint32 &rlngSearch, qint32 &rlngFoundRow) = 0;
+
+    // Beyond the columns, with defaults so that a source without them draws plain rows: the sign
+    // the marker column shows for a record's id (a RowSign, 0 for none), and the row's tooltip.
+    virtual int RowSign(qint32 lngEntry)
+    {
+        Q_UNUSED(lngEntry)
+        return 0;
+    }
+    virtual QString RowToolTip(qint32 lngEntry)
+    {
+        Q_UNUSED(lngEntry)
+        return {};
+    }
+};
+
+// The signs of the marker column: one shape per state, so that they differ without colour; a
+// local edit adds a small badge to the state's sign.
+enum RowSign : int {
+    rsNone = 0,
+    rsMissing = 1,        // hollow circle
+    rsOutOfDate = 2,      // triangle
+    rsUnapproved = 3,     // hollow diamond
+    rsApproved = 4,       // check mark
+    rsPending = 5,        // filled square: an English correction waits
+    rsShapeMask = 0x0f,
+    rsLocalEdit = 0x10,   // badge: a dot at the lower right
 };
 
 } // namespace kvedit

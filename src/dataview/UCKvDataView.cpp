@@ -28,6 +28,76 @@ constexpr double kHeightMinTwips = 1368;
 constexpr double kWidthMinTwips = 2424;
 // The source's column for the current-row marker.
 constexpr int kMarkerColumn = 0;
+// The model role that carries a row's sign for the marker column.
+constexpr int kSignRole = Qt::UserRole + 1;
+
+// Draws a state sign centred in box; shape tells the states apart, colour only helps.
+void PaintSign(QPainter *painter, const QRectF &box, int sign)
+{
+    const int shape = sign & rsShapeMask;
+    if (shape == rsNone && !(sign & rsLocalEdit))
+        return;
+    const qreal s = qMin(box.width(), box.height());
+    const QRectF r(box.center().x() - s / 2, box.center().y() - s / 2, s, s);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    QPen pen(Qt::NoPen);
+    pen.setWidthF(qMax<qreal>(1.5, s / 6));
+    pen.setJoinStyle(Qt::RoundJoin);
+    pen.setCapStyle(Qt::RoundCap);
+    const auto stroke = [&](const QColor &colour) {
+        pen.setColor(colour);
+        painter->setPen(pen);
+        painter->setBrush(Qt::NoBrush);
+    };
+    const auto fill = [&](const QColor &colour) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(colour);
+    };
+    const qreal in = pen.widthF() / 2 + 0.5;
+    const QRectF inner = r.adjusted(in, in, -in, -in);
+    switch (shape) {
+    case rsMissing:
+        stroke(QColor(0xc6, 0x28, 0x28));
+        painter->drawEllipse(inner);
+        break;
+    case rsOutOfDate: {
+        fill(QColor(0xe6, 0x6a, 0x00));
+        const QPointF points[] = {{r.center().x(), r.top()}, {r.right(), r.bottom() - s * 0.08}, {r.left(), r.bottom() - s * 0.08}};
+        painter->drawPolygon(points, 3);
+        break;
+    }
+    case rsUnapproved: {
+        stroke(QColor(0x15, 0x65, 0xc0));
+        const QPointF points[] = {{inner.center().x(), inner.top()}, {inner.right(), inner.center().y()},
+                                  {inner.center().x(), inner.bottom()}, {inner.left(), inner.center().y()}};
+        painter->drawPolygon(points, 4);
+        break;
+    }
+    case rsApproved: {
+        stroke(QColor(0x2e, 0x7d, 0x32));
+        const QPointF points[] = {{inner.left(), inner.center().y()}, {inner.left() + inner.width() * 0.38, inner.bottom()},
+                                  {inner.right(), inner.top()}};
+        painter->drawPolyline(points, 3);
+        break;
+    }
+    case rsPending:
+        fill(QColor(0x15, 0x65, 0xc0));
+        painter->drawRect(r.adjusted(s * 0.12, s * 0.12, -s * 0.12, -s * 0.12));
+        break;
+    default:
+        break;
+    }
+    if (sign & rsLocalEdit) {
+        // A purple dot with a light ring, so it reads on top of the state's sign.
+        const qreal d = s * 0.55;
+        const QRectF dot(r.right() - d * 0.6, r.bottom() - d * 0.6, d, d);
+        painter->setPen(QPen(QColor(0xff, 0xff, 0xff), 1));
+        painter->setBrush(QColor(0x7b, 0x1f, 0xa2));
+        painter->drawEllipse(dot);
+    }
+    painter->restore();
+}
 } // namespace
 
 // A flat model that holds nothing of the list but its shape (row count, headings, alignments):
@@ -88,6 +158,10 @@ public:
             return m_source->EvaluateColumn(m_source->RecordNumberToId(index.row() + 1), SourceColumn(index.column()));
         case Qt::TextAlignmentRole:
             return m_alignments[static_cast<size_t>(index.column())];
+        case Qt::ToolTipRole:
+            return m_source->RowToolTip(m_source->RecordNumberToId(index.row() + 1));
+        case kSignRole:
+            return IsMarkerColumn(index.column()) ? m_source->RowSign(m_source->RecordNumberToId(index.row() + 1)) : 0;
         default:
             return {};
         }
@@ -156,11 +230,20 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         PaintCell(painter, option, index);
-        if (!m_model->IsMarkerColumn(index.column()) || index.row() != m_view->currentIndex().row())
+        if (!m_model->IsMarkerColumn(index.column()))
             return;
         const QRect r = option.rect;
         const qreal size = qMin<qreal>(r.height() * 0.5, 9.0);
-        const QPointF centre = QRectF(r).center();
+        // The state's sign takes the right part of the cell, the current row's arrow the left.
+        const int sign = index.data(kSignRole).toInt();
+        if (sign != rsNone) {
+            const qreal signSize = qMin<qreal>(r.height() * 0.6, 11.0);
+            const QRectF box(r.right() - signSize - 3, r.top() + (r.height() - signSize) / 2, signSize, signSize);
+            PaintSign(painter, box, sign);
+        }
+        if (index.row() != m_view->currentIndex().row())
+            return;
+        const QPointF centre = sign != rsNone ? QPointF(r.left() + size * 0.6 + 1, QRectF(r).center().y()) : QRectF(r).center();
         QPainterPath arrow;
         arrow.moveTo(centre.x() - size * 0.35, centre.y() - size / 2);
         arrow.lineTo(centre.x() + size * 0.45, centre.y());

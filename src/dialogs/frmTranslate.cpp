@@ -21,6 +21,8 @@
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QShortcut>
+#include <QTextCursor>
 #include <QTextBlock>
 #include <QTimer>
 #include <QTreeWidget>
@@ -168,6 +170,10 @@ void frmTranslate::CreateControls()
     txtId = named(new QLineEdit, "txtId");
     cmdCancel = named(new QPushButton(QStringLiteral("&Cancel")), "cmdCancel");
     cmdSave = named(new QPushButton(QStringLiteral("&Save")), "cmdSave");
+    cmdSaveNext = named(new QPushButton(QStringLiteral("Save && Ne&xt")), "cmdSaveNext");
+    cmdSaveNext->setToolTip(QStringLiteral("Save, then open the next string that needs work (Ctrl+Return)"));
+    cmdCopyOriginal = named(new QPushButton(QStringLiteral("Cop&y Original")), "cmdCopyOriginal");
+    cmdCopyOriginal->setToolTip(QStringLiteral("Put the original text into the translation (Ctrl+B)"));
     lblDescription = named(new QLabel(QStringLiteral("&Description:")), "lblDescription");
     lblId = named(new QLabel(QStringLiteral("String &Resource Id:")), "lblId");
 
@@ -191,7 +197,7 @@ void frmTranslate::CreateControls()
     cboShortcutMode->setSizeAdjustPolicy(QComboBox::AdjustToContents);
 
     // No button is the default: Enter in a text box must neither save nor close the dialog.
-    for (QPushButton *button : {cmdReport, cmdInsert, cmdEditParameterDefs, cmdCancel, cmdSave})
+    for (QPushButton *button : {cmdReport, cmdInsert, cmdEditParameterDefs, cmdCancel, cmdSave, cmdSaveNext, cmdCopyOriginal})
         button->setAutoDefault(false);
 
     // Id and description.
@@ -215,6 +221,7 @@ void frmTranslate::CreateControls()
     auto *commandColumn = new QVBoxLayout;
     commandColumn->addWidget(cmdInsert);
     commandColumn->addWidget(cmdReport);
+    commandColumn->addWidget(cmdCopyOriginal);
     commandColumn->addStretch(1);
     translateGrid->addWidget(rtfTranslate, 0, 0, 1, 4);
     translateGrid->addLayout(commandColumn, 0, 4);
@@ -243,6 +250,7 @@ void frmTranslate::CreateControls()
 
     auto *buttons = new QHBoxLayout;
     buttons->addStretch(1);
+    buttons->addWidget(cmdSaveNext);
     buttons->addWidget(cmdSave);
     buttons->addWidget(cmdCancel);
 
@@ -254,9 +262,9 @@ void frmTranslate::CreateControls()
     form->addLayout(buttons);
 
     QWidget *tabOrder[] = {txtId, txtDescription, cboOriginal, rtfOriginal, rtfTranslate, cmdInsert, cmdReport,
-                           chkProperties[0], chkProperties[1], chkProperties[2], cboShortcutCharacter,
-                           cboShortcutMode, chkValidTranslation, txtCount, cmdEditParameterDefs, lvwParameters,
-                           cmdSave, cmdCancel};
+                           cmdCopyOriginal, chkProperties[0], chkProperties[1], chkProperties[2],
+                           cboShortcutCharacter, cboShortcutMode, chkValidTranslation, txtCount,
+                           cmdEditParameterDefs, lvwParameters, cmdSaveNext, cmdSave, cmdCancel};
     for (size_t i = 1; i < std::size(tabOrder); ++i)
         setTabOrder(tabOrder[i - 1], tabOrder[i]);
 
@@ -269,6 +277,10 @@ void frmTranslate::CreateControls()
     connect(txtId, &QLineEdit::textChanged, this, &frmTranslate::txtId_Change);
     connect(cmdSave, &QPushButton::clicked, this, &frmTranslate::cmdSave_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmTranslate::cmdCancel_Click);
+    connect(cmdSaveNext, &QPushButton::clicked, this, &frmTranslate::cmdSaveNext_Click);
+    connect(cmdCopyOriginal, &QPushButton::clicked, this, &frmTranslate::cmdCopyOriginal_Click);
+    auto *copyOriginal = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_B), this);
+    connect(copyOriginal, &QShortcut::activated, this, &frmTranslate::cmdCopyOriginal_Click);
     for (int i = 0; i < 3; ++i)
         connect(chkProperties[i], &QCheckBox::clicked, this, [this, i] { chkProperties_Click(i); });
     connect(chkValidTranslation, &QCheckBox::clicked, this, &frmTranslate::chkValidTranslation_Click);
@@ -388,6 +400,8 @@ void frmTranslate::InitializeValues()
 
         if (entry->StringSource() == ssEnglishDefault) {
             m_focusTarget = txtId;
+            // Only translations have a next string that needs work.
+            cmdSaveNext->hide();
             for (QLabel *label : lblProperties)
                 label->hide();
         } else {
@@ -504,6 +518,30 @@ void frmTranslate::cmdSave_Click()
 void frmTranslate::cmdCancel_Click()
 {
     Reporting("frmTranslate", "cmdCancel_Click", [&] { reject(); });
+}
+
+void frmTranslate::cmdSaveNext_Click()
+{
+    Reporting("frmTranslate", "cmdSaveNext_Click", [&] {
+        if (cmdSaveNext->isHidden() || !cmdSave->isEnabled())
+            return;
+        m_saveNext = true;
+        cmdSave_Click();
+    });
+}
+
+void frmTranslate::cmdCopyOriginal_Click()
+{
+    Reporting("frmTranslate", "cmdCopyOriginal_Click", [&] {
+        // Through the cursor, so the box's own undo takes it back.
+        QTextCursor cursor = rtfTranslate->textCursor();
+        if (!cursor.hasSelection())
+            cursor.select(QTextCursor::Document);
+        cursor.insertText(rtfOriginal->toPlainText());
+        rtfTranslate->setTextCursor(cursor);
+        m_keepCaret = true;
+        rtfTranslate->setFocus();
+    });
 }
 
 void frmTranslate::Form_Activate()
@@ -700,6 +738,13 @@ bool frmTranslate::rtfTranslate_KeyPress(QKeyEvent *event)
 {
     bool discard = false;
     Reporting("frmTranslate", "rtfTranslate_KeyPress", [&] {
+        const bool returnKey = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+        if (returnKey && (event->modifiers() & Qt::ControlModifier) && !cmdSaveNext->isHidden()) {
+            // Ctrl+Return saves and moves on; a line break is Return, or Ctrl+J.
+            discard = true;
+            cmdSaveNext_Click();
+            return;
+        }
         const QString text = event->text();
         const bool lineBreak = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter
                                || text.contains(QLatin1Char('\r')) || text.contains(QLatin1Char('\n'));

@@ -41,6 +41,10 @@ public:
     // Cancel or when entry is null.
     StringEntryPtr Edit(QWidget *owner, const StringEntryPtr &entry, int maximumCount = kMaxStringId);
 
+    // Whether the dialog closed by Save && Next: the caller stores the result and opens the next
+    // string that needs work.
+    bool SaveNextRequested() const { return m_saveNext; }
+
     // Property indexes of the chkProperties and lblProperties arrays.
     enum PropertyIndex { piShortcut = 0, piMultipleLines = 1, piTab = 2 };
 
@@ -65,6 +69,8 @@ private:
     void txtId_Change();
     void cmdSave_Click();
     void cmdCancel_Click();
+    void cmdSaveNext_Click();
+    void cmdCopyOriginal_Click();
 
     // Text properties.
     bool AllowTab() const;
@@ -122,11 +128,14 @@ private:
     QLineEdit *txtId;
     QPushButton *cmdCancel;
     QPushButton *cmdSave;
+    QPushButton *cmdSaveNext;
+    QPushButton *cmdCopyOriginal;
     QLabel *lblDescription;
     QLabel *lblId;
 
     StringEntryPtr m_entry;
     bool m_saved = false;
+    bool m_saveNext = false;
     bool m_activated = false;
     QWidget *m_focusTarget = nullptr;
     int m_maximumCount = kMaxStringId;

@@ -19,6 +19,7 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QUndoStack>
 #include <QWindow>
 
 #include <cmath>
@@ -110,6 +111,7 @@ frmEdit::frmEdit(QWidget *parent) : QMainWindow(parent)
         QAction *item = CreateMenuItem(m_mnuEdit, kEditItemName, i, QString::fromLatin1(editDesign[i].caption));
         item->setShortcut(editDesign[i].shortcut);
     }
+    SetupWorkflow();
 
     connect(&m_DVDS, &CDVDataSource::UpdateTitle, this, &frmEdit::mw_DVDS_UpdateTitle);
     connect(m_qvtdatEdit, &UCKvDataView::DblClick, this, &frmEdit::qvtdatEdit_DblClick);
@@ -192,6 +194,8 @@ void frmEdit::Prepare(const ResourceWorkspacePtr &rfw, TableVersion enmTableVers
         m_DVDS.setWorkspace(rfw);
         m_DVDS.setTableVersion(enmTableVersion);
         m_qvtdatEdit->setDataSource(&m_DVDS);
+        SetupFilterChoices();
+        m_undoStack->clear();
 
         SetupMenus();
         UpdateMenuState();
@@ -252,6 +256,11 @@ void frmEdit::SetupFileMenu()
         FileItem(4)->setVisible(true);
         SetItemCaption(FileItem(5), QStringLiteral("&Close"));
         FileItem(5)->setVisible(true);
+
+        // Ctrl+S as well, after the item's own shortcut if it has one.
+        const QKeySequence save(Qt::CTRL | Qt::Key_S);
+        if (!FileItem(2)->shortcuts().contains(save))
+            FileItem(2)->setShortcuts(FileItem(2)->shortcuts() << save);
 
         MakeToolbarButton(FileItem(2), 10, false);
     });
@@ -372,6 +381,7 @@ void frmEdit::UpdateMenuState()
         SetItemEnabled(FileItem(2), edits);
         SetItemEnabled(FileItem(3), edits);
         SetItemEnabled(EditItem(5), !m_findText.isEmpty());
+        UpdateProgress();
     });
 }
 

@@ -10,10 +10,14 @@
 #include <QPoint>
 #include <QString>
 
+#include <initializer_list>
 #include <optional>
 
 class QAction;
+class QComboBox;
 class QEventLoop;
+class QLineEdit;
+class QUndoStack;
 class QLabel;
 class QMenu;
 class QStatusBar;
@@ -51,6 +55,18 @@ public:
     QToolBar *ToolBar() const { return m_tbrEdit; }
     // The status bar's text (the list's feedback).
     QString StatusText() const;
+
+    // The permanent part of the status bar: progress of the table version, and "Modified".
+    QString ProgressText() const;
+    // Undo and redo of every change the editor makes to the tables.
+    QUndoStack *UndoStack() const { return m_undoStack; }
+    // The filter bar beside the toolbar: a text and a state choice.
+    QLineEdit *FilterText() const { return m_txtFilter; }
+    QComboBox *FilterState() const { return m_cboFilterState; }
+    // Shows the rows matching the filter bar's text and state, keeping the current id when it
+    // still matches; ClearFilter shows every row again.
+    void ApplyFilter();
+    void ClearFilter();
 
     // Menu items by index; null when the index has no item.
     QAction *FileItem(int index) const;
@@ -139,6 +155,23 @@ private:
                      const QStringMatcher *finder);
     void RunScan(Scan scan, const QString &findText, const QString &doneMessage);
 
+    // Added to the window beside its specified parts.
+    void SetupWorkflow();
+    void SetupFilterChoices();
+    void UpdateProgress();
+    // After the tables changed for these ids (none: anything), the states and the list follow.
+    void NoteChanged(std::initializer_list<StringId> ids = {});
+    // The next listed id after fromId that needs work, wrapping; 0 when no other one does.
+    qint32 NextNeedingWork(qint32 fromId);
+    bool ListShows(qint32 id);
+    void RecordChange(const StringTableSetPtr &tables, const QList<StringTableSet::Snapshot> &before,
+                      qint32 focusBefore, qint32 focusAfter, const QString &text);
+
+public:
+    // Called by the undo commands once the tables hold an earlier or later state again.
+    void AfterRestore(qint32 id);
+
+private:
     CDVDataSource m_DVDS;
     UCKvDataView *m_qvtdatEdit = nullptr;
     QToolBar *m_tbrEdit = nullptr;
@@ -153,6 +186,12 @@ private:
     bool m_saved = false;
     bool m_closing = false;
     QString m_findText;
+    QUndoStack *m_undoStack = nullptr;
+    QLabel *m_sbrProgress = nullptr;
+    QToolBar *m_tbrFilter = nullptr;
+    QLineEdit *m_txtFilter = nullptr;
+    QComboBox *m_cboFilterState = nullptr;
+    bool m_saveNext = false;
 };
 
 } // namespace kvedit

@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace kvedit {
 
@@ -30,7 +31,12 @@ void frmEdit::ProcessEditMenuGoTo()
                 return;
             const std::optional<double> value = NumericValue(answer);
             if (value && *value >= 1.0 && *value <= 32767.0) {
-                m_qvtdatEdit->ShowId(static_cast<qint32>(std::nearbyint(*value)));
+                const auto id = static_cast<qint32>(std::nearbyint(*value));
+                // An id the filter hides is shown with every row again.
+                if (m_DVDS.Filter().IsActive() && !ListShows(id)
+                    && m_DVDS.States().State(static_cast<StringId>(id)).listed)
+                    ClearFilter();
+                m_qvtdatEdit->ShowId(id);
                 return;
             }
         }
@@ -107,10 +113,24 @@ void frmEdit::ProcessEditMenuPaste()
 void frmEdit::EditTranslation(const StringEntryPtr &entry)
 {
     Reporting("frmEdit", "EditTranslation", [&] {
-        StringEntryPtr edited;
-        EditTranslationShowForm(entry, edited);
-        if (edited)
-            UpdateEntry(entry, edited);
+        StringEntryPtr current = entry;
+        while (current) {
+            StringEntryPtr edited;
+            m_saveNext = false;
+            EditTranslationShowForm(current, edited);
+            if (edited)
+                UpdateEntry(current, edited);
+            if (!edited || !std::exchange(m_saveNext, false))
+                return;
+            // Save && Next: on to the next row that needs work, until none is left.
+            const qint32 next = NextNeedingWork(current->Id());
+            if (next == 0) {
+                Services().prompts->Notify(this, QStringLiteral("Done finding unapproved translations"));
+                return;
+            }
+            m_qvtdatEdit->ShowId(next);
+            current = Require(Tables(), "StringTableSet")->Entry(static_cast<StringId>(next), Version());
+        }
     });
 }
 
@@ -121,6 +141,7 @@ void frmEdit::EditTranslationShowForm(const StringEntryPtr &entry, StringEntryPt
         const int maximumCount = Require(m_DVDS.Server(), "TextServer")->MaximumCount();
         const auto form = std::make_unique<frmTranslate>(this);
         result = form->Edit(this, entry, maximumCount);
+        m_saveNext = result && form->SaveNextRequested();
     });
 }
 
@@ -129,6 +150,9 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
     Reporting("frmEdit", "UpdateEntry", [&] {
         const StringTableSetPtr tables = Require(Tables(), "StringTableSet");
         Require(oldEntry, "StringEntry");
+        const StringId oldId = oldEntry->Id();
+        const StringSource source = oldEntry->StringSource();
+        QList<StringTableSet::Snapshot> before{tables->TakeSnapshot(oldId, source)};
 
         if (!newEntry) {
             // Cut and Delete: the row that takes the removed row's place becomes current, or the
@@ -136,6 +160,11 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
             qint32 row = m_qvtdatEdit->CurrentRecord();
             // A deleted translation's row stays (the English string keeps its slot), now missing.
             tables->RemoveEntry(oldEntry->Id(), oldEntry->StringSource());
+            if (before.first().entry)
+                RecordChange(tables, before, oldId, oldId,
+                             (source == ssEnglishDefault ? QStringLiteral("cut of %1") : QStringLiteral("deletion of %1"))
+                                 .arg(oldId));
+            NoteChanged({oldId});
             m_DVDS.RefreshStringList();
             m_qvtdatEdit->Refresh();
             row = qMin(row, m_DVDS.GetRecordCount());
@@ -150,11 +179,20 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
                 Services().prompts->Notify(this, QStringLiteral("String entry id %1 is already in use!").arg(newId));
                 return;
             }
+            QString text = !before.first().entry ? QStringLiteral("new string %1").arg(newId)
+                           : newId != oldId         ? QStringLiteral("id change %1 to %2").arg(oldId).arg(newId)
+                                                    : QStringLiteral("edit of %1").arg(newId);
+            if (newId != oldId)
+                before << tables->TakeSnapshot(newId, ssEnglishDefault);
             // Removing first lets a changed id move the string.
             tables->RemoveEntry(oldEntry->Id(), ssEnglishDefault);
             tables->AddEntry(newEntry);
+            RecordChange(tables, before, oldId, newId, text);
+            NoteChanged({oldId, newId});
         } else if (newId == oldEntry->Id()) {
             tables->StoreEntry(newEntry);
+            RecordChange(tables, before, oldId, newId, QStringLiteral("translation of %1").arg(newId));
+            NoteChanged({newId});
         }
         ShowIdAfterRefresh(newId);
     });

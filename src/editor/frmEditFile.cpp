@@ -8,6 +8,7 @@
 #include "services/Services.h"
 
 #include <QApplication>
+#include <QUndoStack>
 
 #include <optional>
 
@@ -34,6 +35,7 @@ void frmEdit::ProcessFileMenuSave(bool saveAs)
         WaitCursor hourglass;
         const qint32 id = CurrentId();
         Require(Tables(), "StringTableSet")->Save(Version(), saveAs);
+        NoteChanged();
         ShowIdAfterRefresh(id);
         m_saved = true;
     });
@@ -49,6 +51,8 @@ void frmEdit::ProcessFileMenuReset()
         WaitCursor hourglass;
         const qint32 id = CurrentId();
         Require(Tables(), "StringTableSet")->DiscardEdits();
+        m_undoStack->clear();
+        NoteChanged();
         ShowIdAfterRefresh(id);
     });
 }
@@ -68,8 +72,10 @@ void frmEdit::ProcessFileMenuClose(bool &closed)
         } else {
             closed = true;
         }
-        if (closed)
+        if (closed) {
+            m_undoStack->clear();
             hide();
+        }
     });
 }
 

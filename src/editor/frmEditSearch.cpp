@@ -137,10 +137,12 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
     case Scan::Missing:
         return !tables.HasText(id, version);
     case Scan::OutOfDate:
-        return !tables.HasText(id, version) || tables.Revision(id, version) < tables.Revision(id, ssEnglishDefault);
-    case Scan::Unapproved:
-        return !tables.HasText(id, version) || tables.Revision(id, version) < tables.Revision(id, ssEnglishDefault)
-               || !tables.HasStatus(id, version, sfApproved);
+    case Scan::Unapproved: {
+        // The states are read afresh: a host's tables may change behind the editor's back.
+        const TranslationState state = StringStates::Compute(tables, id, version).translation;
+        return state == TranslationState::Missing || state == TranslationState::OutOfDate
+               || (scan == Scan::Unapproved && state == TranslationState::Unapproved);
+    }
     }
     return false;
 }

@@ -476,25 +476,4 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     return summary;
 }
 
-StringCounts CountStrings(server::Workspace &workspace, TableVersion version)
-{
-    CheckTable(version);
-    const std::shared_ptr<server::TableSet> set = workspace.Set();
-    StringCounts c;
-    const int maximum = set->MaximumCount();
-    for (int i = 1; i <= maximum; ++i) {
-        const StringId id = static_cast<StringId>(i);
-        if (!set->IdInUse(id, ssEnglishDefault))
-            continue;
-        ++c.total;
-        const bool has = set->HasText(id, version);
-        const bool outOfDate = !has || set->Revision(id, version) < set->Revision(id, ssEnglishDefault);
-        c.translated += has;
-        c.missing += !has;
-        c.outOfDate += outOfDate;
-        c.unapproved += outOfDate || !set->HasStatus(id, version, sfApproved);
-    }
-    return c;
-}
-
 } // namespace kvedit::io

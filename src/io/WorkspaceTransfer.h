@@ -63,17 +63,5 @@ struct ExportSummary {
 
 ExportSummary ExportFile(server::Workspace &workspace, const QString &file, const ExportOptions &options = {});
 
-// What the editor's searches find for one table version; each count includes the ones before it
-// (a missing translation is also out of date, an out-of-date one also unapproved).
-struct StringCounts {
-    int total = 0;        // strings of the English default
-    int translated = 0;   // with a text in the version
-    int missing = 0;
-    int outOfDate = 0;
-    int unapproved = 0;
-    bool operator==(const StringCounts &) const = default;
-};
-
-StringCounts CountStrings(server::Workspace &workspace, TableVersion version);
 
 } // namespace kvedit::io

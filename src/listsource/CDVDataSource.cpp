@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
+#include <QStringMatcher>
 #include <QWidget>
 
 #include <algorithm>
@@ -57,6 +58,9 @@ public:
     QPointer<QObject> feedback;
     qint32 limit = 0;
     std::unique_ptr<CStringList> list;
+    StringStates states;
+    ListFilter filter;
+    QStringMatcher finder;   // the filter's text, its skip table built once per filter
 
     TextServerPtr Server() const { return workspace ? workspace->TextServer() : nullptr; }
     StringTableSetPtr Tables() const
@@ -94,6 +98,7 @@ void CDVDataSource::setWorkspace(const ResourceWorkspacePtr &workspace)
     // The ids of another workspace mean nothing here, and its server may count differently; the
     // list is filled again by TableVersion(Let) or RefreshStringList.
     d->list.reset();
+    d->states.Attach(d->Tables(), d->version, d->MaximumCount());
 }
 
 ResourceWorkspacePtr CDVDataSource::Workspace() const { return d->workspace; }
@@ -108,6 +113,7 @@ void CDVDataSource::setTableVersion(kvedit::TableVersion version)
 {
     Reporting(kModule, "TableVersion(Let)", [&] {
         d->version = version;
+        d->states.Attach(d->Tables(), version, d->MaximumCount());
         emit UpdateTitle(version);
         RefreshStringList();
     });
@@ -153,8 +159,92 @@ void CDVDataSource::RefreshStringList()
                 tables->AddEntry(server->CreateEntry(tables, id, version));
             }
         }
+        if (d->filter.IsActive()) {
+            // Kept in place: the rows that match move up, in the fill's order.
+            int kept = 0;
+            for (int position = 1; position <= list.Count(); ++position) {
+                const qint32 id = list.Value(position);
+                if (Matches(id))
+                    list.setValue(++kept, id);
+            }
+            list.setCount(kept);
+        }
         list.Trim();
     });
+}
+
+StringStates &CDVDataSource::States() { return d->states; }
+
+ListFilter CDVDataSource::Filter() const { return d->filter; }
+
+void CDVDataSource::setFilter(const ListFilter &filter)
+{
+    d->filter = filter;
+    d->finder.setPattern(filter.text);
+    d->finder.setCaseSensitivity(Qt::CaseInsensitive);
+}
+
+bool CDVDataSource::Matches(qint32 id) const
+{
+    if (id <= 0 || id > kMaxStringId)
+        return false;
+    const auto stringId = static_cast<StringId>(id);
+    if (!d->states.Matches(stringId, d->filter.state))
+        return false;
+    const QString &needle = d->filter.text;
+    if (needle.isEmpty())
+        return true;
+    const StringTableSetPtr tables = d->Tables();
+    if (!tables)
+        return false;
+    const auto contains = [&](const QString &text) {
+        if (d->finder.indexIn(text) >= 0)
+            return true;
+        // Cleaned as Find cleans a caption, so "Open" finds "&Open".
+        return text.contains(u'&') && d->finder.indexIn(CleanAccessMarkers(text)) >= 0;
+    };
+    return QString::number(id).contains(needle) || contains(tables->Symbol(stringId))
+           || contains(tables->Text(stringId, ssEnglishDefault))
+           || (d->version != ssEnglishDefault && contains(tables->Text(stringId, d->version)))
+           || contains(tables->Description(stringId, ssEnglishDefault));
+}
+
+int CDVDataSource::RowSign(qint32 lngEntry)
+{
+    if (lngEntry <= 0 || lngEntry > kMaxStringId)
+        return rsNone;
+    const StringState state = d->states.State(static_cast<StringId>(lngEntry));
+    int sign = rsNone;
+    switch (state.translation) {
+    case TranslationState::Missing: sign = rsMissing; break;
+    case TranslationState::OutOfDate: sign = rsOutOfDate; break;
+    case TranslationState::Unapproved: sign = rsUnapproved; break;
+    case TranslationState::Approved: sign = rsApproved; break;
+    case TranslationState::None: sign = state.pendingCorrection ? rsPending : rsNone; break;
+    }
+    return state.localEdit ? sign | rsLocalEdit : sign;
+}
+
+QString CDVDataSource::RowToolTip(qint32 lngEntry)
+{
+    QString tip;
+    Reporting(kModule, "RowToolTip", [&] {
+        const StringTableSetPtr tables = d->Tables();
+        if (!tables || lngEntry <= 0 || lngEntry > kMaxStringId)
+            return;
+        const auto id = static_cast<StringId>(lngEntry);
+        QStringList lines;
+        const QString state = StringStates::Describe(d->states.State(id));
+        lines << (state.isEmpty() ? QStringLiteral("String %1").arg(id) : QStringLiteral("%1: %2").arg(id).arg(state));
+        const QString symbol = tables->Symbol(id);
+        if (!symbol.isEmpty())
+            lines << QStringLiteral("Symbol: ") + symbol;
+        const QString description = tables->Description(id, ssEnglishDefault);
+        if (!description.isEmpty())
+            lines << QStringLiteral("Description: ") + description;
+        tip = lines.join(u'\n');
+    });
+    return tip;
 }
 
 QString CDVDataSource::RenderForDisplay(const QString &text)
@@ -339,7 +429,10 @@ bool CDVDataSource::IsBufferLoaded() { return true; }
 
 int CDVDataSource::LastColumn() { return CountTotalColumns(); }
 
-QString CDVDataSource::NoDataMessage() { return QStringLiteral("No defined string resources"); }
+QString CDVDataSource::NoDataMessage()
+{
+    return d->filter.IsActive() ? QStringLiteral("No string matches the filter") : QStringLiteral("No defined string resources");
+}
 
 qint32 CDVDataSource::RecordNumberToId(qint32 lngRecordNumber)
 {

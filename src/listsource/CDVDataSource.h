@@ -4,12 +4,23 @@
 #include "dataview/IDVDataSource.h"
 #include "model/CStringList.h"
 #include "model/StringTables.h"
+#include "states/StringStates.h"
 
 #include <QObject>
 
 #include <memory>
 
 namespace kvedit {
+
+// What the list shows of the table: every row (the default), or those matching a text (in the id,
+// symbol, English text, translation or description; case-insensitive, shortcut markers cleaned)
+// and a state.
+struct ListFilter {
+    QString text;
+    StateFilter state = StateFilter::All;
+    bool IsActive() const { return !text.isEmpty() || state != StateFilter::All; }
+    bool operator==(const ListFilter &) const = default;
+};
 
 class CDVDataSource : public QObject, public IDVDataSource {
     Q_OBJECT
@@ -35,6 +46,14 @@ public:
     // A translation without its source string is offered back to the set through AddEntry,
     // which never replaces a record in use; it is not listed in this pass.
     void RefreshStringList();
+    // The states of the table version's strings, counted when the version is set; the editor
+    // updates them after each change.
+    StringStates &States();
+    // A filter applies from the next RefreshStringList: the rows of the fill that match it, in
+    // their order.
+    ListFilter Filter() const;
+    void setFilter(const ListFilter &filter);
+    bool Matches(qint32 id) const;
     // Control characters made visible: tab "\t", LF "\n", CR "\r", others removed. The loop
     // bound is the original length, so a closing CR LF renders as "\r" and a raw LF.
     static QString RenderForDisplay(const QString &text);
@@ -67,6 +86,9 @@ public:
     QString TypeName() override;
     void UpdateBuffer(bool blnForcedUpdate, qint32 &rlngFirst, qint32 lngRows, int lngSort, bool blnSearch,
                       qint32 &rlngSearch, qint32 &rlngFoundRow) override;
+
+    int RowSign(qint32 lngEntry) override;
+    QString RowToolTip(qint32 lngEntry) override;
 
     double CalculateColumnWidth(int column, QWidget *form);
     double CalculateRowHeight(QWidget *form);

@@ -142,6 +142,52 @@ public:
     // the names of the tables that Save (first) and Save as (second) write for a version;
     // empty when the version writes only to itself.
     virtual QStringList SaveTableNames(TableVersion version) const = 0;
+
+    // Later additions. Each has a default, so a host's existing server keeps compiling; where a
+    // default knows nothing the editor shows less (no symbol, no local-edit sign) or works slower.
+
+    // The id's symbol ("IDS_FILE_OPEN"); empty when it has none.
+    virtual QString Symbol(StringId id) const
+    {
+        Q_UNUSED(id)
+        return {};
+    }
+    // An id's description in a source, without building an entry.
+    virtual QString Description(StringId id, kvedit::StringSource source) const
+    {
+        const StringEntryPtr entry = Entry(id, source);
+        return entry ? entry->EntryText() : QString();
+    }
+    // The source whose record supplies what a source shows for an id: the source itself, or for
+    // an edited source without a record of its own its default; -1 when none does or unknown.
+    virtual int TextOrigin(StringId id, kvedit::StringSource source) const
+    {
+        Q_UNUSED(id)
+        Q_UNUSED(source)
+        return -1;
+    }
+    // What one source holds for an id, taken before a change so that Restore can put it back
+    // (undo). The default keeps the entry and restores it through StoreEntry/RemoveEntry; a
+    // server that can put a record back exactly keeps its own copy in exact.
+    struct Snapshot {
+        StringId id = 0;
+        kvedit::StringSource source = ssLocalEdited;
+        StringEntryPtr entry;                 // null: the source held no record for the id
+        std::shared_ptr<const void> exact;
+    };
+    virtual Snapshot TakeSnapshot(StringId id, kvedit::StringSource source) const
+    {
+        const int origin = TextOrigin(id, source);
+        const bool own = origin >= 0 ? origin == source : IdInUse(id, source);
+        return {id, source, own ? Entry(id, source) : nullptr, nullptr};
+    }
+    virtual void Restore(const Snapshot &snapshot)
+    {
+        if (snapshot.entry)
+            StoreEntry(snapshot.entry);
+        else
+            RemoveEntry(snapshot.id, snapshot.source);
+    }
 };
 
 class TextServer {

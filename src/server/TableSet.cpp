@@ -180,6 +180,60 @@ QString TableSet::SourceName(StringId id, kvedit::StringSource source) const
     return r && r->hasText ? FixedSourceName(from) : QString();
 }
 
+QString TableSet::Description(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    if (r)
+        return r->description;
+    // A translation not yet written shows the English description, as its blank entry does.
+    const Record *english = source != ssEnglishDefault ? m_data.sources[ssEnglishDefault].find(id) : nullptr;
+    return english ? english->description : QString();
+}
+
+int TableSet::TextOrigin(StringId id, kvedit::StringSource source) const
+{
+    int from = -1;
+    Resolve(id, source, &from);
+    return from;
+}
+
+namespace {
+// Everything undo must put back for one source of an id: the record (or its absence) and, for
+// the English default, what belongs to the id with it.
+struct ExactSnapshot {
+    std::optional<Record> record;
+    ParameterList parameters;
+    QString symbol;
+};
+} // namespace
+
+StringTableSet::Snapshot TableSet::TakeSnapshot(StringId id, kvedit::StringSource source) const
+{
+    CheckIdAndSource(id, source);
+    auto exact = std::make_shared<ExactSnapshot>();
+    exact->record = m_data.sources[source].get(id);
+    if (source == ssEnglishDefault) {
+        exact->parameters = Parameters(id);
+        exact->symbol = Symbol(id);
+    }
+    const StringEntryPtr entry = exact->record ? MakeEntry(id, source, *exact->record) : nullptr;
+    return {id, source, entry, std::move(exact)};
+}
+
+void TableSet::Restore(const Snapshot &snapshot)
+{
+    const auto exact = std::static_pointer_cast<const ExactSnapshot>(snapshot.exact);
+    if (!exact) {
+        StringTableSet::Restore(snapshot);
+        return;
+    }
+    PutRecord(snapshot.id, snapshot.source, exact->record);
+    if (snapshot.source == ssEnglishDefault) {
+        setParameters(snapshot.id, exact->parameters);
+        setSymbol(snapshot.id, exact->symbol);
+    }
+}
+
 bool TableSet::Modified() const
 {
     return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty();

@@ -39,6 +39,10 @@ public:
     void StoreEntry(const StringEntryPtr &entry) override;
     void RemoveEntry(StringId id, kvedit::StringSource source) override;
     QStringList SaveTableNames(TableVersion version) const override;
+    QString Description(StringId id, kvedit::StringSource source) const override;
+    int TextOrigin(StringId id, kvedit::StringSource source) const override;
+    Snapshot TakeSnapshot(StringId id, kvedit::StringSource source) const override;
+    void Restore(const Snapshot &snapshot) override;
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }
@@ -50,7 +54,7 @@ public:
     ParameterList Parameters(StringId id) const;
     void setParameters(StringId id, const ParameterList &parameters);   // an edit
     // The id's symbol ("IDS_FILE_OPEN"), empty when it has none.
-    QString Symbol(StringId id) const;
+    QString Symbol(StringId id) const override;
     void setSymbol(StringId id, const QString &symbol);                 // an edit
     // The id that carries a symbol, 0 when none does.
     StringId IdOfSymbol(const QString &symbol) const;
