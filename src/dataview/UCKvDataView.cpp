@@ -41,7 +41,7 @@ void PaintSign(QPainter *painter, const QRectF &box, int sign)
     const QRectF r(box.center().x() - s / 2, box.center().y() - s / 2, s, s);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    QPen pen(Qt::NoPen);
+    QPen pen;
     pen.setWidthF(qMax<qreal>(1.5, s / 6));
     pen.setJoinStyle(Qt::RoundJoin);
     pen.setCapStyle(Qt::RoundCap);

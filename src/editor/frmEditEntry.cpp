@@ -170,6 +170,7 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
             row = qMin(row, m_DVDS.GetRecordCount());
             if (row > 0)
                 m_qvtdatEdit->setCurrentRecord(row);
+            UpdateMenuState();
             return;
         }
 
@@ -195,6 +196,7 @@ void frmEdit::UpdateEntry(const StringEntryPtr &oldEntry, const StringEntryPtr &
             NoteChanged({newId});
         }
         ShowIdAfterRefresh(newId);
+        UpdateMenuState();
     });
 }
 

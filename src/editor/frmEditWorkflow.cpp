@@ -127,7 +127,9 @@ void frmEdit::SetupWorkflow()
     m_txtFilter->setObjectName(QStringLiteral("txtFilter"));
     m_txtFilter->setPlaceholderText(QStringLiteral("Filter: id, symbol, text (Ctrl+L)"));
     m_txtFilter->setClearButtonEnabled(true);
-    m_txtFilter->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("Filter: id, symbol, text (Ctrl+L)")) + 40);
+    const int filterWidth = fontMetrics().horizontalAdvance(QStringLiteral("Filter: id, symbol, text (Ctrl+L)")) + 40;
+    m_txtFilter->setMinimumWidth(filterWidth);
+    m_txtFilter->setMaximumWidth(filterWidth * 2);
     m_txtFilter->installEventFilter(new FilterKeys(m_txtFilter, m_qvtdatEdit));
     m_cboFilterState = new QComboBox(m_tbrFilter);
     m_cboFilterState->setObjectName(QStringLiteral("cboFilterState"));

@@ -9,6 +9,7 @@
 #include "editor/CImageList.h"
 #include "editor/frmEdit.h"
 
+#include <QCheckBox>
 #include <QClipboard>
 #include <QDialog>
 #include <QLineEdit>
@@ -17,6 +18,9 @@
 #include <QPlainTextEdit>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTextCursor>
+#include <QUndoStack>
+#include <QComboBox>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QtTest>
@@ -144,6 +148,58 @@ struct EntryCase {
     qint32 currentAfter;
 };
 
+
+// Every state in one table, for table version 0: 1 approved, 2 unapproved, 3 out of date and 4
+// missing in Local Default; 5 approved and 6 unapproved as local edits in Local Edited; 1 has a
+// symbol and a description, and an English correction of 2 waits in English Edited.
+server::WorkspacePtr EveryState()
+{
+    server::WorkspacePtr ws = Strings({"^&Open", "^&Save", "Close", "Print", "Quit", "Help"});
+    const StringTableSetPtr t = ws->Tables();
+    const auto put = [&](StringId id, StringSource source, const QString &text, bool approved) {
+        const StringEntryPtr e = t->Entry(id, source);
+        t->StoreEntry(e->CreateEdited(id, text, id == 1 ? QStringLiteral("Menu File: open") : e->EntryText(), false,
+                                      false, e->Property(tpAllowShortcut), e->ShortcutCharacter(), e->ShortcutMode(),
+                                      e->ParameterDefinitions(), approved));
+    };
+    put(1, ssLocalDefault, QStringLiteral("Ö&ffnen"), true);
+    put(2, ssLocalDefault, QStringLiteral("&Speichern"), false);
+    put(3, ssLocalDefault, QStringLiteral("Schließen"), true);
+    put(5, ssLocalEdited, QStringLiteral("Beenden"), true);
+    put(6, ssLocalEdited, QStringLiteral("Hilfe"), false);
+    put(2, ssEnglishEdited, QStringLiteral("&Save all"), false);
+    t->Save(ssLocalEdited, false);
+    put(3, ssEnglishDefault, QStringLiteral("Close window"), false);
+    ws->Set()->setSymbol(1, QStringLiteral("IDS_OPEN"));
+    put(1, ssEnglishDefault, QStringLiteral("&Open"), false);
+    t->Save(ssEnglishDefault, false);
+    return ws;
+}
+
+// The list's rows as their ids, in order.
+QString ListedIds(frmEdit &form)
+{
+    QStringList ids;
+    for (int row = 1; row <= form.DataSource()->GetRecordCount(); ++row)
+        ids << QString::number(form.DataSource()->RecordNumberToId(row));
+    return ids.join(u' ');
+}
+
+// What the tables hold for some ids in a source: text, revision, approval; for the English
+// default the parameter count and symbol too; "-" where the source has no record of its own.
+QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initializer_list<int> ids)
+{
+    QStringList out;
+    for (const int id : ids) {
+        const std::optional<server::Record> r = ws->Set()->RecordOf(StringId(id), source);
+        QString item = r ? QStringLiteral("%1/%2/%3").arg(r->hasText ? r->text : "(none)").arg(r->revision).arg(r->status)
+                         : QStringLiteral("-");
+        if (source == ssEnglishDefault)
+            item += QStringLiteral("/p%1/%2").arg(ws->Set()->Parameters(StringId(id)).size()).arg(ws->Set()->Symbol(StringId(id)));
+        out << QStringLiteral("%1:%2").arg(id).arg(item);
+    }
+    return out.join(u' ');
+}
 } // namespace
 
 Q_DECLARE_METATYPE(FileCase)
@@ -595,6 +651,251 @@ private slots:
         auto form = OpenEditor(ws, ssEnglishDefault);
         form->EditItem(13)->trigger();   // a dialog would block here
         QVERIFY(!ws->Tables()->Modified());
+    }
+
+    // --- The translator's workflow ------------------------------------------------------------
+
+    void signsTooltipsAndProgress()
+    {
+        server::WorkspacePtr ws = EveryState();
+        auto form = OpenEditor(ws, ssLocalEdited);
+        CDVDataSource *source = form->DataSource();
+        QStringList signs;
+        for (int id = 1; id <= 6; ++id)
+            signs << QString::number(source->RowSign(id), 16);
+        // approved, unapproved, out of date, missing; then two local edits (badge 0x10).
+        QCOMPARE(signs.join(u' '), QStringLiteral("4 3 2 1 14 13"));
+        QCOMPARE(source->RowToolTip(1), QStringLiteral("1: Approved\nSymbol: IDS_OPEN\nDescription: Menu File: open"));
+        QCOMPARE(source->RowToolTip(3), QStringLiteral("3: Out of date: the English text changed since"));
+        QCOMPARE(source->RowToolTip(6), QStringLiteral("6: Unapproved: translated, not yet approved (locally edited)"));
+        QCOMPARE(form->ProgressText(),
+                 QStringLiteral("2 of 6 translated (33 %) \u00b7 1 missing \u00b7 1 out of date \u00b7 2 unapproved"));
+        // The marker column's tooltip and sign reach the view through its model.
+        const QModelIndex marker = form->DataView()->TableView()->model()->index(2, 0);
+        QCOMPARE(marker.data(Qt::ToolTipRole).toString(), source->RowToolTip(3));
+
+        auto english = OpenEditor(ws, ssEnglishDefault);
+        QCOMPARE(english->DataSource()->RowSign(2), int(rsPending));
+        QCOMPARE(english->DataSource()->RowSign(1), int(rsNone));
+        QCOMPARE(english->ProgressText(), QStringLiteral("6 strings \u00b7 1 English corrections pending"));
+    }
+
+    // The progress follows a store, a Delete, an undo, a Save and a Reset.
+    void progressFollowsEveryChange()
+    {
+        server::WorkspacePtr ws = EveryState();
+        auto form = OpenEditor(ws, ssLocalEdited);
+        const StringTableSetPtr t = ws->Tables();
+        const auto progress = [&] {
+            return form->ProgressText().remove(QStringLiteral(" translated")).remove(QStringLiteral("missing"))
+                .remove(QStringLiteral("out of date")).remove(QStringLiteral("unapproved")).simplified();
+        };
+        const StringEntryPtr missing = t->Entry(4, ssLocalEdited);
+        form->UpdateEntry(missing, missing->CreateEdited(4, QStringLiteral("Drucken"), missing->EntryText(), false, false,
+                                                         false, {}, 0, missing->ParameterDefinitions(), true));
+        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2 \u00b7 Modified"));
+        form->DataView()->ShowId(5);
+        form->EditItem(0)->trigger();   // Delete: Local Default has nothing for 5, so it is missing
+        QCOMPARE(progress(), QStringLiteral("2 of 6 (33 %) \u00b7 1 \u00b7 1 \u00b7 2 \u00b7 Modified"));
+        form->UndoStack()->undo();
+        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2 \u00b7 Modified"));
+        form->FileItem(2)->trigger();
+        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2"));
+        form->UndoStack()->undo();   // undoing after a Save makes the tables modified again
+        QCOMPARE(progress(), QStringLiteral("2 of 6 (33 %) \u00b7 1 \u00b7 1 \u00b7 2 \u00b7 Modified"));
+        services->prompts->confirmAnswers << true;
+        form->FileItem(0)->trigger();   // Reset
+        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2"));
+        QVERIFY(!form->UndoStack()->canUndo());
+    }
+
+    void filter_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("state");   // the choice's index
+        QTest::addColumn<QString>("ids");
+        QTest::newRow("no filter: every row") << "" << 0 << "1 2 3 4 5 6";
+        QTest::newRow("needs work") << "" << 1 << "2 3 4 6";
+        QTest::newRow("missing") << "" << 2 << "4";
+        QTest::newRow("out of date") << "" << 3 << "3";
+        QTest::newRow("unapproved") << "" << 4 << "2 6";
+        QTest::newRow("approved") << "" << 5 << "1 5";
+        QTest::newRow("locally edited") << "" << 6 << "5 6";
+        QTest::newRow("translation, marker cleaned, any case") << "SPEICH" << 0 << "2";
+        QTest::newRow("English text across the marker") << "open" << 0 << "1";
+        QTest::newRow("symbol") << "ids_op" << 0 << "1";
+        QTest::newRow("description") << "menu file" << 0 << "1";
+        QTest::newRow("id") << "5" << 0 << "5";
+        QTest::newRow("text and state together") << "e" << 4 << "2 6";
+        QTest::newRow("nothing matches") << "zzz" << 0 << "";
+    }
+    void filter()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, state);
+        QFETCH(QString, ids);
+        auto form = OpenEditor(EveryState(), ssLocalEdited);
+        form->FilterState()->setCurrentIndex(state);
+        QTest::keyClicks(form->FilterText(), text);
+        QCOMPARE(ListedIds(*form), ids);
+        if (!ids.isEmpty())
+            QCOMPARE(form->StatusText(), QStringLiteral("Id: %1 (Position 1 of %2)").arg(ids.section(u' ', 0, 0)).arg(ids.count(u' ') + 1));
+        form->ClearFilter();
+        QCOMPARE(ListedIds(*form), QStringLiteral("1 2 3 4 5 6"));
+    }
+
+    // Find, Find Next, the searches and Go to work on the rows the filter shows; Go to an id it
+    // hides shows every row again; the current id stays while it matches.
+    void searchesInAFilteredList()
+    {
+        auto form = OpenEditor(EveryState(), ssLocalEdited);
+        form->DataView()->ShowId(6);
+        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
+        QCOMPARE(CurrentId(*form), 6);
+        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
+        form->EditItem(4)->trigger();
+        QCOMPARE(CurrentId(*form), 2);
+        form->EditItem(5)->trigger();   // Find Next starts one row further on
+        QCOMPARE(CurrentId(*form), 6);
+        form->EditItem(7)->trigger();   // Find Missing
+        QCOMPARE(CurrentId(*form), 4);
+        services->prompts->inputAnswers << QStringLiteral("5");
+        form->EditItem(11)->trigger();   // Go to a hidden id
+        QCOMPARE(CurrentId(*form), 5);
+        QCOMPARE(form->FilterState()->currentIndex(), 0);
+        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
+    }
+
+    // Save && Next stores the text and opens the next string that needs work, in the list's
+    // order from the one saved, until none is left; Ctrl+Return does the same.
+    void saveAndNextWalksTheStringsThatNeedWork()
+    {
+        server::WorkspacePtr ws = EveryState();
+        auto form = OpenEditor(ws, ssLocalEdited);
+        form->DataView()->ShowId(3);
+        QStringList titles;
+        std::function<void(QDialog *)> work = [&](QDialog *dialog) {
+            titles << dialog->windowTitle();
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            box->setPlainText(QStringLiteral("Text %1").arg(titles.size()));
+            if (!Find<QCheckBox>(dialog, "chkValidTranslation")->isChecked())
+                Click(dialog, "chkValidTranslation");
+            if (titles.size() < 4)
+                OnModal<QDialog>(work);
+            if (titles.size() == 2)
+                QTest::keyClick(box, Qt::Key_Return, Qt::ControlModifier);
+            else
+                Click(dialog, "cmdSaveNext");
+        };
+        OnModal<QDialog>(work);
+        form->EditItem(15)->trigger();
+        QCOMPARE(titles, (QStringList{"Translate string resource 3", "Translate string resource 4",
+                                      "Translate string resource 6", "Translate string resource 2"}));
+        QCOMPARE(services->prompts->Notices(), QStringList{"Done finding unapproved translations"});
+        QVERIFY(form->ProgressText().startsWith(QStringLiteral("6 of 6 translated (100 %)")));
+        QCOMPARE(ws->Tables()->Text(6, ssLocalEdited), QStringLiteral("Text 3"));
+        QCOMPARE(CurrentId(*form), 2);
+    }
+
+    void copyOriginal_data()
+    {
+        QTest::addColumn<int>("selectFrom");   // -1: nothing selected
+        QTest::addColumn<QString>("result");
+        // %1 the original shown.
+        QTest::newRow("nothing selected: the whole text") << -1 << "%1";
+        QTest::newRow("a selection: replaced") << 1 << "&%1";
+    }
+    void copyOriginal()
+    {
+        QFETCH(int, selectFrom);
+        QFETCH(QString, result);
+        auto form = OpenEditor(EveryState(), ssLocalEdited);
+        form->DataView()->ShowId(2);
+        QString typed;
+        OnModal<QDialog>([&](QDialog *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
+            QTextCursor cursor = box->textCursor();
+            cursor.setPosition(qMax(0, selectFrom));
+            if (selectFrom >= 0)
+                cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+            box->setTextCursor(cursor);
+            QTest::keyClick(dialog, Qt::Key_B, Qt::ControlModifier);
+            typed = box->toPlainText();
+            result = result.arg(Find<QPlainTextEdit>(dialog, "rtfOriginal")->toPlainText());
+            Click(dialog, "cmdCancel");
+        });
+        form->EditItem(15)->trigger();
+        QCOMPARE(typed, result);
+    }
+
+    void undoAndRedo_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("undoText");
+        QTest::newRow("translation") << 0 << "store" << "&Undo translation of 4";
+        QTest::newRow("delete") << 0 << "delete" << "&Undo deletion of 6";
+        QTest::newRow("undo after Save") << 0 << "store save" << "&Undo translation of 4";
+        QTest::newRow("cut") << 3 << "delete" << "&Undo cut of 6";
+        QTest::newRow("paste") << 3 << "paste" << "&Undo new string 7";
+        QTest::newRow("new string") << 3 << "new" << "&Undo new string 7";
+        QTest::newRow("changed id") << 3 << "id" << "&Undo id change 1 to 9";
+        QTest::newRow("parameter definitions") << 3 << "parameters" << "&Undo edit of 1";
+    }
+    void undoAndRedo()
+    {
+        QFETCH(int, version);
+        QFETCH(QString, change);
+        QFETCH(QString, undoText);
+        server::WorkspacePtr ws = EveryState();
+        const StringTableSetPtr t = ws->Tables();
+        const auto source = StringSource(version);
+        auto form = OpenEditor(ws, TableVersion(version));
+        const auto state = [&] {
+            return Holdings(ws, source, {1, 4, 6, 7, 9}) + " | rows " + ListedIds(*form) + " | "
+                   + (t->Modified() ? "modified" : "saved");
+        };
+        const QString before = state();
+        const qint32 focus = change == QLatin1String("delete") ? 6 : change.startsWith(QLatin1String("store")) ? 4 : 1;
+        form->DataView()->ShowId(focus);
+        const StringEntryPtr e = t->Entry(StringId(CurrentId(*form)), source);
+        if (change.startsWith(QLatin1String("store"))) {
+            form->UpdateEntry(e, e->CreateEdited(4, QStringLiteral("Drucken"), e->EntryText(), false, false, false, {}, 0,
+                                                 e->ParameterDefinitions(), true));
+        } else if (change == QLatin1String("delete")) {
+            QTest::keyClick(form->DataView()->TableView(), Qt::Key_Delete);
+        } else if (change == QLatin1String("paste") || change == QLatin1String("new")) {
+            QGuiApplication::clipboard()->setText(QStringLiteral("Pasted"));
+            form->DataView()->ShowId(6);
+            OnModal<QDialog>([&](QDialog *dialog) {
+                Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Pasted"));
+                Click(dialog, "cmdSave");
+            });
+            form->EditItem(change == QLatin1String("paste") ? 2 : 13)->trigger();
+            QVERIFY(Reactivate(form.get()));
+        } else {
+            ParameterDefinitionsPtr parameters = e->ParameterDefinitions();
+            if (change == QLatin1String("parameters"))
+                parameters->Add(1, QStringLiteral("file name"));
+            form->UpdateEntry(e, e->CreateEdited(change == QLatin1String("id") ? 9 : 1, e->Text(), e->EntryText(), false,
+                                                 false, true, {}, 0, parameters, false));
+        }
+        if (change.endsWith(QLatin1String("save")))
+            QTest::keyClick(form.get(), Qt::Key_S, Qt::ControlModifier);
+        const QString after = state();
+        QVERIFY2(after != before, qPrintable(after));
+        QCOMPARE(form->findChild<QAction *>("mnuEditUndo")->text(), undoText);
+
+        QTest::keyClick(form.get(), Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(state().section(u'|', 0, 1), before.section(u'|', 0, 1));
+        // Back to what the file holds, unless a Save came between.
+        QCOMPARE(t->Modified(), change.endsWith(QLatin1String("save")));
+        QTest::keyClick(form.get(), Qt::Key_Y, Qt::ControlModifier);
+        QCOMPARE(state().section(u'|', 0, 1), after.section(u'|', 0, 1));
+        form->UndoStack()->undo();
+        // Undoing a new string shows the row that takes its place.
+        QCOMPARE(CurrentId(*form), change == QLatin1String("paste") || change == QLatin1String("new") ? 6 : focus);
     }
 
     // --- Whole workspaces -------------------------------------------------------------------
