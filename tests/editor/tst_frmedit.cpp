@@ -223,6 +223,42 @@ private slots:
         QCOMPARE(Prompts(*services->prompts), QStringList{"input:Go to"});
     }
 
+    // A separator item keeps its caption "-" but looks exactly like a separator without one.
+    void separatorsArePlainLines_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::newRow("local edited") << 0;
+        QTest::newRow("English default") << 3;
+    }
+    void separatorsArePlainLines()
+    {
+        QFETCH(int, version);
+        auto form = OpenEditor(Strings({"One"}), TableVersion(version));
+        int separators = 0;
+        for (const char *name : {"mnuFile", "mnuEdit"}) {
+            QMenu *menu = form->findChild<QMenu *>(name);
+            QMenu plain;
+            plain.setFont(menu->font());
+            for (QAction *item : menu->actions()) {
+                QAction *copy = item->isSeparator() ? plain.addSeparator() : plain.addAction(item->text());
+                copy->setShortcut(item->shortcut());
+                copy->setIcon(item->icon());
+                copy->setIconVisibleInMenu(false);
+                copy->setVisible(item->isVisible());
+            }
+            const QImage shown = menu->grab().toImage(), expected = plain.grab().toImage();
+            for (int i = 0; i < menu->actions().size(); ++i) {
+                QAction *item = menu->actions().at(i);
+                if (!item->isSeparator() || !item->isVisible())
+                    continue;
+                ++separators;
+                QCOMPARE(shown.copy(menu->actionGeometry(item)),
+                         expected.copy(plain.actionGeometry(plain.actions().at(i))));
+            }
+        }
+        QCOMPARE(separators, version == 3 ? 5 : 6);
+    }
+
     void missingPictureLeavesTheButtonOut()
     {
         auto form = OpenEditor(Strings({"One"}), ssEnglishDefault);
