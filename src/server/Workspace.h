@@ -38,6 +38,7 @@ public:
     TextServerPtr TextServer() const override;
     QString Name() const override;
     std::optional<QPoint> HostWindowPosition() const override;
+    QString Location() const override { return FilePath(); }
 
     void setHostWindowPosition(std::optional<QPoint> position);
     QString FilePath() const;                       // empty for an in-memory workspace
