@@ -24,7 +24,7 @@ namespace kvedit::cli {
 
 namespace {
 
-const char *const kTools[] = {"new", "import", "export", "stats"};
+const char *const kTools[] = {"new", "import", "export", "stats", "demo"};
 
 // A wrong command line: printed with the usage and ends with exit code 2.
 struct UsageError {
@@ -40,6 +40,7 @@ QString Usage()
         "                               [--header FILE] [--codepage N]\n"
         "  kvedit export WORKSPACE FILE [--table 0..3]\n"
         "  kvedit stats WORKSPACE [--table 0..3] [--json]\n"
+        "  kvedit demo WORKSPACE [--force]\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
         "default), 1 Local Default, 2 English Edited, 3 English Default. An import goes by the file's\n"
         "language unless --as says otherwise.\n");
@@ -266,6 +267,23 @@ int RunStats(const QStringList &arguments, QTextStream &out)
     return exitSuccess;
 }
 
+// Writes a fresh copy of the demo workspace; an existing file is replaced only with --force.
+int RunDemo(const QStringList &arguments, QTextStream &out)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption force(QStringLiteral("force"), QStringLiteral("Replace an existing file."));
+    parser.addOption(force);
+    Parse(parser, arguments);
+    if (parser.positionalArguments().size() != 1)
+        throw UsageError{QStringLiteral("demo expects the workspace file to write")};
+    const QString path = parser.positionalArguments().at(0);
+    if (!parser.isSet(force) && QFileInfo::exists(path))
+        throw KvError(errFileAccess, QStringLiteral("%1 exists; add --force to replace it with a fresh demo").arg(path));
+    server::CreateDemoWorkspace(path, parser.isSet(force));
+    out << "Wrote the demo workspace to " << path << '\n';
+    return exitSuccess;
+}
+
 } // namespace
 
 bool IsCommandLineTool(const char *firstArg)
@@ -299,6 +317,8 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
             code = RunImport(rest, out, err, interactive);
         else if (tool == QLatin1String("export"))
             code = RunExport(rest, out, err, interactive);
+        else if (tool == QLatin1String("demo"))
+            code = RunDemo(rest, out);
         else
             code = RunStats(rest, out);
         out.flush();

@@ -5,6 +5,7 @@
 //                                [--header FILE] [--codepage N]
 //   kvedit export WORKSPACE FILE [--table 0..3]
 //   kvedit stats WORKSPACE [--table 0..3] [--json]
+//   kvedit demo WORKSPACE [--force]
 // Exit codes: 0 success, 1 bad input (the message names file and line), 2 usage.
 
 #include <QStringList>

@@ -11,33 +11,15 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QTemporaryDir>
+#include <QStandardPaths>
 #include <QTableView>
 #include <QTimer>
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 namespace kvedit::app {
 
 namespace {
-
-bool WantsScreenshot(int argc, char **argv)
-{
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--screenshot") == 0 || std::strncmp(argv[i], "--screenshot=", 13) == 0)
-            return true;
-    return false;
-}
-
-bool WantsHelp(int argc, char **argv)
-{
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0 || std::strcmp(argv[i], "--version") == 0)
-            return true;
-    return false;
-}
 
 // Qt aborts when its default platform finds no display; say what to do instead.
 bool HasDisplayOrPlatform()
@@ -84,33 +66,53 @@ private:
     bool m_done = false;
 };
 
-} // namespace
-
-int RunEditor(int argc, char **argv)
+// The demo workspace the program opens when no workspace is given: kept in the user's data
+// folder, so that what is saved in it lasts.
+QString DemoWorkspacePath()
 {
-    const bool screenshot = WantsScreenshot(argc, argv);
-    if (!HasDisplayOrPlatform()) {
-        if (screenshot || WantsHelp(argc, argv)) {
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        } else {
-            std::fprintf(stderr,
-                         "kvedit: no display found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
-                         "Run it under a virtual display:   xvfb-run -a kvedit [WORKSPACE]\n"
-                         "or without any window:            QT_QPA_PLATFORM=offscreen kvedit [WORKSPACE]\n"
-                         "or render a picture of it:        kvedit [WORKSPACE] --screenshot editor.png\n");
-            return 2;
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation))
+        .filePath(QStringLiteral("demo.kvw"));
+}
+
+// Opens the demo workspace, making it on first use.
+server::WorkspacePtr OpenDemoWorkspace()
+{
+    const QString path = DemoWorkspacePath();
+    if (!QFileInfo::exists(path)) {
+        const QString folder = QFileInfo(path).absolutePath();
+        if (!QDir().mkpath(folder))
+            throw KvError(errFileAccess, QStringLiteral("Cannot create the folder %1 for the demo workspace")
+                                             .arg(QDir::toNativeSeparators(folder)));
+        try {
+            return server::CreateDemoWorkspace(path, false);
+        } catch (const KvError &) {
+            if (!QFileInfo::exists(path))   // else another kvedit made it meanwhile
+                throw;
         }
     }
+    return server::Workspace::Open(path);
+}
 
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("kvedit"));
-    QApplication::setApplicationDisplayName(QStringLiteral("kvedit"));
-    QApplication::setApplicationVersion(QStringLiteral(KVEDIT_VERSION));
+// What the command line asks for; error is set (exit code 2) when it asks for nothing sensible.
+struct Request {
+    QString error;
+    bool help = false, version = false;
+    QString helpText;
+    QString workspace;   // empty: the demo workspace
+    int table = 0;
+    QString screenshot;
+    QSize size;
+};
 
+Request ParseRequest(const QStringList &arguments)
+{
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Edit the string tables of a workspace (.kvw); without a workspace, a demo workspace is opened.\n"
-        "Command-line tools: kvedit new|import|export|stats ... (kvedit <tool> --help)."));
+    parser.setApplicationDescription(
+        QStringLiteral("Edit the string tables of a workspace (.kvw).\n"
+                       "Without a workspace, the demo workspace kept in %1 is opened (made on first use;\n"
+                       "kvedit demo \"%1\" --force starts it over).\n"
+                       "Command-line tools: kvedit new|import|export|stats|demo ... (kvedit <tool> --help).")
+            .arg(QDir::toNativeSeparators(DemoWorkspacePath())));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("workspace"), QStringLiteral("Workspace file to open (.kvw)."),
@@ -127,62 +129,123 @@ int RunEditor(int argc, char **argv)
     parser.addOption(tableOption);
     parser.addOption(screenshotOption);
     parser.addOption(sizeOption);
-    if (!parser.parse(QCoreApplication::arguments())) {
-        PrintError(parser.errorText());
+
+    Request r;
+    if (!parser.parse(arguments)) {
+        r.error = parser.errorText();
+        return r;
+    }
+    r.help = parser.isSet(QStringLiteral("help"));
+    r.version = parser.isSet(QStringLiteral("version"));
+    if (r.help)
+        r.helpText = parser.helpText();
+    if (r.help || r.version)
+        return r;
+    const QStringList positional = parser.positionalArguments();
+    if (positional.size() > 1) {
+        r.error = QStringLiteral("expected at most one workspace file, got %1").arg(positional.size());
+        return r;
+    }
+    r.workspace = positional.value(0);
+    bool tableOk = false;
+    r.table = parser.value(tableOption).toInt(&tableOk);
+    if (!tableOk || r.table < 0 || r.table > 3) {
+        r.error = QStringLiteral("--table takes 0, 1, 2 or 3, not '%1'").arg(parser.value(tableOption));
+        return r;
+    }
+    if (parser.isSet(sizeOption) && !parser.isSet(screenshotOption)) {
+        r.error = QStringLiteral("--size sets the size of a --screenshot; without one it has nothing to do");
+        return r;
+    }
+    r.screenshot = parser.value(screenshotOption);
+    const QStringList size = parser.value(sizeOption).split(u'x');
+    r.size = QSize(size.value(0).toInt(), size.value(1).toInt());
+    if (size.size() != 2 || r.size.width() < 200 || r.size.height() < 150)
+        r.error = QStringLiteral("--size takes WIDTHxHEIGHT, for example 1280x800");
+    return r;
+}
+
+QStringList ArgumentList(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    return arguments;
+}
+
+} // namespace
+
+int RunEditor(int argc, char **argv)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("kvedit"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KVEDIT_VERSION));
+    if (!HasDisplayOrPlatform()) {
+        // Without a display the request is checked first, as it is with one: the advice on how
+        // to run the editor is for a request that would otherwise work.
+        const Request request = ParseRequest(ArgumentList(argc, argv));
+        if (!request.error.isEmpty()) {
+            PrintError(request.error);
+            return 2;
+        }
+        if (!request.help && !request.version && request.screenshot.isEmpty()) {
+            if (!request.workspace.isEmpty()) {
+                try {
+                    server::Workspace::Open(request.workspace);
+                } catch (const KvError &e) {
+                    PrintError(e.Description());
+                    return 1;
+                }
+            }
+            std::fprintf(stderr,
+                         "kvedit: no display found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
+                         "Run it under a virtual display:   xvfb-run -a kvedit [WORKSPACE]\n"
+                         "or without any window:            QT_QPA_PLATFORM=offscreen kvedit [WORKSPACE]\n"
+                         "or render a picture of it:        kvedit [WORKSPACE] --screenshot editor.png\n");
+            return 2;
+        }
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationDisplayName(QStringLiteral("kvedit"));
+
+    const Request request = ParseRequest(QCoreApplication::arguments());
+    if (!request.error.isEmpty()) {
+        PrintError(request.error);
         return 2;
     }
-    if (parser.isSet(QStringLiteral("help"))) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+    if (request.help) {
+        std::fputs(qPrintable(request.helpText), stdout);
         return 0;
     }
-    if (parser.isSet(QStringLiteral("version"))) {
+    if (request.version) {
         std::printf("kvedit %s\n", KVEDIT_VERSION);
         return 0;
     }
-    const QStringList positional = parser.positionalArguments();
-    if (positional.size() > 1) {
-        PrintError(QStringLiteral("expected at most one workspace file, got %1").arg(positional.size()));
-        return 2;
-    }
-    bool tableOk = false;
-    const int table = parser.value(tableOption).toInt(&tableOk);
-    if (!tableOk || table < 0 || table > 3) {
-        PrintError(QStringLiteral("--table takes 0, 1, 2 or 3, not '%1'").arg(parser.value(tableOption)));
-        return 2;
-    }
 
-    QTemporaryDir demoDir;
     std::shared_ptr<server::Workspace> workspace;
     try {
-        if (positional.isEmpty()) {
-            if (!demoDir.isValid()) {
-                PrintError(QStringLiteral("cannot create a temporary folder for the demo workspace"));
-                return 1;
-            }
-            workspace = server::CreateDemoWorkspace(demoDir.filePath(QStringLiteral("demo.kvw")));
-        } else {
-            workspace = server::Workspace::Open(positional.first());
-        }
+        workspace = request.workspace.isEmpty() ? OpenDemoWorkspace() : server::Workspace::Open(request.workspace);
     } catch (const KvError &e) {
         PrintError(e.Description());
+        if (request.workspace.isEmpty())
+            PrintError(QStringLiteral("a fresh demo workspace: kvedit demo \"%1\" --force")
+                           .arg(QDir::toNativeSeparators(DemoWorkspacePath())));
         return 1;
     }
 
-    if (parser.isSet(screenshotOption)) {
-        const QStringList size = parser.value(sizeOption).split(u'x');
-        const int w = size.value(0).toInt();
-        const int h = size.value(1).toInt();
-        if (size.size() != 2 || w < 200 || h < 150) {
-            PrintError(QStringLiteral("--size takes WIDTHxHEIGHT, for example 1280x800"));
-            return 2;
-        }
+    if (!request.screenshot.isEmpty()) {
         frmEdit form;
-        form.Prepare(workspace, static_cast<TableVersion>(table));
-        form.resize(w, h);
+        form.Prepare(workspace, static_cast<TableVersion>(request.table));
+        form.resize(request.size);
         form.show();
         QApplication::processEvents();
         QApplication::processEvents();
-        const QString file = parser.value(screenshotOption);
+        if (form.size() != request.size)
+            PrintError(QStringLiteral("the window cannot be as small as %1x%2, so the picture is %3x%4")
+                           .arg(request.size.width()).arg(request.size.height())
+                           .arg(form.width()).arg(form.height()));
+        const QString file = request.screenshot;
         if (!form.grab().save(file, "PNG")) {
             PrintError(QStringLiteral("cannot write the screenshot to %1").arg(QDir::toNativeSeparators(file)));
             return 1;
@@ -197,7 +260,7 @@ int RunEditor(int argc, char **argv)
 
     ResourceWorkspacePtr rfw = workspace;
     CGlobals globals;
-    globals.EditStringResources(rfw, static_cast<TableVersion>(table));
+    globals.EditStringResources(rfw, static_cast<TableVersion>(request.table));
     return 0;
 }
 

@@ -367,8 +367,11 @@ void UCKvDataView::Private::UpdateColumnSizes()
         const double width = source->ColumnWidth(model->SourceColumn(c));
         header->resizeSection(c, qMax(0, static_cast<int>(std::lround(width))));
     }
-    const int rowHeight = static_cast<int>(std::lround(source->RowHeight()));
-    if (rowHeight > 0 && rowHeight != view->verticalHeader()->defaultSectionSize())
+    // The source gives the height of the text; a row keeps a margin above and below it, as a
+    // cell keeps one beside it (PaintCell), so that rows do not look cramped.
+    const int margin = 2 * (view->style()->pixelMetric(QStyle::PM_FocusFrameVMargin, nullptr, view) + 1);
+    const int rowHeight = static_cast<int>(std::lround(source->RowHeight())) + margin;
+    if (rowHeight > margin && rowHeight != view->verticalHeader()->defaultSectionSize())
         view->verticalHeader()->setDefaultSectionSize(rowHeight);
     sizing = false;
 }

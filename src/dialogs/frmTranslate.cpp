@@ -191,6 +191,8 @@ void frmTranslate::CreateControls()
     txtCount->setReadOnly(true);
     txtCount->setAlignment(Qt::AlignRight);
     SetupReportList(lvwParameters);
+    // Blank until an entry's definitions name the columns, rather than the list's own numbers.
+    lvwParameters->setHeaderLabels({QString(), QString()});
 
     cboOriginal->setMinimumContentsLength(16);
     cboShortcutCharacter->setMinimumContentsLength(6);

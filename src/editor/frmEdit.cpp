@@ -17,6 +17,7 @@
 #include <QPointer>
 #include <QRegularExpression>
 #include <QStatusBar>
+#include <QStyleOptionMenuItem>
 #include <QTimer>
 #include <QToolBar>
 #include <QUndoStack>
@@ -40,6 +41,21 @@ constexpr const char *kFileItemName = "mnuFileItem";
 constexpr const char *kEditItemName = "mnuEditItem";
 constexpr int kFileItemCount = 6;
 constexpr int kEditItemCount = 16;
+
+// A separator item keeps its caption "-", which some styles draw beside the line as a section
+// title; the menu draws separators as plain lines.
+class PlainSeparatorMenu final : public QMenu {
+public:
+    PlainSeparatorMenu(const QString &title, QWidget *parent) : QMenu(title, parent) {}
+
+protected:
+    void initStyleOption(QStyleOptionMenuItem *option, const QAction *action) const override
+    {
+        QMenu::initStyleOption(option, action);
+        if (action->isSeparator())
+            option->text.clear();
+    }
+};
 
 QString PicturePath(int pictureId)
 {
@@ -78,9 +94,11 @@ frmEdit::frmEdit(QWidget *parent) : QMainWindow(parent)
     m_sbrEdit->addWidget(m_sbrText, 1);
     setStatusBar(m_sbrEdit);
 
-    m_mnuFile = menuBar()->addMenu(QStringLiteral("&File"));
+    m_mnuFile = new PlainSeparatorMenu(QStringLiteral("&File"), this);
+    menuBar()->addMenu(m_mnuFile);
     m_mnuFile->setObjectName(QStringLiteral("mnuFile"));
-    m_mnuEdit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    m_mnuEdit = new PlainSeparatorMenu(QStringLiteral("&Edit"), this);
+    menuBar()->addMenu(m_mnuEdit);
     m_mnuEdit->setObjectName(QStringLiteral("mnuEdit"));
 
     // The design items: the File menu has one, SetupFileMenu adds the rest; the Edit items keep

@@ -94,7 +94,7 @@ void frmEdit::ProcessEditMenuCopyCut(int cut)
         const StringTableSetPtr tables = Require(Tables(), "StringTableSet");
         const TableVersion version = Version();
         const StringEntryPtr entry = tables->Entry(static_cast<StringId>(id), version);
-        if (entry && tables->HasText(static_cast<StringId>(id), version))
+        if (entry)
             clipboard->setText(entry->Text());
         if (cut == 1 && entry)
             UpdateEntry(entry, nullptr);

@@ -150,24 +150,19 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
 bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
                           const QStringMatcher *finder)
 {
-    // Without a text the tables give an empty one; only then is HasText asked.
+    // An entry is tested only when HasText reports a text. Asking that costs a second lookup, so
+    // it is asked only of a text that matches, which a pass meets rarely: the answer is the same.
     const QString text = tables.Text(id, source);
-    if (text.isEmpty() && !tables.HasText(id, source))
-        return false;
     const auto contains = [&](const QString &t) {
         return finder ? finder->indexIn(t) >= 0 : t.contains(findText, Qt::CaseInsensitive);
     };
     // Cleaning the shortcut marker changes only a text that has an '&', and whether the entry
     // allows a shortcut matters only when the cleaned text answers differently from the text as
     // it stands; the entry, which knows, is built for those alone.
-    const bool asItStands = contains(text);
-    if (!text.contains(u'&'))
-        return asItStands;
-    if (contains(CleanAccessMarkers(text)) == asItStands)
-        return asItStands;
-    bool found = false;
-    FindTextInEntry(findText, tables.Entry(id, source), found);
-    return found;
+    bool found = contains(text);
+    if (text.contains(u'&') && contains(CleanAccessMarkers(text)) != found)
+        FindTextInEntry(findText, tables.Entry(id, source), found);
+    return found && tables.HasText(id, source);
 }
 
 } // namespace kvedit

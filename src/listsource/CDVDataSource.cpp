@@ -26,8 +26,6 @@ constexpr int kColumns = 6;
 // Kept free beside the fixed columns when the text columns share the width: 100 twips, the
 // room a list's own border takes, converted to pixels where it is used.
 constexpr double kWidthReserveTwips = 100;
-// Added to the text height so that rows do not look cramped.
-constexpr double kRowPadding = 6;
 // What an automated run allows a message box before taking it as unanswered.
 constexpr qint32 kHeadlessMessageTimeoutMs = 5000;
 
@@ -512,9 +510,8 @@ double CDVDataSource::CalculateRowHeight(QWidget *form)
         QString headings;
         for (int column = 0; column < CountTotalColumns(); ++column)
             headings += ColumnHeading(column);
-        // The headings are one line, so this is the font's line height whatever they say.
-        const QFontMetrics fm(form->font());
-        result = qMax(fm.height(), fm.size(0, headings).height()) + kRowPadding;
+        // The list adds its own margin when it draws a row.
+        result = QFontMetrics(form->font()).size(0, headings).height();
     });
     return result;
 }

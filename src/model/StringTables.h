@@ -208,6 +208,9 @@ public:
     virtual QString Name() const = 0;
     // Top-left of the host window this workspace belongs to; the editor cascades over it.
     virtual std::optional<QPoint> HostWindowPosition() const = 0;
+    // Where the workspace is kept (a file's path), for the user's information; empty when it
+    // has no such place. Hosts need not give one.
+    virtual QString Location() const { return {}; }
 };
 
 using ResourceWorkspacePtr = std::shared_ptr<ResourceWorkspace>;

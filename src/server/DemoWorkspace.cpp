@@ -29,8 +29,15 @@
 
 #include "services/ErrorContext.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 namespace kvedit::server {
 
@@ -559,17 +566,44 @@ void Fill(TableSet &set)
 
 } // namespace
 
-WorkspacePtr CreateDemoWorkspace(const QString &path)
+WorkspacePtr CreateDemoWorkspace(const QString &path, bool replace)
 {
     WorkspaceInfo info;
     info.name = QStringLiteral("Demo Application");
     info.targetLanguage = QStringLiteral("de-DE");
-    if (!path.isEmpty() && QFile::exists(path) && !QFile::remove(path))
-        throw KvError(errFileAccess, QStringLiteral("Cannot replace \"%1\": the file cannot be removed").arg(path));
-    WorkspacePtr workspace = path.isEmpty() ? Workspace::CreateInMemory(info) : Workspace::Create(path, info);
-    Fill(*workspace->Set());
-    workspace->Set()->Save(ssEnglishDefault, false);
-    return workspace;
+    const auto fill = [](Workspace &workspace) {
+        Fill(*workspace.Set());
+        workspace.Set()->Save(ssEnglishDefault, false);
+    };
+    if (path.isEmpty()) {
+        WorkspacePtr workspace = Workspace::CreateInMemory(info);
+        fill(*workspace);
+        return workspace;
+    }
+
+    // Made complete under a name of its own beside path, then moved into place in one step.
+    const QString shown = QDir::toNativeSeparators(path);
+    if (!replace && QFileInfo::exists(path))
+        throw KvError(errFileAccess, QStringLiteral("Cannot write the demo workspace to \"%1\": the file exists").arg(shown));
+    const QString part = QStringLiteral("%1.%2.part").arg(path).arg(QCoreApplication::applicationPid());
+    QFile::remove(part);   // left by an earlier run of this process id that failed
+    try {
+        fill(*Workspace::Create(part, info));   // closed again, its log written into the file
+        // rename() replaces a file in one step; QFile::rename never replaces one.
+        QString failure;
+        if (replace) {
+            if (std::rename(QFile::encodeName(part).constData(), QFile::encodeName(path).constData()) != 0)
+                failure = QString::fromLocal8Bit(std::strerror(errno));
+        } else if (QFile file(part); !file.rename(path)) {
+            failure = QFileInfo::exists(path) ? QStringLiteral("the file exists") : file.errorString();
+        }
+        if (!failure.isEmpty())
+            throw KvError(errFileAccess, QStringLiteral("Cannot write the demo workspace to \"%1\": %2").arg(shown, failure));
+    } catch (...) {
+        QFile::remove(part);
+        throw;
+    }
+    return Workspace::Open(path);
 }
 
 DemoStringCounts DemoCounts(TableVersion version)

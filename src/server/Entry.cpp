@@ -57,7 +57,8 @@ Entry::Entry(std::shared_ptr<TableSet> set, StringId id, kvedit::StringSource so
       m_id(id),
       m_source(source),
       m_record(std::move(record)),
-      m_parameters(std::move(parameters)),
+      // Every entry has a collection, so that no dialog meets an entry without one.
+      m_parameters(parameters ? std::move(parameters) : std::make_shared<ParameterCollection>()),
       m_symbol(std::move(symbol))
 {
 }
@@ -92,9 +93,8 @@ StringEntryPtr Entry::CreateEdited(StringId id, const QString &text, const QStri
     record.shortcutMode = static_cast<quint8>(shortcutMode >= 0 && shortcutMode <= 4 ? shortcutMode : 0);
     record.status = valid ? (record.status | sfApproved) : (record.status & ~sfApproved);
 
-    ParameterDefinitionsPtr copy;
-    if (parameters)
-        copy = std::make_shared<ParameterCollection>(parameters->Items());
+    // No collection given keeps the definitions this entry has.
+    auto copy = std::make_shared<ParameterCollection>((parameters ? parameters : m_parameters)->Items());
     return std::make_shared<Entry>(m_set, id, m_source, std::move(record), std::move(copy), m_symbol);
 }
 

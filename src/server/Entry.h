@@ -1,6 +1,7 @@
 #pragma once
 // The entry objects the editor works with: immutable snapshots of one record of one source,
-// carrying their own working copy of the string's parameter definitions.
+// carrying their own working copy of the string's parameter definitions (empty when it has none,
+// never nothing, translations included).
 
 #include "server/Record.h"
 

@@ -258,12 +258,11 @@ kvedit::Language TableSet::SourceLanguage(kvedit::StringSource source) const
 
 StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const
 {
-    // Source entries always get a collection so definitions can be added; translations show
-    // the definitions read-only, so they get one only when there is something to show.
-    ParameterDefinitionsPtr parameters;
+    // Every entry gets its own working copy of the string's definitions, empty when it has none:
+    // a source entry to add to, a translation to show them read-only.
     const auto it = m_data.parameters.constFind(id);
-    if (source == ssEnglishDefault || it != m_data.parameters.cend())
-        parameters = std::make_shared<ParameterCollection>(it != m_data.parameters.cend() ? *it : ParameterList());
+    ParameterDefinitionsPtr parameters =
+        std::make_shared<ParameterCollection>(it != m_data.parameters.cend() ? *it : ParameterList());
     auto self = std::const_pointer_cast<TableSet>(shared_from_this());
     return std::make_shared<kvedit::server::Entry>(std::move(self), id, source, record, std::move(parameters),
                                                    m_data.symbols.value(id));

@@ -38,6 +38,7 @@ public:
     TextServerPtr TextServer() const override;
     QString Name() const override;
     std::optional<QPoint> HostWindowPosition() const override;
+    QString Location() const override { return FilePath(); }
 
     void setHostWindowPosition(std::optional<QPoint> position);
     QString FilePath() const;                       // empty for an in-memory workspace
@@ -62,9 +63,10 @@ private:
 using WorkspacePtr = std::shared_ptr<Workspace>;
 
 // Writes the demo workspace (a plausible desktop application, translated into German in every
-// state, plus a few Japanese strings) to path, replacing any file there. An empty path makes it
-// in memory.
-WorkspacePtr CreateDemoWorkspace(const QString &path);
+// state, plus a few Japanese strings) to path and opens it; an empty path makes it in memory. A
+// file at path is replaced only when replace is true, else refused; a failure leaves it as it
+// was and no half-written demo. Throws KvError.
+WorkspacePtr CreateDemoWorkspace(const QString &path, bool replace = true);
 
 // What the editor's searches find in the demo workspace for one table version (0 or 1; other
 // versions give zeros). Each count includes the ones before it, as the searches do: a missing

@@ -15,10 +15,31 @@ struct Result {
     QString out, err;
 };
 
-Result Run(const QStringList &args, const QProcessEnvironment &env = QProcessEnvironment::systemEnvironment())
+// The program's environment: with the offscreen platform or with no display at all, and its
+// user data folder (where the demo workspace is kept) in a folder of the test's own.
+QProcessEnvironment Environment(bool display)
+{
+    static QTemporaryDir data;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_DATA_HOME"), data.path());
+    env.remove(QStringLiteral("DISPLAY"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    if (display)
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    else
+        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    return env;
+}
+
+QString DemoPath()
+{
+    return Environment(false).value(QStringLiteral("XDG_DATA_HOME")) + QStringLiteral("/kvedit/demo.kvw");
+}
+
+Result Run(const QStringList &args, bool display = true)
 {
     QProcess p;
-    p.setProcessEnvironment(env);
+    p.setProcessEnvironment(Environment(display));
     p.start(QStringLiteral(KVEDIT_BINARY), args);
     if (!p.waitForFinished(60000)) {
         p.kill();
@@ -26,15 +47,6 @@ Result Run(const QStringList &args, const QProcessEnvironment &env = QProcessEnv
     }
     return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -2, QString::fromLocal8Bit(p.readAllStandardOutput()),
             QString::fromLocal8Bit(p.readAllStandardError())};
-}
-
-QProcessEnvironment WithoutDisplay()
-{
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("DISPLAY"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    return env;
 }
 
 } // namespace
@@ -58,6 +70,8 @@ private slots:
                                         << 2 << QStringLiteral("at most one");
         QTest::newRow("unknown option") << QStringList{QStringLiteral("--frobnicate")} << QString() << 2
                                         << QStringLiteral("frobnicate");
+        QTest::newRow("size without a screenshot") << QStringList{QStringLiteral("--size"), QStringLiteral("800x600")}
+                                                   << QString() << 2 << QStringLiteral("--size");
     }
     void badInputFailsClearly()
     {
@@ -73,11 +87,12 @@ private slots:
             f.write(content.toUtf8());
         }
         args.replaceInStrings(QStringLiteral("%ws"), ws);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        const Result r = Run(args, env);
-        QCOMPARE(r.exitCode, exitCode);
-        QVERIFY2(r.err.contains(message), qPrintable(r.err));
+        // The same answer without a display: the request is checked before the display is missed.
+        for (const bool display : {true, false}) {
+            const Result r = Run(args, display);
+            QCOMPARE(r.exitCode, exitCode);
+            QVERIFY2(r.err.contains(message) && !r.err.contains(QStringLiteral("xvfb-run")), qPrintable(r.err));
+        }
         if (!content.isEmpty()) {   // nothing was written over the foreign file
             QFile f(ws);
             QVERIFY(f.open(QIODevice::ReadOnly));
@@ -87,31 +102,62 @@ private slots:
 
     void withoutDisplaySaysHowToRun()
     {
-        const Result r = Run({}, WithoutDisplay());
+        QFile::remove(DemoPath());
+        const Result r = Run({}, false);
         QCOMPARE(r.exitCode, 2);
         QVERIFY2(r.err.contains(QStringLiteral("xvfb-run")), qPrintable(r.err));
         QVERIFY(r.err.contains(QStringLiteral("QT_QPA_PLATFORM=offscreen")));
+        QVERIFY(!QFile::exists(DemoPath()));   // nothing made for a run that cannot show it
+    }
+
+    // Without a workspace the demo kept in the user's data folder opens: made on first use,
+    // named in the help, and reused with what was saved in it.
+    void demoWorkspaceKeepsTheUsersWork()
+    {
+        QFile::remove(DemoPath());
+        QVERIFY2(Run({QStringLiteral("--help")}, false).out.contains(DemoPath()), qPrintable(DemoPath()));
+        QTemporaryDir dir;
+        const QString png = dir.filePath(QStringLiteral("shot.png"));
+        Result r = Run({QStringLiteral("--screenshot"), png}, false);
+        QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+        {
+            const kvedit::server::WorkspacePtr demo = kvedit::server::Workspace::Open(DemoPath());
+            const kvedit::StringEntryPtr e = demo->Tables()->Entry(100, kvedit::ssLocalEdited);
+            demo->Tables()->StoreEntry(e->CreateEdited(100, QStringLiteral("Mine"), e->EntryText(), false, false, false,
+                                                       QString(), 0, e->ParameterDefinitions(), true));
+            demo->Tables()->Save(kvedit::ssLocalEdited, false);
+        }
+        r = Run({QStringLiteral("--screenshot"), png}, false);
+        QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+        QCOMPARE(kvedit::server::Workspace::Open(DemoPath())->Tables()->Text(100, kvedit::ssLocalEdited), "Mine");
+        QCOMPARE(QDir(QFileInfo(DemoPath()).path()).entryList(QDir::Files), QStringList{"demo.kvw"});
     }
 
     void screenshotRendersTheEditor_data()
     {
         QTest::addColumn<QString>("table");
-        QTest::newRow("local edited") << QStringLiteral("0");
-        QTest::newRow("english default") << QStringLiteral("3");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("local edited") << QStringLiteral("0") << QSize(1000, 700);
+        QTest::newRow("english default") << QStringLiteral("3") << QSize(1000, 700);
+        QTest::newRow("smaller than the window can be") << QStringLiteral("0") << QSize(200, 150);
     }
     void screenshotRendersTheEditor()
     {
         QFETCH(QString, table);
+        QFETCH(QSize, size);
         QTemporaryDir dir;
         const QString png = dir.filePath(QStringLiteral("editor.png"));
         // No display needed: the screenshot mode renders offscreen by itself.
-        const Result r = Run({QStringLiteral("--table"), table, QStringLiteral("--screenshot"), png,
-                              QStringLiteral("--size"), QStringLiteral("1000x700")},
-                             WithoutDisplay());
+        const Result r = Run({QStringLiteral("--table"), table, QStringLiteral("--screenshot"), png, QStringLiteral("--size"),
+                              QStringLiteral("%1x%2").arg(size.width()).arg(size.height())},
+                             false);
         QVERIFY2(r.exitCode == 0, qPrintable(r.err));
         QImage image(png);
         QVERIFY(!image.isNull());
-        QCOMPARE(image.size(), QSize(1000, 700));
+        // A size the window cannot take is said, with the size the picture has instead.
+        const QString note = QStringLiteral("cannot be as small as %1x%2, so the picture is %3x%4")
+                                 .arg(size.width()).arg(size.height()).arg(image.width()).arg(image.height());
+        QCOMPARE(r.err.contains(note), image.size() != size);
         // A populated list is not one flat colour: count distinct colours in the middle band.
         QSet<QRgb> colours;
         for (int y = image.height() / 3; y < 2 * image.height() / 3; y += 3)
@@ -126,7 +172,7 @@ private slots:
         const QString ws = dir.filePath(QStringLiteral("demo.kvw"));
         kvedit::server::CreateDemoWorkspace(ws);
         const QString png = dir.filePath(QStringLiteral("shot.png"));
-        const Result r = Run({ws, QStringLiteral("--screenshot"), png}, WithoutDisplay());
+        const Result r = Run({ws, QStringLiteral("--screenshot"), png}, false);
         QVERIFY2(r.exitCode == 0, qPrintable(r.err));
         QVERIFY(!QImage(png).isNull());
     }

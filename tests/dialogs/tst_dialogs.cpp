@@ -152,9 +152,6 @@ private slots:
     {
         tables->Put(8, ssEnglishDefault, {.text = "x"});
         tables->Put(8, ssLocalEdited, {.text = "y"});
-        // A translation of a string without definitions has no collection at all.
-        QVERIFY(!tables->Entry(8, ssLocalEdited)->ParameterDefinitions());
-        QVERIFY(!frmParameters().Edit(nullptr, tables->Entry(8, ssLocalEdited)));
         QVERIFY(!frmParameters().Edit(nullptr, nullptr));
         QVERIFY(!frmInsert().SelectSpecial(nullptr));
         QVERIFY(!frmTranslate().Edit(nullptr, nullptr));
@@ -213,6 +210,7 @@ private slots:
     // what takes the place of the selected text.
     void insertSpecial_data()
     {
+        QTest::addColumn<int>("source");
         QTest::addColumn<bool>("tabs");
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QStringList>("rows");   // text:description:key
@@ -220,18 +218,21 @@ private slots:
         QTest::addColumn<bool>("accept");
         QTest::addColumn<QString>("text");
         const QString sign = kCopyright + ":Copyright Sign:", tab = "<TAB>:Horizontal Tab:";
-        QTest::newRow("the copyright sign alone") << false << "" << QStringList{sign} << kCopyright << true
+        QTest::newRow("the copyright sign alone") << 3 << false << "" << QStringList{sign} << kCopyright << true
                                                   << "Hello " + kCopyright + "!";
         // The tab row gives the character, not its display text.
-        QTest::newRow("tabs allowed") << true << "" << QStringList{tab, sign} << "<TAB>" << true << "Hello \t!";
-        QTest::newRow("parameters, tab, sign")
-            << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", tab, sign} << "%2" << true << "Hello %2!";
+        QTest::newRow("tabs allowed") << 3 << true << "" << QStringList{tab, sign} << "<TAB>" << true << "Hello \t!";
+        QTest::newRow("parameters, tab, sign") << 3 << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", tab, sign}
+                                               << "%2" << true << "Hello %2!";
         // Cancel deletes the selected text; the selection stays readable, but the caller does not read it.
         QTest::newRow("parameters, no tab, cancelled")
-            << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false << "Hello !";
+            << 3 << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false << "Hello !";
+        QTest::newRow("a translation of a string without parameters")
+            << 0 << false << "" << QStringList{sign} << kCopyright << true << "Hello " + kCopyright + "!";
     }
     void insertSpecial()
     {
+        QFETCH(int, source);
         QFETCH(bool, tabs);
         QFETCH(QString, parameters);
         QFETCH(QStringList, rows);
@@ -239,8 +240,12 @@ private slots:
         QFETCH(bool, accept);
         QFETCH(QString, text);
         WithParameters(tabs, parameters);
-        const StringEntryPtr result = Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
+        if (source != ssEnglishDefault)
+            tables->Put(kId, StringSource(source), {.text = "Hello World!"});
+        const StringEntryPtr result = Translate(StringSource(source), [&](frmTranslate *dialog) {
             auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            if (source != ssEnglishDefault)   // the focus timer selects the whole translation first
+                QTRY_COMPARE(QApplication::focusWidget(), box);
             SetCaret(box, 11, 6);
             OnModal<frmInsert>([&](frmInsert *insert) {
                 QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
@@ -372,7 +377,7 @@ private slots:
         QTest::newRow("local edited: translate, owned")
             << OpenCase{0, true, "name", 0, "Translate string resource 42|&New translation for German edited",
                         "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line"};
-        // A translation of a string without definitions has none: the count and list stay as designed.
+        // A translation of a string without definitions shows an empty list with its headings.
         QTest::newRow("local default without definitions, single line ignores tabs")
             << OpenCase{1, false, "", tpAllowTab | tpAllowShortcut,
                         "Translate string resource 42|&New translation for German default",
@@ -413,9 +418,10 @@ private slots:
             QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut);
             QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentIndex(), 2);
             const QStringList numbered = Numbered(c.parameters);
-            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(),
-                     numbered.isEmpty() ? "" : QString::number(numbered.size()));
+            QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
+            const QTreeWidgetItem *headings = Find<QTreeWidget>(dialog, "lvwParameters")->headerItem();
+            QCOMPARE(headings->text(0) + '|' + headings->text(1), "Number|Description");
             // The focus timer puts the focus on the mode's first control, its text selected.
             if (editMode) {
                 QTRY_COMPARE(QApplication::focusWidget(), id);

@@ -3,6 +3,7 @@
 // by its buttons, and whole workspaces translated, saved and reopened.
 
 #include "DialogTestSupport.h"
+#include "ModelDoubles.h"
 #include "TestServices.h"
 
 #include "dataview/UCKvDataView.h"
@@ -276,6 +277,42 @@ private slots:
         QCOMPARE(buttons.join(u' '), toolbar);
         QTest::mouseClick(bar->widgetForAction(form->EditItem(11)), Qt::LeftButton);   // a button runs its item
         QCOMPARE(Prompts(*services->prompts), QStringList{"input:Go to"});
+    }
+
+    // A separator item keeps its caption "-" but looks exactly like a separator without one.
+    void separatorsArePlainLines_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::newRow("local edited") << 0;
+        QTest::newRow("English default") << 3;
+    }
+    void separatorsArePlainLines()
+    {
+        QFETCH(int, version);
+        auto form = OpenEditor(Strings({"One"}), TableVersion(version));
+        int separators = 0;
+        for (const char *name : {"mnuFile", "mnuEdit"}) {
+            QMenu *menu = form->findChild<QMenu *>(name);
+            QMenu plain;
+            plain.setFont(menu->font());
+            for (QAction *item : menu->actions()) {
+                QAction *copy = item->isSeparator() ? plain.addSeparator() : plain.addAction(item->text());
+                copy->setShortcut(item->shortcut());
+                copy->setIcon(item->icon());
+                copy->setIconVisibleInMenu(false);
+                copy->setVisible(item->isVisible());
+            }
+            const QImage shown = menu->grab().toImage(), expected = plain.grab().toImage();
+            for (int i = 0; i < menu->actions().size(); ++i) {
+                QAction *item = menu->actions().at(i);
+                if (!item->isSeparator() || !item->isVisible())
+                    continue;
+                ++separators;
+                QCOMPARE(shown.copy(menu->actionGeometry(item)),
+                         expected.copy(plain.actionGeometry(plain.actions().at(i))));
+            }
+        }
+        QCOMPARE(separators, version == 3 ? 5 : 6);
     }
 
     void missingPictureLeavesTheButtonOut()
@@ -578,6 +615,36 @@ private slots:
                  after);
         QCOMPARE(ws->Tables()->HasText(StringId(row), StringSource(version)), item == 1 && hadText);
         QCOMPARE(form->FileItem(2)->isEnabled(), item == 0);
+    }
+
+    // Tables that hand out a text for which HasText reports none: Find passes over it, Copy copies
+    // it. Row 1 is current for Find; "needle" is the English text of id 3 (version 3) or the
+    // translation of id 2 (version 0); after: the current id and the clipboard.
+    void textThatHasTextDenies_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::addColumn<int>("denied");   // the id whose HasText says no, in the version shown
+        QTest::addColumn<int>("item");     // 4 Find, 1 Copy
+        QTest::addColumn<QString>("after");
+        QTest::newRow("find passes over a translation") << 0 << 2 << 4 << "1 stale";
+        QTest::newRow("find passes over an English text") << 3 << 3 << 4 << "1 stale";
+        QTest::newRow("find: other ids still match") << 0 << 5 << 4 << "2 stale";
+        QTest::newRow("copy takes the text all the same") << 0 << 2 << 1 << "2 Speichern";
+    }
+    void textThatHasTextDenies()
+    {
+        QFETCH(int, version);
+        QFETCH(int, denied);
+        QFETCH(int, item);
+        QFETCH(QString, after);
+        const auto ws = std::make_shared<WorkspaceDenyingText>(TranslatedFive(false), StringSource(version),
+                                                               QSet<StringId>{StringId(denied)});
+        auto form = OpenEditor(ws, TableVersion(version));
+        QGuiApplication::clipboard()->setText(QStringLiteral("stale"));
+        form->DataView()->setCurrentRecord(item == 1 ? 2 : 1);
+        services->prompts->inputAnswers << (version == 3 ? "close WINDOW" : "speichern");
+        form->EditItem(item)->trigger();
+        QCOMPARE(QStringLiteral("%1 %2").arg(CurrentId(*form)).arg(QGuiApplication::clipboard()->text()), after);
     }
 
     void entryDialog_data()

@@ -69,12 +69,13 @@ private slots:
     void statsOfTheDemo_data();
     void statsOfTheDemo();
     void progressOnATerminal();
+    void demoWritesAFreshCopy();
     void theProgram();
 };
 
 void TestCli::toolNames()
 {
-    for (const char *tool : {"new", "import", "export", "stats"})
+    for (const char *tool : {"new", "import", "export", "stats", "demo"})
         QVERIFY2(cli::IsCommandLineTool(tool), tool);
     // The program's other arguments: a workspace, an option, a name in capitals, none.
     for (const char *other : {"demo.kvw", "--table", "Stats", static_cast<const char *>(nullptr)})
@@ -96,6 +97,7 @@ void TestCli::usageErrors_data()
     QTest::newRow("stats table word") << QStringList{"stats", "w.kvw", "--table", "one"} << "--table takes 0 to 3";
     QTest::newRow("unknown option") << QStringList{"stats", "w.kvw", "--colour"} << "Unknown option 'colour'";
     QTest::newRow("option without value") << QStringList{"export", "w.kvw", "a.rc", "--table"} << "Missing value after '--table'";
+    QTest::newRow("demo without a file") << QStringList{"demo", "--force"} << "demo expects the workspace file";
 }
 
 void TestCli::usageErrors()
@@ -261,6 +263,32 @@ void TestCli::progressOnATerminal()
 
     // Not on a terminal: no progress at all.
     QVERIFY(Cli({"export", demo, xlf}).err.isEmpty());
+}
+
+void TestCli::demoWritesAFreshCopy()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("my demo.kvw"));
+    QVERIFY(Cli({"demo", path}).code == cli::exitSuccess);
+    QCOMPARE(Counts(Cli({"stats", path}).out), Counts(server::DemoCounts(ssLocalEdited)));
+    {
+        const server::WorkspacePtr ws = server::Workspace::Open(path);
+        ws->setSymbol(100, QStringLiteral("IDS_MINE"));
+        ws->Tables()->Save(ssEnglishDefault, false);
+    }
+    const auto mine = [&] { return server::Workspace::Open(path)->Symbol(100) == QLatin1String("IDS_MINE"); };
+    // Refused over an existing file, which keeps the user's work.
+    Run r = Cli({"demo", path});
+    QVERIFY2(r.code == cli::exitBadInput && r.err.contains(path) && r.err.contains("--force"), r.Describe());
+    QVERIFY(mine());
+    r = Cli({"demo", "--force", path});
+    QVERIFY2(r.code == cli::exitSuccess, r.Describe());
+    QVERIFY(!mine());
+    // A place it cannot be written to fails and leaves nothing behind.
+    QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("folder.kvw")));
+    r = Cli({"demo", dir.filePath(QStringLiteral("folder.kvw")), "--force"});
+    QVERIFY2(r.code == cli::exitBadInput && r.err.contains("folder.kvw"), r.Describe());
+    QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), (QStringList{"folder.kvw", "my demo.kvw"}));
 }
 
 void TestCli::theProgram()

@@ -182,8 +182,8 @@ private slots:
             QCOMPARE(Stored(entry), Record());
             QCOMPARE(entry->TargetName(), targetName);
             QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
-            // Only a source entry offers a collection to add definitions to.
-            QCOMPARE(entry->ParameterDefinitions() != nullptr, source == ssEnglishDefault);
+            // Every entry has a collection, empty when the string has no definitions.
+            QCOMPARE(entry->ParameterDefinitions()->Count(), 0);
         }
         QVERIFY(!f.set->IdInUse(42, StringSource(source)));
         QVERIFY(!f.set->Modified());
@@ -375,7 +375,7 @@ private slots:
         const StringEntryPtr edited = original->CreateEdited(51, "Speichern\tunter\nneu", "other", true, true, false,
                                                              "", 3, given, false);
         QCOMPARE(Stored(original), r);
-        QCOMPARE(original->ParameterDefinitions(), nullptr);
+        QCOMPARE(original->ParameterDefinitions()->Count(), 0);
 
         QCOMPARE(edited->Id(), StringId(51));
         QCOMPARE(edited->StringSource(), ssLocalDefault);
@@ -427,7 +427,7 @@ private slots:
         f.set->setParameters(61, {ParameterDefinition(1, "page", "%1"), ParameterDefinition(2, "count", "%2")});
         f.set->Save(ssEnglishDefault, false);
 
-        QVERIFY(!f.set->Entry(62, ssLocalDefault)->ParameterDefinitions());
+        QCOMPARE(f.set->Entry(62, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
         const StringEntryPtr translation = f.set->Entry(61, ssLocalEdited);
         QCOMPARE(translation->ParameterDefinitions()->Count(), 2);
         translation->ParameterDefinitions()->Clear();
