@@ -47,8 +47,12 @@ void Record(int severity, const char *filename, size_t line, const char *text)
         return;
     if (error && ++p.errors > kMaximumErrors)
         return;
-    const int at = filename && line != static_cast<size_t>(-1) ? static_cast<int>(line) : 0;
-    p.diagnostics.append({error ? Diagnostic::Error : Diagnostic::Note, p.file, at, QString::fromUtf8(text).trimmed()});
+    int at = filename && line != static_cast<size_t>(-1) ? static_cast<int>(line) : 0;
+    const QString message = QString::fromUtf8(text).trimmed();
+    // The library has counted the line break that ended the string by then.
+    if (message == QLatin1String("end-of-line within string") && at > 1)
+        --at;
+    p.diagnostics.append({error ? Diagnostic::Error : Diagnostic::Note, p.file, at, message});
 }
 
 // A fatal error must not return to the library: back to where the call began, with nothing of
