@@ -111,22 +111,22 @@ QByteArray HeaderField(const char *header, const char *field)
 }
 
 // The library does not say where a message is; each message has exactly one msgid keyword,
-// at the start of a line (after "#~ " when obsolete), in file order.
-QList<int> MessageLines(const QByteArray &data)
+// at the start of a line (after "#~ " when obsolete), in file order. Throws for a file with NUL
+// bytes, which is no text at all.
+QList<int> MessageLines(QFile &f, const QString &file)
 {
     QList<int> lines;
     int line = 0;
-    for (qsizetype start = 0; start < data.size();) {
-        qsizetype end = data.indexOf('\n', start);
-        if (end < 0)
-            end = data.size();
+    while (!f.atEnd()) {
+        const QByteArray bytes = f.readLine();
         ++line;
-        QByteArrayView text(data.constData() + start, end - start);
+        if (bytes.contains('\0'))
+            throw FileError(file, line, QStringLiteral("the file is not a PO catalog: it holds NUL bytes"));
+        QByteArrayView text(bytes);
         if (text.startsWith("#~"))
             text = text.sliced(2).trimmed();
         if (text.startsWith("msgid") && (text.size() == 5 || text.at(5) == ' ' || text.at(5) == '\t' || text.at(5) == '"'))
             lines.append(line);
-        start = end + 1;
     }
     return lines;
 }
@@ -240,11 +240,8 @@ ResourceStrings ReadPo(const QString &path)
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
         throw FileError(path, 0, QStringLiteral("cannot read the file: %1").arg(f.errorString()));
-    const QByteArray data = f.readAll();
+    const QList<int> lines = MessageLines(f, file);
     f.close();
-    if (data.contains('\0'))
-        throw FileError(file, 1 + static_cast<int>(data.left(data.indexOf('\0')).count('\n')),
-                        QStringLiteral("the file is not a PO catalog: it holds NUL bytes"));
 
     QMutexLocker lock(&g_libraryLock);
     Problems problems;
@@ -278,7 +275,6 @@ ResourceStrings ReadPo(const QString &path)
     if (!decode.IsValid())
         throw FileError(file, 0, QStringLiteral("the catalog's charset %1 is not known").arg(QString::fromLatin1(charset)));
 
-    const QList<int> lines = MessageLines(data);
     QList<Diagnostic> errors;
     int index = 0;
     int messages = 0;

@@ -65,6 +65,7 @@ QString TsLanguage(const QString &tag)
 class Reader {
 public:
     Reader(const QByteArray &data, const QString &file) : m_xml(data), m_file(file) {}
+    Reader(QIODevice *device, const QString &file) : m_xml(device), m_file(file) {}
 
     ResourceStrings Run()
     {
@@ -269,7 +270,8 @@ ResourceStrings ReadTs(const QString &file)
     QFile f(file);
     if (!f.open(QIODevice::ReadOnly))
         throw FileError(file, 0, QStringLiteral("cannot read the file: %1").arg(f.errorString()));
-    return ReadTsData(f.readAll(), QFileInfo(file).absoluteFilePath());
+    // Read as it streams in: a large file is not held twice.
+    return Reader(&f, QFileInfo(file).absoluteFilePath()).Run();
 }
 
 } // namespace kvedit::io
