@@ -188,7 +188,8 @@ QByteArray WritePo(const PoDocument &document)
     for (const ImportedString &u : document.units)
         if (u.sourceText.contains(QChar(0)) || (u.target && u.target->contains(QChar(0)))
             || (u.description && u.description->contains(QChar(0))))
-            throw FileError(QString(), 0, QStringLiteral("the string %1 holds a NUL character, which a PO file cannot").arg(KeyOf(u)));
+            throw FileError(document.file, 0,
+                            QStringLiteral("the string %1 holds a NUL character, which a PO file cannot").arg(KeyOf(u)));
 
     QMutexLocker lock(&g_libraryLock);
     po_file_t catalog = po_file_create();

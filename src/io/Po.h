@@ -16,6 +16,7 @@ struct PoDocument {
     QString project;             // the Project-Id-Version
     QString language;            // the translations' language; empty: a template without msgstrs
     QList<ImportedString> units; // id, symbol, sourceText, description, target and state
+    QString file;                // where it goes, for messages
 };
 
 QByteArray WritePo(const PoDocument &document);

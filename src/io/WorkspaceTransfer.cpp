@@ -486,7 +486,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     if (*format == FileFormat::ResourceScript) {
         data = WriteResourceScript(strings, RcWriteOptions{tag, SourceTitle(workspace, options.table)});
     } else if (*format == FileFormat::Po) {
-        data = WritePo(PoDocument{workspace.Name(), options.table != ssEnglishDefault ? tag : QString(), strings});
+        data = WritePo(PoDocument{workspace.Name(), options.table != ssEnglishDefault ? tag : QString(), strings, file});
     } else if (*format == FileFormat::Ts) {
         const QString context = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).completeBaseName() : workspace.Name();
         data = WriteTs(TsDocument{context, options.table != ssEnglishDefault ? tag : QString(), strings});

@@ -112,6 +112,7 @@ private slots:
     void sameLanguageTag_data();
     void sameLanguageTag();
     void keylessMessagesFindTheirStrings();
+    void poExportRefusesNul();
 };
 
 void TestCatalogs::peersAcceptTheExport_data()
@@ -392,6 +393,25 @@ void TestCatalogs::keylessMessagesFindTheirStrings()
     const ImportSummary e = ImportFile(*ws, file, english);
     QCOMPARE(QStringLiteral("%1 added, %2 unchanged").arg(e.added).arg(e.unchanged), QStringLiteral("1 added, 1 unchanged"));
     QCOMPARE(ws->Set()->Text(5, ssEnglishDefault), QStringLiteral("Close"));
+}
+
+void TestCatalogs::poExportRefusesNul()
+{
+    QTemporaryDir dir;
+    server::WorkspacePtr ws = NewWorkspace(QStringLiteral("de-DE"));
+    ImportOptions english;
+    english.as = ImportAs::EnglishDefault;
+    ImportFile(*ws, WriteBytes(dir, QStringLiteral("nul.ts"), TsStart("") + "<message><source>a<byte value=\"x0\"/>b</source>"
+                                                                         "<comment>5</comment></message></context></TS>\n"),
+               english);
+    const QString file = dir.filePath(QStringLiteral("out.po"));
+    try {
+        ExportFile(*ws, file);
+        QFAIL("a PO file cannot hold the string");
+    } catch (const FileError &e) {
+        QCOMPARE(e.Errors().first().ToString(), file + QStringLiteral(": error: the string 5 holds a NUL character, which a PO file cannot"));
+    }
+    QVERIFY(!QFile::exists(file));
 }
 
 QTEST_GUILESS_MAIN(TestCatalogs)
