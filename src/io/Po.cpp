@@ -222,7 +222,7 @@ QByteArray WritePo(const PoDocument &document)
     }
     out.close();
     Problems problems;
-    problems.file = out.fileName();
+    problems.file = document.file.isEmpty() ? out.fileName() : document.file;
     problems.keepWarnings = false;   // such as line breaks written as "\r": our strings have them
     const bool written = WriteCatalog(catalog, QFile::encodeName(out.fileName()).constData(), &problems);
     t_problems = nullptr;
