@@ -542,6 +542,78 @@ void MeasureSize(const Options &options, int strings, Results &results)
                      .arg(exportRc.Median(), 0, 'f', 1).arg(exportXliff.Median(), 0, 'f', 1)
                      .arg(importRc.Median(), 0, 'f', 1).arg(importXliff.Median(), 0, 'f', 1));
     }
+
+    // PO and TS of the same size: the Local Edited version exported, then read back as the
+    // translations of a workspace that has only the strings (started from the same file), saved;
+    // the peak memory of each in a process of its own.
+    if (options.Wants(QStringLiteral("io"))) {
+        const struct {
+            QString extension;
+            const QString &exportName, &importName, &exportMemoryName, &importMemoryName;
+        } catalogs[] = {{QStringLiteral("po"), op::ExportPo, op::ImportPo, op::MemoryExportPo, op::MemoryImportPo},
+                        {QStringLiteral("ts"), op::ExportTs, op::ImportTs, op::MemoryExportTs, op::MemoryImportTs}};
+        const QDir work(options.workDir);
+        const QString stringsOnly = work.filePath(QStringLiteral("strings-only-%1.kvw").arg(strings));
+        const QString target = work.filePath(QStringLiteral("translated-%1.kvw").arg(strings));
+        for (const auto &catalog : catalogs) {
+            const QString file = work.filePath(QStringLiteral("strings-%1.de.%2").arg(strings).arg(catalog.extension));
+            Series &exported = results.At(catalog.exportName, strings);
+            Series &imported = results.At(catalog.importName, strings);
+            Series &exportPeak = results.At(catalog.exportMemoryName, strings, QStringLiteral("MB"));
+            Series &importPeak = results.At(catalog.importMemoryName, strings, QStringLiteral("MB"));
+            exported.note = QStringLiteral("the Local Edited version with its sources and states");
+            imported.note = QStringLiteral("that file as the translations of a workspace with the strings, saved");
+            exportPeak.note = importPeak.note = QStringLiteral("a fresh process doing only that");
+            io::ExportOptions local;
+            local.table = kVersion;
+            try {
+                io::ExportFile(*workspace, file, local);
+                QFile::remove(stringsOnly);
+                server::WorkspaceInfo info = workspace->Info();
+                info.name = QStringLiteral("Imported");
+                io::ImportOptions english;
+                english.as = io::ImportAs::EnglishDefault;
+                io::ImportFile(*server::Workspace::Create(stringsOnly, info), file, english);
+                for (int i = 0; i < repeats; ++i) {
+                    QElapsedTimer t;
+                    t.start();
+                    const io::ExportSummary out = io::ExportFile(*workspace, file, local);
+                    exported.samples.push_back(Ms(t));
+                    QFile::remove(target);
+                    QFile::copy(stringsOnly, target);
+                    const server::WorkspacePtr translated = server::Workspace::Open(target);
+                    t.restart();
+                    const io::ImportSummary in = io::ImportFile(*translated, file);
+                    imported.samples.push_back(Ms(t));
+                    Check(out.strings == strings && in.added == strings - c.missing,
+                          QStringLiteral("%1: exported %2 strings, imported %3 translations of %4")
+                              .arg(catalog.extension).arg(out.strings).arg(in.added).arg(strings - c.missing));
+                }
+            } catch (const KvError &e) {
+                Check(false, QStringLiteral("%1 import or export failed: %2").arg(catalog.extension, e.Description()));
+            }
+            for (int i = 0; i < heavy; ++i) {
+                QFile::remove(target);
+                QFile::copy(stringsOnly, target);
+                for (const auto &[direction, workspaceFile, series] :
+                     {std::tuple{QStringLiteral("export"), path, &exportPeak}, std::tuple{QStringLiteral("import"), target, &importPeak}}) {
+                    const ChildRun run = RunChild(options.self, {QStringLiteral("--transfer-probe"), direction, workspaceFile, file},
+                                                  ChildEnvironment(options), QByteArray("probe done"), 120000);
+                    const QByteArray output = run.output.mid(run.output.indexOf("probe done:") + 11).trimmed();
+                    const double peak = output.left(output.indexOf(' ')).toDouble();
+                    Check(run.ok && peak > 0, QStringLiteral("%1 probe failed: %2").arg(direction, QString::fromLocal8Bit(run.output)));
+                    if (run.ok && peak > 0)
+                        series->samples.push_back(peak);
+                }
+            }
+            QFile::remove(file);
+            Progress(QStringLiteral("%1: export %2 ms, %3 MB; import %4 ms, %5 MB")
+                         .arg(catalog.extension).arg(exported.Median(), 0, 'f', 1).arg(exportPeak.Median(), 0, 'f', 1)
+                         .arg(imported.Median(), 0, 'f', 1).arg(importPeak.Median(), 0, 'f', 1));
+        }
+        QFile::remove(stringsOnly);
+        QFile::remove(target);
+    }
 #endif
 
     // One string edited as the translate dialog hands it back, then File > Save.
@@ -602,6 +674,31 @@ void MeasureSize(const Options &options, int strings, Results &results)
     ResetServices();
     QFile::remove(path);
     QFile::remove(finishedPath);
+}
+
+int RunTransferProbe(const QString &direction, const QString &workspacePath, const QString &file)
+{
+#ifdef KVEDIT_BENCH_HAVE_IO
+    try {
+        const server::WorkspacePtr workspace = server::Workspace::Open(workspacePath);
+        if (direction == QLatin1String("export")) {
+            io::ExportOptions local;
+            local.table = kVersion;
+            io::ExportFile(*workspace, file, local);
+        } else {
+            io::ImportFile(*workspace, file);
+        }
+        std::printf("probe done: %.1f MB\n", PeakResidentMegabytes());
+        std::fflush(stdout);
+        return 0;
+    } catch (const KvError &e) {
+        std::fprintf(stderr, "transfer probe: %s\n", qPrintable(e.Description()));
+        return 1;
+    }
+#else
+    Q_UNUSED(direction) Q_UNUSED(workspacePath) Q_UNUSED(file)
+    return 1;
+#endif
 }
 
 int RunMemoryProbe(const QString &workspacePath)

@@ -31,6 +31,14 @@ inline const QString ExportRc = QStringLiteral("export resource script");
 inline const QString ImportXliff = QStringLiteral("import XLIFF");
 inline const QString ExportXliff = QStringLiteral("export XLIFF");
 inline const QString MemorySession = QStringLiteral("peak memory: editor session");
+inline const QString ExportPo = QStringLiteral("export PO");
+inline const QString ImportPo = QStringLiteral("import PO");
+inline const QString ExportTs = QStringLiteral("export TS");
+inline const QString ImportTs = QStringLiteral("import TS");
+inline const QString MemoryExportPo = QStringLiteral("peak memory: export PO");
+inline const QString MemoryImportPo = QStringLiteral("peak memory: import PO");
+inline const QString MemoryExportTs = QStringLiteral("peak memory: export TS");
+inline const QString MemoryImportTs = QStringLiteral("peak memory: import TS");
 } // namespace op
 
 struct Options {
@@ -58,5 +66,10 @@ void AttachTargets(Results &results);
 // list, page through it, search, edit one string and save, edit every string and save). Returns
 // the exit code.
 int RunMemoryProbe(const QString &workspacePath);
+
+// The child side of a file's peak-memory figure: "export" writes the workspace's Local Edited
+// version to the file, "import" reads the file into the workspace. Prints its own peak; returns
+// the exit code.
+int RunTransferProbe(const QString &direction, const QString &workspacePath, const QString &file);
 
 } // namespace kvedit::bench

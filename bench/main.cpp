@@ -77,6 +77,11 @@ int main(int argc, char **argv)
         QApplication app(argc, argv);
         return RunMemoryProbe(QString::fromLocal8Bit(argv[2]));
     }
+    if (argc == 5 && std::strcmp(argv[1], "--transfer-probe") == 0) {
+        QCoreApplication app(argc, argv);
+        return RunTransferProbe(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]),
+                                QString::fromLocal8Bit(argv[4]));
+    }
 
     QTemporaryDir scratch;
     if (!scratch.isValid()) {

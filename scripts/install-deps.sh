@@ -7,6 +7,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libgl-dev
   libsqlite3-dev sqlite3
   libmcpp-dev
+  libgettextpo-dev gettext qt6-l10n-tools
   libxml2-utils binutils-mingw-w64-x86-64
   xvfb xauth fonts-dejavu-core fonts-noto-cjk
 )

@@ -43,7 +43,8 @@ QString Usage()
         "  kvedit demo WORKSPACE [--force]\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
         "default), 1 Local Default, 2 English Edited, 3 English Default. An import goes by the file's\n"
-        "language unless --as says otherwise.\n");
+        "language unless --as says otherwise.\n"
+        "FILE may also be a gettext catalog (.po, .pot) or a Qt TS file (.ts).\n");
 }
 
 // Parses the tool's own arguments (the tool name is the first); positional counts are checked

@@ -62,6 +62,7 @@ struct ImportedString {
     std::optional<QString> target;
     TranslationState state = TranslationState::Missing;
     bool targetApproved = false;   // the approval mark, which an out-of-date translation may keep
+    bool approvalKnown = true;     // false: the format has no approval mark; an unchanged translation keeps its own
     TextProperties targetProperties;
     bool targetPropertiesGiven = false;
 
@@ -74,6 +75,7 @@ struct ResourceStrings {
     QList<ImportedString> strings;   // in file order
     QString languageTag;             // BCP 47 tag the file states ("de-DE"); empty when unknown
     QString sourceLanguageTag;       // exchange files: the language of the source texts
+    int languageLine = 0;            // where the file states its languages
     QList<Diagnostic> notes;
 };
 

@@ -1,7 +1,10 @@
 #include "io/WorkspaceTransfer.h"
 
+#include "io/ExchangeRules.h"
 #include "io/LanguageIds.h"
+#include "io/Po.h"
 #include "io/RcWriter.h"
+#include "io/Ts.h"
 #include "io/Xliff.h"
 #include "server/Entry.h"
 #include "server/TableSet.h"
@@ -133,7 +136,9 @@ public:
                 outOfDate = true;
             }
             StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
-                             s.targetApproved || s.state == TranslationState::Approved, outOfDate);
+                             s.approvalKnown ? std::optional<bool>(s.targetApproved || s.state == TranslationState::Approved)
+                                             : std::nullopt,
+                             outOfDate);
         }
     }
 
@@ -330,6 +335,10 @@ std::optional<FileFormat> FormatOfFile(const QString &path)
         return FileFormat::ResourceScript;
     if (suffix == QLatin1String("xlf") || suffix == QLatin1String("xliff"))
         return FileFormat::Xliff;
+    if (suffix == QLatin1String("po") || suffix == QLatin1String("pot"))
+        return FileFormat::Po;
+    if (suffix == QLatin1String("ts"))
+        return FileFormat::Ts;
     return std::nullopt;
 }
 
@@ -374,12 +383,23 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
                               QStringLiteral("the file is in %1, the workspace's translations are in %2")
                                   .arg(strings.languageTag, target)});
 
+    // PO and TS messages may have no key but their English text.
+    ResourceStrings resolved;
+    const bool catalog = format == FileFormat::Po || format == FileFormat::Ts;
+    if (catalog) {
+        resolved = strings;
+        resolved.notes.clear();
+        summary.skipped += ResolveKeylessStrings(resolved, *set, english);
+        summary.notes += resolved.notes;
+    }
+    const QList<ImportedString> &list = catalog ? resolved.strings : strings.strings;
+
     Importer importer(workspace, summary);
     try {
         if (english)
-            importer.ImportEnglish(strings.strings, format == FileFormat::Xliff, progress);
-        else if (format == FileFormat::Xliff)
-            importer.ImportXliffTranslations(strings.strings, progress);
+            importer.ImportEnglish(list, format != FileFormat::ResourceScript, progress);
+        else if (format != FileFormat::ResourceScript)
+            importer.ImportXliffTranslations(list, progress);
         else
             importer.ImportScriptTranslations(strings.strings, progress);
         set->Save(summary.source, false);
@@ -394,14 +414,19 @@ ImportSummary ImportFile(server::Workspace &workspace, const QString &file, cons
 {
     const std::optional<FileFormat> format = FormatOfFile(file);
     if (!format)
-        throw FileError(file, 0, QStringLiteral("the kind of file is not known by its extension (.rc, .xlf or .xliff)"));
+        throw FileError(file, 0, QStringLiteral("the kind of file is not known by its extension (.rc, .xlf, .xliff, .po, .pot or .ts)"));
     ResourceStrings strings;
     if (*format == FileFormat::ResourceScript) {
         RcReadOptions rc = options.rc;
         rc.maximumId = workspace.Info().maximumCount;
         strings = ReadResourceScript(file, rc);
-    } else {
+    } else if (*format == FileFormat::Xliff) {
         strings = ReadXliff(file);
+    } else {
+        strings = *format == FileFormat::Po ? ReadPo(file) : ReadTs(file);
+        if (options.as == ImportAs::Automatic && !options.acceptLanguageMismatch)
+            CheckFileLanguages(strings.file, strings.languageLine, strings.languageTag, strings.sourceLanguageTag,
+                               workspace.Info().targetLanguage);
     }
     return ImportStrings(workspace, strings, *format, options.as, options.progress);
 }
@@ -411,7 +436,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     CheckTable(options.table);
     const std::optional<FileFormat> format = FormatOfFile(file);
     if (!format)
-        throw FileError(file, 0, QStringLiteral("the kind of file is not known by its extension (.rc, .xlf or .xliff)"));
+        throw FileError(file, 0, QStringLiteral("the kind of file is not known by its extension (.rc, .xlf, .xliff, .po, .pot or .ts)"));
     const std::shared_ptr<server::TableSet> set = workspace.Set();
     const int maximum = set->MaximumCount();
     const bool local = options.table == ssLocalEdited || options.table == ssLocalDefault;
@@ -460,6 +485,11 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     QByteArray data;
     if (*format == FileFormat::ResourceScript) {
         data = WriteResourceScript(strings, RcWriteOptions{tag, SourceTitle(workspace, options.table)});
+    } else if (*format == FileFormat::Po) {
+        data = WritePo(PoDocument{workspace.Name(), options.table != ssEnglishDefault ? tag : QString(), strings, file});
+    } else if (*format == FileFormat::Ts) {
+        const QString context = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).completeBaseName() : workspace.Name();
+        data = WriteTs(TsDocument{context, options.table != ssEnglishDefault ? tag : QString(), strings});
     } else {
         XliffDocument document;
         document.original = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).fileName() : workspace.Name();

@@ -11,9 +11,9 @@
 
 namespace kvedit::io {
 
-enum class FileFormat { ResourceScript, Xliff };
+enum class FileFormat { ResourceScript, Xliff, Po, Ts };
 
-// By extension: .rc (also .rc2, .dlg) and .xlf/.xliff; nullopt for anything else.
+// By extension: .rc (also .rc2, .dlg), .xlf/.xliff, .po/.pot and .ts; nullopt for anything else.
 std::optional<FileFormat> FormatOfFile(const QString &path);
 
 enum class ImportAs {
@@ -30,6 +30,7 @@ using Progress = std::function<void(int done, int total)>;
 struct ImportOptions {
     ImportAs as = ImportAs::Automatic;
     RcReadOptions rc;            // resource scripts: -I, -D, headers, code page
+    bool acceptLanguageMismatch = false;   // PO and TS: import a file whose languages do not fit
     Progress progress;
 };
 

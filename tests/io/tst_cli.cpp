@@ -189,7 +189,7 @@ void TestCli::badInputNamesFileAndLine_data()
                                  << "bad.xlf:3: error:";
     QTest::newRow("unknown kind of file") << "import" << "strings.txt" << QByteArray("x") << "strings.txt: error: the kind of file is not known";
     QTest::newRow("no such file") << "import" << "missing.rc" << QByteArray() << "missing.rc: error: the file does not exist";
-    QTest::newRow("export to an unknown kind") << "export" << "out.po" << QByteArray() << "out.po: error: the kind of file is not known";
+    QTest::newRow("export to an unknown kind") << "export" << "out.txt" << QByteArray() << "out.txt: error: the kind of file is not known";
 }
 
 void TestCli::badInputNamesFileAndLine()
