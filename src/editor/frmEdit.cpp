@@ -214,6 +214,8 @@ void frmEdit::Prepare(const ResourceWorkspacePtr &rfw, TableVersion enmTableVers
         m_qvtdatEdit->setDataSource(&m_DVDS);
         SetupFilterChoices();
         m_undoStack->clear();
+        // Where the tables live (the demo's file, say), for a look at the status bar.
+        m_sbrEdit->setToolTip(rfw ? rfw->Location() : QString());
 
         SetupMenus();
         UpdateMenuState();
