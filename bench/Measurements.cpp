@@ -293,6 +293,8 @@ void AttachTargets(Results &results)
         {op::SaveAll, 500},
         {op::PageFrame, 16},
         {op::MemorySession, 120},
+        {op::XliffSize, 10},
+        {op::MemoryXliffImport, 80},
     };
     for (const auto &t : targets)
         for (const int size : results.Sizes())
@@ -535,12 +537,33 @@ void MeasureSize(const Options &options, int strings, Results &results)
         } catch (const KvError &e) {
             Check(false, QStringLiteral("import or export failed: %1").arg(e.Description()));
         }
+        // The XLIFF file's size, and the peak of a process that imports it again (a process of its
+        // own, so the figure is the import's and not this program's).
+        Series &size = results.At(op::XliffSize, strings, QStringLiteral("MB"));
+        size.note = QStringLiteral("the file of that export, 10^6 bytes");
+        size.samples.push_back(static_cast<double>(QFileInfo(xlf).size()) / 1e6);
+        Series &memory = results.At(op::MemoryXliffImport, strings, QStringLiteral("MB"));
+        memory.note = QStringLiteral("a fresh process: opens that workspace and imports the XLIFF file into it again, saved");
+        const QString copy = fresh + QStringLiteral(".probe");
+        for (int i = 0; i < heavy; ++i) {
+            QFile::remove(copy);
+            QFile::copy(fresh, copy);
+            const ChildRun run = RunChild(options.self, {QStringLiteral("--xliff-import-probe"), copy, xlf},
+                                          ChildEnvironment(options), QByteArray("probe done"), 120000);
+            const QByteArray output = run.output.mid(run.output.indexOf("probe done:") + 11).trimmed();
+            const double peak = output.left(output.indexOf(' ')).toDouble();
+            Check(run.ok && peak > 0, QStringLiteral("XLIFF import probe failed: %1").arg(QString::fromLocal8Bit(run.output)));
+            if (run.ok && peak > 0)
+                memory.samples.push_back(peak);
+        }
+        QFile::remove(copy);
         QFile::remove(rc);
         QFile::remove(xlf);
         QFile::remove(fresh);
         Progress(QStringLiteral("export %1 / %2 ms, import %3 / %4 ms (resource script / XLIFF)")
                      .arg(exportRc.Median(), 0, 'f', 1).arg(exportXliff.Median(), 0, 'f', 1)
                      .arg(importRc.Median(), 0, 'f', 1).arg(importXliff.Median(), 0, 'f', 1));
+        Progress(QStringLiteral("XLIFF file %1 MB, its import peaks at %2 MB").arg(size.Median(), 0, 'f', 1).arg(memory.Median(), 0, 'f', 1));
     }
 #endif
 
@@ -602,6 +625,26 @@ void MeasureSize(const Options &options, int strings, Results &results)
     ResetServices();
     QFile::remove(path);
     QFile::remove(finishedPath);
+}
+
+int RunXliffImportProbe(const QString &workspacePath, const QString &xliffPath)
+{
+#ifdef KVEDIT_BENCH_HAVE_IO
+    try {
+        const server::WorkspacePtr workspace = server::Workspace::Open(workspacePath);
+        const io::ImportSummary summary = io::ImportFile(*workspace, xliffPath);
+        std::printf("probe done: %.1f MB (%d unchanged)\n", PeakResidentMegabytes(), summary.unchanged);
+        std::fflush(stdout);
+        return 0;
+    } catch (const KvError &e) {
+        std::fprintf(stderr, "XLIFF import probe: %s\n", qPrintable(e.Description()));
+        return 1;
+    }
+#else
+    Q_UNUSED(workspacePath);
+    Q_UNUSED(xliffPath);
+    return 1;
+#endif
 }
 
 int RunMemoryProbe(const QString &workspacePath)

@@ -31,6 +31,8 @@ inline const QString ExportRc = QStringLiteral("export resource script");
 inline const QString ImportXliff = QStringLiteral("import XLIFF");
 inline const QString ExportXliff = QStringLiteral("export XLIFF");
 inline const QString MemorySession = QStringLiteral("peak memory: editor session");
+inline const QString XliffSize = QStringLiteral("XLIFF file size");
+inline const QString MemoryXliffImport = QStringLiteral("peak memory: XLIFF import");
 } // namespace op
 
 struct Options {
@@ -58,5 +60,8 @@ void AttachTargets(Results &results);
 // list, page through it, search, edit one string and save, edit every string and save). Returns
 // the exit code.
 int RunMemoryProbe(const QString &workspacePath);
+// The child side of the XLIFF import's memory figure: imports the file into the workspace and
+// prints its own peak.
+int RunXliffImportProbe(const QString &workspacePath, const QString &xliffPath);
 
 } // namespace kvedit::bench

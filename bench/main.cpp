@@ -77,6 +77,10 @@ int main(int argc, char **argv)
         QApplication app(argc, argv);
         return RunMemoryProbe(QString::fromLocal8Bit(argv[2]));
     }
+    if (argc == 4 && std::strcmp(argv[1], "--xliff-import-probe") == 0) {
+        QCoreApplication app(argc, argv);
+        return RunXliffImportProbe(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+    }
 
     QTemporaryDir scratch;
     if (!scratch.isValid()) {

@@ -132,34 +132,39 @@ public:
     void ImportXliffTranslations(const QList<ImportedString> &strings, const Progress &progress)
     {
         int done = 0;
-        QHash<StringId, int> seen;
         for (const ImportedString &s : strings) {
             Report(progress, ++done, static_cast<int>(strings.size()));
-            const std::optional<StringId> id = KnownId(s);
-            if (!id)
-                continue;
-            if (seen.contains(*id))
-                throw FileError(s.file, s.line, QStringLiteral("the string %1 is translated twice (first on line %2)")
-                                                    .arg(s.DisplayId())
-                                                    .arg(seen.value(*id)));
-            seen.insert(*id, s.line);
-            if (s.state == TranslationState::Missing || !s.target) {
-                m_summary.AddNotImported(s.notTranslated.isEmpty() ? reason::kNoTarget : s.notTranslated, s.DisplayId());
-                KeepTargetOrigin(*id, s);   // its state and draft go back as they came
-                continue;
-            }
-            bool outOfDate = s.state == TranslationState::OutOfDate;
-            const QString english = m_set.Text(*id, ssEnglishDefault);
-            if (!s.sourceText.isEmpty() && s.sourceText != english) {
-                Note(s, QStringLiteral("the translation of %1 was made for another English text; it is marked out "
-                                       "of date")
-                            .arg(*id));
-                outOfDate = true;
-            }
-            StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
-                             s.targetApproved || s.state == TranslationState::Approved, outOfDate);
-            KeepTargetOrigin(*id, s);
+            ImportXliffTranslation(s);
         }
+    }
+
+    // One unit at a time, as a file streams in.
+    void ImportXliffTranslation(const ImportedString &s)
+    {
+        const std::optional<StringId> id = KnownId(s);
+        if (!id)
+            return;
+        if (m_translated.contains(*id))
+            throw FileError(s.file, s.line, QStringLiteral("the string %1 is translated twice (first on line %2)")
+                                                .arg(s.DisplayId())
+                                                .arg(m_translated.value(*id)));
+        m_translated.insert(*id, s.line);
+        if (s.state == TranslationState::Missing || !s.target) {
+            m_summary.AddNotImported(s.notTranslated.isEmpty() ? reason::kNoTarget : s.notTranslated, s.DisplayId());
+            KeepTargetOrigin(*id, s);   // its state and draft go back as they came
+            return;
+        }
+        bool outOfDate = s.state == TranslationState::OutOfDate;
+        const QString english = m_set.Text(*id, ssEnglishDefault);
+        if (!s.sourceText.isEmpty() && s.sourceText != english) {
+            Note(s, QStringLiteral("the translation of %1 was made for another English text; it is marked out "
+                                   "of date")
+                        .arg(*id));
+            outOfDate = true;
+        }
+        StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
+                         s.targetApproved || s.state == TranslationState::Approved, outOfDate);
+        KeepTargetOrigin(*id, s);
     }
 
 private:
@@ -325,6 +330,7 @@ private:
     StringSource m_translations;
     QHash<QString, StringId> m_idOfSymbol;
     QHash<QString, StringId> m_idOfOrigin;   // another tool's <file> and unit id
+    QHash<StringId, int> m_translated;       // ids translated by this file, and the line
 };
 
 QString SourceTitle(server::Workspace &workspace, TableVersion table)
@@ -499,6 +505,44 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
     return summary;
 }
 
+namespace {
+
+// Translations from an XLIFF file read as a stream: our own units are stored as they are read,
+// so the file is never held as a whole; another tool's follow at the end, once their ids are
+// known.
+ImportSummary ImportXliffStream(server::Workspace &workspace, const QString &file, const ImportOptions &options)
+{
+    const std::shared_ptr<server::TableSet> set = workspace.Set();
+    if (set->Modified())
+        throw KvError(errInvalidCall, QStringLiteral("The workspace has unsaved edits; save or discard them first"));
+    ImportSummary summary;
+    summary.source = options.as == ImportAs::LocalEdited ? ssLocalEdited : ssLocalDefault;
+    Importer importer(workspace, summary, summary.source);
+    int done = 0;
+    try {
+        const ResourceStrings rest = ReadXliffStreaming(
+            file,
+            [&](const ResourceStrings &header) {
+                summary.languageTag = header.languageTag;
+                CheckLanguage(header, FileFormat::Xliff, false, workspace.Info().targetLanguage, options, summary);
+            },
+            [&](ImportedString &&s, qint64 position, qint64 size) {
+                importer.ImportXliffTranslation(s);
+                if (options.progress && ++done % kProgressStep == 0)
+                    options.progress(static_cast<int>(position / 1024), static_cast<int>(size / 1024));
+            });
+        summary.notes = rest.notes + summary.notes;
+        importer.ImportXliffTranslations(rest.strings, {});
+        set->Save(summary.source, false);
+    } catch (...) {
+        set->DiscardEdits();
+        throw;
+    }
+    return summary;
+}
+
+} // namespace
+
 ImportSummary ImportFile(server::Workspace &workspace, const QString &file, const ImportOptions &options)
 {
     const std::optional<FileFormat> format = FormatOfFile(file);
@@ -512,7 +556,14 @@ ImportSummary ImportFile(server::Workspace &workspace, const QString &file, cons
         strings = ReadResourceScript(file, rc);
         break;
     }
-    case FileFormat::Xliff: strings = ReadXliff(file); break;
+    case FileFormat::Xliff:
+        // A file that states its target language holds translations: streamed. Without one it
+        // may hold only source texts, which the whole file decides.
+        if (options.as == ImportAs::LocalDefault || options.as == ImportAs::LocalEdited
+            || (options.as == ImportAs::Automatic && !XliffTargetLanguage(file).isEmpty()))
+            return ImportXliffStream(workspace, file, options);
+        strings = ReadXliff(file);
+        break;
     }
     return ImportStrings(workspace, strings, *format, options);
 }

@@ -25,10 +25,9 @@ const QString kAllowShortcut = QStringLiteral("x-kvedit-allow-shortcut");
 const QString kShortcutCharacter = QStringLiteral("x-kvedit-shortcut-character");
 const QString kShortcutMode = QStringLiteral("x-kvedit-shortcut-mode");
 const QString kParameterPrefix = QStringLiteral("x-kvedit-parameter-");
+const QString kNoParameters = QStringLiteral("x-kvedit-no-parameters");
 const QString kCharacterType = QStringLiteral("x-kvedit-char");
-// Our string id on a unit that goes back to another tool under that tool's unit id.
-const QString kStringGroup = QStringLiteral("x-kvedit-string");
-const QString kStringId = QStringLiteral("x-kvedit-id");
+const QString kExtraDataTag = QStringLiteral("kvedit;");
 
 // Characters XML 1.0 cannot hold at all, even as references.
 bool IsXmlCharacter(char32_t c)
@@ -75,41 +74,24 @@ void WriteText(QXmlStreamWriter &w, const QString &text, bool allowElements, int
     flush();
 }
 
-void WriteContext(QXmlStreamWriter &w, const QString &type, const QString &value)
-{
-    w.writeStartElement(QStringLiteral("context"));
-    w.writeAttribute(QStringLiteral("context-type"), type);
-    int none = 0;
-    WriteText(w, value, false, &none);
-    w.writeEndElement();
-}
-
-QString YesNo(bool value)
-{
-    return value ? QStringLiteral("yes") : QStringLiteral("no");
-}
-
-void WriteProperties(QXmlStreamWriter &w, const QString &purpose, const TextProperties &p,
-                     const QList<ParameterDefinition> &parameters)
-{
-    w.writeStartElement(QStringLiteral("context-group"));
-    w.writeAttribute(QStringLiteral("purpose"), purpose);
-    WriteContext(w, kMultipleLines, YesNo(p.properties & tpMultipleLines));
-    WriteContext(w, kAllowTab, YesNo(p.properties & tpAllowTab));
-    WriteContext(w, kAllowShortcut, YesNo(p.properties & tpAllowShortcut));
-    WriteContext(w, kShortcutCharacter, p.shortcutCharacter);
-    WriteContext(w, kShortcutMode, QString::number(p.shortcutMode));
-    for (const ParameterDefinition &d : parameters)
-        WriteContext(w, kParameterPrefix + QString::number(d.Id()), d.Description());
-    w.writeEndElement();
-}
-
-// What one context group of ours says.
+// What one context group of ours says: the properties it states over the text's own.
 struct PropertyGroup {
     bool present = false;
-    TextProperties properties;
+    int yes = 0;                  // TextProperty flags stated
+    int no = 0;
+    std::optional<QString> shortcutCharacter;
+    std::optional<int> shortcutMode;
+    bool parametersGiven = false;
     QList<ParameterDefinition> parameters;
-    int stringId = 0;
+
+    TextProperties Over(const QString &text) const
+    {
+        TextProperties p = TextProperties::FromTraits(AnalyseText(text));
+        p.properties = (p.properties | yes) & ~no;
+        p.shortcutCharacter = shortcutCharacter.value_or(p.shortcutCharacter);
+        p.shortcutMode = shortcutMode.value_or(p.shortcutMode);
+        return p;
+    }
 };
 
 const QString kXmlNamespace = QStringLiteral("http://www.w3.org/XML/1998/namespace");
@@ -252,6 +234,9 @@ class Reader {
 public:
     Reader(QIODevice *device, const QString &file) : m_xml(device), m_file(file) {}
 
+    std::function<void(const ResourceStrings &)> started;
+    std::function<void(ImportedString &&, qint64, qint64)> sink;
+
     ResourceStrings Run()
     {
         m_result.file = m_file;
@@ -350,6 +335,8 @@ private:
         else if (!target.isEmpty() && target != m_result.languageTag)
             Note(static_cast<int>(m_xml.lineNumber()),
                  QStringLiteral("this <file> is in %1, the first one in %2").arg(target, m_result.languageTag));
+        if (m_files == 1 && started)
+            started(m_result);
     }
 
     // The text of the element the reader is on, its children's included.
@@ -381,6 +368,11 @@ private:
         const QString idText = a.value(QLatin1String("id")).toString().trimmed();
         const QString resname = a.value(QLatin1String("resname")).toString().trimmed();
         const bool approved = a.value(QLatin1String("approved")) == QLatin1String("yes");
+        PropertyGroup sourceGroup;
+        PropertyGroup targetGroup;
+        int stringId = 0;
+        if (a.value(QLatin1String("extradata")).startsWith(kExtraDataTag))
+            ReadExtraData(a.value(QLatin1String("extradata")).mid(kExtraDataTag.size()), sourceGroup, targetGroup, stringId);
 
         ImportedString s;
         s.file = m_file;
@@ -404,9 +396,6 @@ private:
         std::optional<QString> target;
         QString state;
         QString qualifier;
-        PropertyGroup sourceGroup;
-        PropertyGroup targetGroup;
-        int stringId = 0;
         while (m_xml.readNextStartElement()) {
             const QStringView name = m_xml.name();
             if (m_xml.namespaceUri() != m_namespace) {
@@ -432,8 +421,6 @@ private:
                     sourceGroup = ReadPropertyGroup();
                 else if (purpose == kTargetGroup)
                     targetGroup = ReadPropertyGroup();
-                else if (purpose == kStringGroup)
-                    stringId = ReadPropertyGroup().stringId;
                 else
                     m_xml.skipCurrentElement();
             } else {
@@ -456,10 +443,9 @@ private:
         }
 
         s.text = s.sourceText;
-        s.properties = sourceGroup.present ? sourceGroup.properties
-                                           : TextProperties::FromTraits(AnalyseText(s.sourceText));
+        s.properties = sourceGroup.Over(s.sourceText);
         s.propertiesGiven = sourceGroup.present;
-        if (sourceGroup.present) {
+        if (sourceGroup.parametersGiven) {
             s.parameters = sourceGroup.parameters;
             s.parametersGiven = true;
         } else {
@@ -476,11 +462,44 @@ private:
         if (s.state != TranslationState::Missing) {
             s.target = target;
             s.targetApproved = approved || s.state == TranslationState::Approved;
-            s.targetProperties = targetGroup.present ? targetGroup.properties
-                                                     : TextProperties::FromTraits(AnalyseText(*target));
+            s.targetProperties = targetGroup.Over(*target);
             s.targetPropertiesGiven = targetGroup.present;
         }
-        m_result.strings.append(std::move(s));
+        if (sink && m_ours)
+            sink(std::move(s), m_xml.device()->pos(), m_xml.device()->size());
+        else
+            m_result.strings.append(std::move(s));
+    }
+
+    static void ReadExtraData(QStringView data, PropertyGroup &source, PropertyGroup &target, int &stringId)
+    {
+        for (const QStringView part : data.split(u';')) {
+            const qsizetype equals = part.indexOf(u'=');
+            const QStringView key = equals < 0 ? part : part.left(equals);
+            const QString value = equals < 0 ? QString()
+                                             : QString::fromUtf8(QByteArray::fromPercentEncoding(part.mid(equals + 1).toUtf8()));
+            const bool forTarget = key.startsWith(QLatin1String("t."));
+            PropertyGroup &g = forTarget ? target : source;
+            const QStringView name = forTarget ? key.mid(2) : key;
+            const int flag = name == QLatin1String("ml") ? tpMultipleLines
+                             : name == QLatin1String("tab") ? tpAllowTab
+                             : name == QLatin1String("sc")  ? tpAllowShortcut
+                                                            : 0;
+            g.present = g.present || name != QLatin1String("id");
+            (value == QLatin1String("1") ? g.yes : g.no) |= flag;
+            if (name == QLatin1String("ch"))
+                g.shortcutCharacter = value;
+            else if (name == QLatin1String("md"))
+                g.shortcutMode = qBound(0, value.toInt(), 4);
+            else if (name == QLatin1String("np"))
+                g.parametersGiven = true;
+            else if (name == QLatin1String("id"))
+                stringId = value.toInt();
+            else if (name.size() == 2 && name.front() == u'p' && name.back().isDigit() && name.back() != u'0') {
+                g.parameters.append(ParameterDefinition(name.back().digitValue(), value, QString(u'%') + name.back()));
+                g.parametersGiven = true;
+            }
+        }
     }
 
     PropertyGroup ReadPropertyGroup()
@@ -495,23 +514,24 @@ private:
             const QString type = m_xml.attributes().value(QLatin1String("context-type")).toString();
             const QString value = ReadText();
             const bool yes = value.trimmed() == QLatin1String("yes");
-            if (type == kMultipleLines)
-                g.properties.properties |= yes ? tpMultipleLines : 0;
-            else if (type == kAllowTab)
-                g.properties.properties |= yes ? tpAllowTab : 0;
-            else if (type == kAllowShortcut)
-                g.properties.properties |= yes ? tpAllowShortcut : 0;
-            else if (type == kShortcutCharacter)
-                g.properties.shortcutCharacter = value;
+            const int flag = type == kMultipleLines ? tpMultipleLines
+                             : type == kAllowTab    ? tpAllowTab
+                             : type == kAllowShortcut ? tpAllowShortcut
+                                                      : 0;
+            (yes ? g.yes : g.no) |= flag;
+            if (type == kShortcutCharacter)
+                g.shortcutCharacter = value;
             else if (type == kShortcutMode)
-                g.properties.shortcutMode = qBound(0, value.trimmed().toInt(), 4);
-            else if (type == kStringId)
-                g.stringId = value.trimmed().toInt();
+                g.shortcutMode = qBound(0, value.trimmed().toInt(), 4);
+            else if (type == kNoParameters)
+                g.parametersGiven = true;
             else if (type.startsWith(kParameterPrefix)) {
                 bool ok = false;
                 const int id = type.mid(kParameterPrefix.size()).toInt(&ok);
-                if (ok && id > 0)
+                if (ok && id > 0) {
                     g.parameters.append(ParameterDefinition(id, value, QLatin1Char('%') + QString::number(id)));
+                    g.parametersGiven = true;
+                }
             }
         }
         return g;
@@ -644,61 +664,84 @@ bool NeedsPreservedSpace(const QString &text)
     return false;
 }
 
+// Our text properties where they differ from what the texts show, our string id on another
+// tool's unit, as the unit's extradata: "kvedit;ch=;md=0;p1=the file name". A value escapes
+// '%' and ';' as %25 and %3B.
+QString EscapedValue(QString value)
+{
+    return value.replace(u'%', QLatin1String("%25")).replace(u';', QLatin1String("%3B"));
+}
+
+void AddProperties(QStringList &parts, const QString &prefix, const TextProperties &p, const QString &text)
+{
+    const TextProperties implied = TextProperties::FromTraits(AnalyseText(text));
+    const std::pair<int, const char *> flags[] = {{tpMultipleLines, "ml"}, {tpAllowTab, "tab"}, {tpAllowShortcut, "sc"}};
+    for (const auto &[flag, key] : flags)
+        if ((p.properties ^ implied.properties) & flag)
+            parts << prefix + QLatin1String(key) + ((p.properties & flag) ? QLatin1String("=1") : QLatin1String("=0"));
+    if (p.shortcutCharacter != implied.shortcutCharacter)
+        parts << prefix + QStringLiteral("ch=") + EscapedValue(p.shortcutCharacter);
+    if (p.shortcutMode != implied.shortcutMode)
+        parts << prefix + QStringLiteral("md=") + QString::number(p.shortcutMode);
+}
+
+QString ExtraData(const ImportedString &u, bool hasTarget)
+{
+    QStringList parts;
+    AddProperties(parts, QString(), u.properties, u.sourceText);
+    if (!DefaultParameters(u.parameters, u.sourceText)) {
+        if (u.parameters.isEmpty())
+            parts << QStringLiteral("np");
+        for (const ParameterDefinition &d : u.parameters)
+            parts << QStringLiteral("p%1=").arg(d.Id()) + EscapedValue(d.Description());
+    }
+    if (hasTarget)
+        AddProperties(parts, QStringLiteral("t."), u.targetProperties, *u.target);
+    if (!u.origin.unit.isEmpty() && u.id > 0)
+        parts << QStringLiteral("id=%1").arg(u.id);
+    return parts.isEmpty() ? QString() : kExtraDataTag + parts.join(u';');
+}
+
 void WriteUnit(QXmlStreamWriter &w, const ImportedString &u, bool withTargets)
 {
     const bool hasTarget = withTargets && u.target && u.state != TranslationState::Missing;
     const bool approved = hasTarget && (u.targetApproved || u.state == TranslationState::Approved);
     const server::ExchangeOrigin &origin = u.origin;
+    const TranslationState state = hasTarget ? u.state : TranslationState::Missing;
+    // The other tool's own state and qualifier where they still say what ours does.
+    const bool keepTheirs = (!origin.targetState.isEmpty() || !origin.stateQualifier.isEmpty())
+                            && TranslationStateOf(origin.targetState, hasTarget, approved, origin.stateQualifier) == state;
+    const QString stateName = keepTheirs ? origin.targetState : XliffStateOf(state);
+    const QString qualifier = keepTheirs ? origin.stateQualifier : QString();
+
     int placeholder = 0;
     w.writeStartElement(QStringLiteral("trans-unit"));
     w.writeAttribute(QStringLiteral("id"), origin.unit.isEmpty() ? QString::number(u.id) : origin.unit);
     if (!u.symbol.isEmpty())
         w.writeAttribute(QStringLiteral("resname"), u.symbol);
-    // The approval mark travels in the unit's attribute: an out-of-date translation can still
-    // carry it, which its state cannot say.
-    if (approved)
+    // The approval mark where the state does not say it: an out-of-date translation can still
+    // carry it.
+    if (approved && TranslationStateOf(stateName, true, false, qualifier) != TranslationState::Approved)
         w.writeAttribute(QStringLiteral("approved"), QStringLiteral("yes"));
     if (NeedsPreservedSpace(u.sourceText) || (hasTarget && NeedsPreservedSpace(*u.target))
         || NeedsPreservedSpace(u.description.value_or(QString())))
         w.writeAttribute(QStringLiteral("xml:space"), QStringLiteral("preserve"));
-    // Indenting inside <source> and <target> would add white space to the text.
+    const QString extra = ExtraData(u, hasTarget);
+    if (!extra.isEmpty())
+        w.writeAttribute(QStringLiteral("extradata"), extra);
     w.writeStartElement(QStringLiteral("source"));
-    w.setAutoFormatting(false);
     WriteContent(w, u.sourceText, origin.sourceMarkup, &placeholder);
     w.writeEndElement();
-    w.setAutoFormatting(true);
     if (withTargets) {
         w.writeStartElement(QStringLiteral("target"));
-        const TranslationState state = hasTarget ? u.state : TranslationState::Missing;
-        // The other tool's own state and qualifier where they still say what ours does.
-        const bool keepTheirs = (!origin.targetState.isEmpty() || !origin.stateQualifier.isEmpty())
-                                && TranslationStateOf(origin.targetState, hasTarget, approved, origin.stateQualifier) == state;
-        if (keepTheirs) {
-            if (!origin.targetState.isEmpty())
-                w.writeAttribute(QStringLiteral("state"), origin.targetState);
-            if (!origin.stateQualifier.isEmpty())
-                w.writeAttribute(QStringLiteral("state-qualifier"), origin.stateQualifier);
-        } else {
-            w.writeAttribute(QStringLiteral("state"), XliffStateOf(state));
-        }
-        w.setAutoFormatting(false);
+        if (!stateName.isEmpty())
+            w.writeAttribute(QStringLiteral("state"), stateName);
+        if (!qualifier.isEmpty())
+            w.writeAttribute(QStringLiteral("state-qualifier"), qualifier);
         if (hasTarget)
             WriteContent(w, *u.target, origin.targetMarkup, &placeholder);
         else if (keepTheirs && !origin.targetMarkup.isEmpty())
             WriteMarkup(w, origin.targetMarkup);   // the other tool's draft
-        w.writeEndElement();
-        w.setAutoFormatting(true);
-    }
-    // Only what the text does not show for itself.
-    if (u.properties != TextProperties::FromTraits(AnalyseText(u.sourceText))
-        || !DefaultParameters(u.parameters, u.sourceText))
-        WriteProperties(w, kSourceGroup, u.properties, u.parameters);
-    if (hasTarget && u.targetProperties != TextProperties::FromTraits(AnalyseText(*u.target)))
-        WriteProperties(w, kTargetGroup, u.targetProperties, {});
-    if (!origin.unit.isEmpty() && u.id > 0) {
-        w.writeStartElement(QStringLiteral("context-group"));
-        w.writeAttribute(QStringLiteral("purpose"), kStringGroup);
-        WriteContext(w, kStringId, QString::number(u.id));
         w.writeEndElement();
     }
     if (u.description && !u.description->isEmpty()) {
@@ -762,19 +805,25 @@ QByteArray WriteXliff(const XliffDocument &document)
         }
         it->append(&u);
     }
+    // One unit a line: indenting inside a unit would add white space to its texts, and costs.
+    const auto writeUnits = [&](const QList<const ImportedString *> &units) {
+        w.setAutoFormatting(false);
+        for (const ImportedString *u : units) {
+            w.writeCharacters(QStringLiteral("\n"));
+            WriteUnit(w, *u, withTargets);
+        }
+        w.writeCharacters(QStringLiteral("\n    "));
+        w.writeEndElement();   // body
+        w.setAutoFormatting(true);
+        w.writeEndElement();   // file
+    };
     if (!own.isEmpty() || originals.isEmpty()) {
         WriteFileStart(w, document, document.original.isEmpty() ? QStringLiteral("strings") : document.original, true);
-        for (const ImportedString *u : std::as_const(own))
-            WriteUnit(w, *u, withTargets);
-        w.writeEndElement();   // body
-        w.writeEndElement();   // file
+        writeUnits(own);
     }
     for (const QString &original : std::as_const(originals)) {
         WriteFileStart(w, document, original, false);
-        for (const ImportedString *u : foreign.value(original))
-            WriteUnit(w, *u, withTargets);
-        w.writeEndElement();   // body
-        w.writeEndElement();   // file
+        writeUnits(foreign.value(original));
     }
     w.writeEndElement();   // xliff
     w.writeEndDocument();
@@ -792,6 +841,33 @@ ResourceStrings ReadXliffData(const QByteArray &data, const QString &fileName)
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
     return ReadXliffDevice(&buffer, fileName);
+}
+
+ResourceStrings ReadXliffStreaming(const QString &file, const std::function<void(const ResourceStrings &)> &started,
+                                   const std::function<void(ImportedString &&, qint64, qint64)> &sink)
+{
+    QFile f(file);
+    if (!f.open(QIODevice::ReadOnly))
+        throw FileError(file, 0, QStringLiteral("cannot read the file: %1").arg(f.errorString()));
+    Reader reader(&f, QFileInfo(file).absoluteFilePath());
+    reader.started = started;
+    reader.sink = sink;
+    return reader.Run();
+}
+
+QString XliffTargetLanguage(const QString &file)
+{
+    QFile f(file);
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    QXmlStreamReader xml(&f);
+    while (xml.readNextStartElement()) {
+        if (xml.name() == QLatin1String("file"))
+            return xml.attributes().value(QLatin1String("target-language")).toString();
+        if (xml.name() != QLatin1String("xliff"))
+            return {};
+    }
+    return {};
 }
 
 ResourceStrings ReadXliff(const QString &file)

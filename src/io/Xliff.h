@@ -13,6 +13,8 @@
 
 #include "io/ResourceStrings.h"
 
+#include <functional>
+
 class QIODevice;
 
 namespace kvedit::io {
@@ -35,6 +37,16 @@ QByteArray WriteXliff(const XliffDocument &document);
 ResourceStrings ReadXliff(const QString &file);
 ResourceStrings ReadXliffData(const QByteArray &data, const QString &fileName);
 ResourceStrings ReadXliffDevice(QIODevice *device, const QString &fileName);
+
+// The same as a stream: each unit of a <file> kvedit wrote goes to sink as soon as it is read
+// (with the file's position and size) instead of into the result, which keeps the other tools'
+// units, the languages and the notes. started is called at the first <file>, its languages set.
+ResourceStrings ReadXliffStreaming(const QString &file, const std::function<void(const ResourceStrings &)> &started,
+                                   const std::function<void(ImportedString &&, qint64, qint64)> &sink);
+
+// The target language the first <file> states; empty when it states none or the file cannot be
+// read as XLIFF (reading it then says why).
+QString XliffTargetLanguage(const QString &file);
 
 // The state attribute we write for a status, and the status a state (with the unit's approved
 // attribute and the target's state-qualifier) stands for.
