@@ -389,6 +389,11 @@ void ImportSummary::AddNotImported(const QString &reason, const QString &id)
     notImported.append({reason, {id}});
 }
 
+bool IsExchangeFormat(FileFormat format)
+{
+    return format != FileFormat::ResourceScript;
+}
+
 std::optional<FileFormat> FormatOfFile(const QString &path)
 {
     static const struct {
@@ -415,10 +420,11 @@ namespace {
 void CheckLanguage(const ResourceStrings &strings, FileFormat format, bool english, const QString &target,
                    const ImportOptions &options, ImportSummary &summary)
 {
-    const QString stated = english && format == FileFormat::Xliff ? strings.sourceLanguageTag : strings.languageTag;
+    const bool exchange = IsExchangeFormat(format);
+    const QString stated = english && exchange ? strings.sourceLanguageTag : strings.languageTag;
     const bool mismatch = !stated.isEmpty() && (english ? !IsEnglishTag(stated) : !SameLanguage(stated, target));
     // Translations are made from English texts.
-    const bool foreignSource = !english && format == FileFormat::Xliff && !strings.sourceLanguageTag.isEmpty()
+    const bool foreignSource = !english && exchange && !strings.sourceLanguageTag.isEmpty()
                                && !IsEnglishTag(strings.sourceLanguageTag);
     if (!mismatch && !foreignSource)
         return;
@@ -492,8 +498,8 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
     Importer importer(workspace, summary, english ? ssLocalDefault : summary.source);
     try {
         if (english)
-            importer.ImportEnglish(strings.strings, format == FileFormat::Xliff, options.progress);
-        else if (format == FileFormat::Xliff)
+            importer.ImportEnglish(strings.strings, IsExchangeFormat(format), options.progress);
+        else if (IsExchangeFormat(format))
             importer.ImportXliffTranslations(strings.strings, options.progress);
         else
             importer.ImportScriptTranslations(strings.strings, options.progress);

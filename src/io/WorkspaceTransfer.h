@@ -23,6 +23,10 @@ enum class FileFormat { ResourceScript, Xliff };
 // By extension: .rc (also .rc2, .dlg) and .xlf/.xliff; nullopt for anything else.
 std::optional<FileFormat> FormatOfFile(const QString &path);
 
+// Exchange files carry both sides of a translation (sourceText, target and state per string, the
+// source and target languages); every format but the resource script is one.
+bool IsExchangeFormat(FileFormat format);
+
 enum class ImportAs {
     Automatic,       // a resource script by its LANGUAGE (English or none: the English default,
                      // else the local default); an XLIFF file's translations into the local

@@ -1,10 +1,11 @@
 #pragma once
 // XLIFF 1.2 exchange files. We write one <file> with source and target languages, one
 // trans-unit per string (id = the string id, resname = its symbol), the translation's status as
-// the target's state, the description as a note, and only those text properties the text does
-// not show for itself in context groups of our own (purpose "x-kvedit-source" and
-// "x-kvedit-target"). Strings another tool's file brought go back into a <file> of that name
-// with that tool's unit ids, inline codes and states.
+// the target's state, the description as a note, and in the unit's extradata ("kvedit;...")
+// only those text properties and parameter descriptions the text does not show for itself.
+// Strings another tool's file brought go back into a <file> of that name with that tool's unit
+// ids, inline codes and states. Files of earlier versions, with our properties in context
+// groups, still read.
 //
 // Reading accepts what other tools write: several <file>s (unit ids are unique only within
 // one), groups at any depth, inline codes kept as markup beside their text equivalent, extra

@@ -80,6 +80,7 @@ private slots:
     void foreignFile();
     void badFiles_data();
     void badFiles();
+    void earlierFilesStillRead();
     void inlineCodes_data();
     void inlineCodes();
     void unitsAreKeyedPerFile();
@@ -303,6 +304,26 @@ QByteArray OtherToolsFileElement(const QByteArray &original, const QByteArray &u
 }
 
 } // namespace
+
+void TestXliff::earlierFilesStillRead()
+{
+    // Our properties as the earlier versions wrote them: every one, in context groups.
+    const QByteArray file = "<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"w\" "
+                            "source-language=\"en\" target-language=\"de\" datatype=\"winres\" tool-id=\"kvedit\"><body>"
+                            "<trans-unit id=\"5\"><source>&amp;Save %1</source><target state=\"translated\">&amp;Speichern %1</target>"
+                            "<context-group purpose=\"x-kvedit-source\"><context context-type=\"x-kvedit-multiple-lines\">no</context>"
+                            "<context context-type=\"x-kvedit-allow-tab\">yes</context>"
+                            "<context context-type=\"x-kvedit-allow-shortcut\">yes</context>"
+                            "<context context-type=\"x-kvedit-shortcut-character\"/>"
+                            "<context context-type=\"x-kvedit-shortcut-mode\">3</context>"
+                            "<context context-type=\"x-kvedit-parameter-1\">the file</context></context-group>"
+                            "<context-group purpose=\"x-kvedit-target\"><context context-type=\"x-kvedit-allow-shortcut\">no</context>"
+                            "</context-group></trans-unit></body></file></xliff>";
+    const ImportedString s = ReadXliffData(file, QStringLiteral("old.xlf")).strings.first();
+    QCOMPARE(s.properties, (TextProperties{tpAllowTab | tpAllowShortcut, QString(), 3}));
+    QCOMPARE(s.parameters, (QList<ParameterDefinition>{ParameterDefinition(1, QStringLiteral("the file"), QStringLiteral("%1"))}));
+    QCOMPARE(s.targetProperties, (TextProperties{0, QStringLiteral("S"), 1}));
+}
 
 void TestXliff::inlineCodes_data()
 {
