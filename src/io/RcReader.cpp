@@ -680,6 +680,22 @@ private:
         return -1;
     }
 
+    // An id whose expression runs on into a later line is a stray token after the previous
+    // string (its "+", say): reported where it stands, not where the reading stopped.
+    qint64 ParseId(size_t idAt)
+    {
+        try {
+            return ParseExpression([](const QString &) { return std::nullopt; });
+        } catch (const ParseFailure &f) {
+            const Token &first = m_tokens[idAt];
+            const Token &bad = m_tokens[static_cast<size_t>(qBound(0, f.index, static_cast<int>(m_tokens.size()) - 1))];
+            if (bad.file == first.file && bad.line == first.line)
+                throw;
+            throw ParseFailure{static_cast<int>(idAt),
+                               QStringLiteral("the id starting with \"%1\" does not end on its line").arg(first.text)};
+        }
+    }
+
     void ParseEntry()
     {
         // Ends of expansions the previous entry left open do not belong to this one.
@@ -697,7 +713,7 @@ private:
             symbol = m_tokens[start].text;
             symbolEnd = MatchingEnd(start);
         }
-        const qint64 id = ParseExpression([](const QString &) { return std::nullopt; });
+        const qint64 id = ParseId(idAt);
         if (!symbol.isEmpty()) {
             size_t after = m_pos;
             while (after < m_tokens.size() && m_tokens[after].kind == Tok::MacroEnd

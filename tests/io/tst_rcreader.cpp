@@ -401,6 +401,8 @@ void TestRcReader::errorsNameFileAndLine_data()
     QTest::newRow("id too large") << Table("32768 \"a\"") << 3 << "1 string id is above 32767";
     QTest::newRow("id beyond any table") << Table("65536 \"a\"") << 3 << "outside 1 to 32767";
     QTest::newRow("no text after the id") << Table("1\n2 \"b\"") << 3 << "a string was expected after the id 1";
+    QTest::newRow("stray token after a string") << Table("1 \"a\" +") << 3
+                                                << "the id starting with \"+\" does not end on its line";
     QTest::newRow("symbol named as written") << Table("IDS_A \"a\"\nIDS_A \"b\"", "#define IDS_A 0x160\n") << 5
                                              << "the string id IDS_A (352) is defined twice";
     QTest::newRow("symbol without text") << Table("IDS_A\n2 \"b\"", "#define IDS_A 0x160\n") << 4
