@@ -590,7 +590,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     QList<ImportedString> strings;
     for (int i = 1; i <= maximum; ++i) {
         const StringId id = static_cast<StringId>(i);
-        if (*format == FileFormat::ResourceScript) {
+        if (!IsExchangeFormat(*format)) {
             if (!set->HasText(id, options.table))
                 continue;
             ImportedString s;
@@ -627,13 +627,15 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     }
 
     QByteArray data;
-    if (*format == FileFormat::ResourceScript) {
+    switch (*format) {
+    case FileFormat::ResourceScript:
         data = WriteResourceScript(strings, RcWriteOptions{tag, SourceTitle(workspace, options.table)});
         if (strings.isEmpty())
             summary.notes.append({Diagnostic::Note, file, 0,
                                   QStringLiteral("the table holds no strings; the script has no STRINGTABLE (an "
                                                  "empty one does not compile)")});
-    } else {
+        break;
+    case FileFormat::Xliff: {
         XliffDocument document;
         document.original = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).fileName() : workspace.Name();
         document.sourceLanguage = QStringLiteral("en-US");
@@ -641,6 +643,8 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
             document.targetLanguage = tag;
         document.units = strings;
         data = WriteXliff(document);
+        break;
+    }
     }
     WriteFile(file, data);
     if (options.progress)
