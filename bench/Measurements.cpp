@@ -290,9 +290,15 @@ void AttachTargets(Results &results)
         {op::FindOutOfDate, 5},
         {op::FindUnapproved, 5},
         {op::StoreSaveOne, 20},
+        {op::StoreOne, 10},
+        {op::CountStates, 3},
+        {op::FilterText, 15},
+        {op::FilterState, 15},
         {op::SaveAll, 500},
         {op::PageFrame, 16},
         {op::MemorySession, 120},
+        {op::XliffSize, 10},
+        {op::MemoryXliffImport, 80},
     };
     for (const auto &t : targets)
         for (const int size : results.Sizes())
@@ -455,6 +461,41 @@ void MeasureSize(const Options &options, int strings, Results &results)
         Progress(QStringLiteral("%1: %2 ms").arg(op::Find).arg(find.Median(), 0, 'f', 2));
     }
 
+    // The states of every string counted again, and one pass of the list's filter: by a text
+    // few rows hold (every text of every row is looked at) and by a state.
+    if (options.Wants(QStringLiteral("workflow"))) {
+        CDVDataSource *source = form->DataSource();
+        Series &count = results.At(op::CountStates, strings);
+        count.note = QStringLiteral("one pass over the table: missing, out of date, unapproved, approved, local edits");
+        Series &byText = results.At(op::FilterText, strings);
+        byText.note = QStringLiteral("the list filled and every row's id, symbol, texts and description searched");
+        Series &byState = results.At(op::FilterState, strings);
+        byState.note = QStringLiteral("the list filled and kept to the strings that need work");
+        for (int i = 0; i < repeats; ++i) {
+            QElapsedTimer t;
+            t.start();
+            source->States().Recount();
+            count.samples.push_back(Ms(t));
+            source->setFilter({UnmatchedSearchText(), StateFilter::All});
+            t.restart();
+            source->RefreshStringList();
+            byText.samples.push_back(Ms(t));
+            Check(source->GetRecordCount() == 0, QStringLiteral("the filter by text let rows through"));
+            source->setFilter({QString(), StateFilter::NeedsWork});
+            t.restart();
+            source->RefreshStringList();
+            byState.samples.push_back(Ms(t));
+            Check(source->GetRecordCount() == source->States().Counts().NeedsWork(),
+                  QStringLiteral("the filter by state shows %1 rows").arg(source->GetRecordCount()));
+        }
+        source->setFilter({});
+        source->RefreshStringList();
+        form->DataView()->Refresh();
+        Progress(QStringLiteral("%1: %2 ms; filter by text %3 ms, by state %4 ms")
+                     .arg(op::CountStates).arg(count.Median(), 0, 'f', 2).arg(byText.Median(), 0, 'f', 2)
+                     .arg(byState.Median(), 0, 'f', 2));
+    }
+
     // The translation checks, on a finished translation where no row qualifies.
     if (options.Wants(QStringLiteral("checks"))) {
         const ResourceWorkspacePtr finished = server::Workspace::Open(finishedPath);
@@ -535,12 +576,33 @@ void MeasureSize(const Options &options, int strings, Results &results)
         } catch (const KvError &e) {
             Check(false, QStringLiteral("import or export failed: %1").arg(e.Description()));
         }
+        // The XLIFF file's size, and the peak of a process that imports it again (a process of its
+        // own, so the figure is the import's and not this program's).
+        Series &size = results.At(op::XliffSize, strings, QStringLiteral("MB"));
+        size.note = QStringLiteral("the file of that export, 10^6 bytes");
+        size.samples.push_back(static_cast<double>(QFileInfo(xlf).size()) / 1e6);
+        Series &memory = results.At(op::MemoryXliffImport, strings, QStringLiteral("MB"));
+        memory.note = QStringLiteral("a fresh process: opens that workspace and imports the XLIFF file into it again, saved");
+        const QString copy = fresh + QStringLiteral(".probe");
+        for (int i = 0; i < heavy; ++i) {
+            QFile::remove(copy);
+            QFile::copy(fresh, copy);
+            const ChildRun run = RunChild(options.self, {QStringLiteral("--transfer-probe"), QStringLiteral("import"), copy, xlf},
+                                          ChildEnvironment(options), QByteArray("probe done"), 120000);
+            const QByteArray output = run.output.mid(run.output.indexOf("probe done:") + 11).trimmed();
+            const double peak = output.left(output.indexOf(' ')).toDouble();
+            Check(run.ok && peak > 0, QStringLiteral("XLIFF import probe failed: %1").arg(QString::fromLocal8Bit(run.output)));
+            if (run.ok && peak > 0)
+                memory.samples.push_back(peak);
+        }
+        QFile::remove(copy);
         QFile::remove(rc);
         QFile::remove(xlf);
         QFile::remove(fresh);
         Progress(QStringLiteral("export %1 / %2 ms, import %3 / %4 ms (resource script / XLIFF)")
                      .arg(exportRc.Median(), 0, 'f', 1).arg(exportXliff.Median(), 0, 'f', 1)
                      .arg(importRc.Median(), 0, 'f', 1).arg(importXliff.Median(), 0, 'f', 1));
+        Progress(QStringLiteral("XLIFF file %1 MB, its import peaks at %2 MB").arg(size.Median(), 0, 'f', 1).arg(memory.Median(), 0, 'f', 1));
     }
 
     // PO and TS of the same size: the Local Edited version exported, then read back as the
@@ -622,6 +684,7 @@ void MeasureSize(const Options &options, int strings, Results &results)
         Series &save = results.At(op::SaveOne, strings);
         Series &both = results.At(op::StoreSaveOne, strings);
         both.note = QStringLiteral("UpdateEntry with the list refreshed and repainted, then File > Save to the file");
+        store.note = QStringLiteral("UpdateEntry: stored, the string's state and the progress updated, the list refreshed and repainted");
         const StringTableSetPtr tables = form->DataSource()->Tables();
         CStringList &list = form->DataSource()->StringList();
         const int row = list.Count() / 2 + 1;

@@ -22,6 +22,9 @@ inline const QString FindMissing = QStringLiteral("Find Missing (full pass)");
 inline const QString FindOutOfDate = QStringLiteral("Find Out-of-Date (full pass)");
 inline const QString FindUnapproved = QStringLiteral("Find Unapproved (full pass)");
 inline const QString StoreOne = QStringLiteral("store one edit (UpdateEntry)");
+inline const QString CountStates = QStringLiteral("count the states of every string");
+inline const QString FilterText = QStringLiteral("filter pass by text");
+inline const QString FilterState = QStringLiteral("filter pass by state");
 inline const QString SaveOne = QStringLiteral("save one edit");
 inline const QString StoreSaveOne = QStringLiteral("store + save one edit");
 inline const QString StoreAll = QStringLiteral("store an edit to every string");
@@ -39,6 +42,8 @@ inline const QString MemoryExportPo = QStringLiteral("peak memory: export PO");
 inline const QString MemoryImportPo = QStringLiteral("peak memory: import PO");
 inline const QString MemoryExportTs = QStringLiteral("peak memory: export TS");
 inline const QString MemoryImportTs = QStringLiteral("peak memory: import TS");
+inline const QString XliffSize = QStringLiteral("XLIFF file size");
+inline const QString MemoryXliffImport = QStringLiteral("peak memory: XLIFF import");
 } // namespace op
 
 struct Options {
@@ -66,6 +71,8 @@ void AttachTargets(Results &results);
 // list, page through it, search, edit one string and save, edit every string and save). Returns
 // the exit code.
 int RunMemoryProbe(const QString &workspacePath);
+// The child side of the XLIFF import's memory figure: imports the file into the workspace and
+// prints its own peak.
 
 // The child side of a file's peak-memory figure: "export" writes the workspace's Local Edited
 // version to the file, "import" reads the file into the workspace. Prints its own peak; returns

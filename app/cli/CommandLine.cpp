@@ -9,6 +9,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
@@ -36,14 +37,16 @@ QString Usage()
     return QStringLiteral(
         "Usage:\n"
         "  kvedit new WORKSPACE --language TAG\n"
-        "  kvedit import WORKSPACE FILE [--as english-default|local-default] [-I DIR] [-D NAME[=VALUE]]\n"
-        "                               [--header FILE] [--codepage N]\n"
+        "  kvedit import WORKSPACE FILE [--as english-default|local-default|local-edited] [-I DIR]\n"
+        "                               [-D NAME[=VALUE]] [--header FILE] [--codepage N]\n"
+        "                               [--language-mismatch=accept] [--skip-out-of-range] [--json]\n"
         "  kvedit export WORKSPACE FILE [--table 0..3]\n"
         "  kvedit stats WORKSPACE [--table 0..3] [--json]\n"
         "  kvedit demo WORKSPACE [--force]\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
         "default), 1 Local Default, 2 English Edited, 3 English Default. An import goes by the file's\n"
-        "language unless --as says otherwise.\n"
+        "language unless --as says otherwise, and refuses a file in another language than the source it\n"
+        "fills unless --as or --language-mismatch=accept says so.\n"
         "FILE may also be a gettext catalog (.po, .pot) or a Qt TS file (.ts).\n");
 }
 
@@ -106,6 +109,38 @@ void PrintNotes(QTextStream &err, const QList<io::Diagnostic> &notes)
         err << d.ToString() << '\n';
 }
 
+constexpr int kIdsShown = 5;
+
+// "4242, 4243, 4244, 4245, 4246 and 3 more"
+QString FirstIds(const QStringList &ids)
+{
+    QString out = ids.mid(0, kIdsShown).join(QLatin1String(", "));
+    if (ids.size() > kIdsShown)
+        out += QStringLiteral(" and %1 more").arg(ids.size() - kIdsShown);
+    return out;
+}
+
+QJsonObject ImportJson(const QString &file, const io::ImportSummary &summary)
+{
+    QJsonArray reasons;
+    for (const io::NotImported &n : summary.notImported)
+        reasons.append(QJsonObject{{QStringLiteral("reason"), n.reason},
+                                   {QStringLiteral("count"), static_cast<int>(n.ids.size())},
+                                   {QStringLiteral("ids"), QJsonArray::fromStringList(n.ids)}});
+    QJsonArray notes;
+    for (const io::Diagnostic &d : summary.notes)
+        notes.append(d.ToString());
+    return QJsonObject{{QStringLiteral("file"), file},
+                       {QStringLiteral("source"), server::TableSet::FixedSourceName(summary.source)},
+                       {QStringLiteral("language"), summary.languageTag},
+                       {QStringLiteral("added"), summary.added},
+                       {QStringLiteral("changed"), summary.changed},
+                       {QStringLiteral("unchanged"), summary.unchanged},
+                       {QStringLiteral("notImported"), summary.skipped},
+                       {QStringLiteral("reasons"), reasons},
+                       {QStringLiteral("notes"), notes}};
+}
+
 int RunNew(const QStringList &arguments, QTextStream &out)
 {
     QCommandLineParser parser;
@@ -145,7 +180,13 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     const QCommandLineOption codePage(QStringLiteral("codepage"),
                                       QStringLiteral("Code page of text before any #pragma code_page."),
                                       QStringLiteral("n"));
-    parser.addOptions({as, include, define, header, codePage});
+    const QCommandLineOption mismatch(QStringLiteral("language-mismatch"),
+                                      QStringLiteral("accept: import a file in another language than the source."),
+                                      QStringLiteral("accept"));
+    const QCommandLineOption skipOutOfRange(QStringLiteral("skip-out-of-range"),
+                                            QStringLiteral("Import a script's other strings when some ids are too high."));
+    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print the summary as JSON."));
+    parser.addOptions({as, include, define, header, codePage, mismatch, skipOutOfRange, json});
     Parse(parser, arguments);
     if (parser.positionalArguments().size() != 2)
         throw UsageError{QStringLiteral("import expects a workspace file and the file to import")};
@@ -157,9 +198,17 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
             options.as = io::ImportAs::EnglishDefault;
         else if (value == QLatin1String("local-default"))
             options.as = io::ImportAs::LocalDefault;
+        else if (value == QLatin1String("local-edited"))
+            options.as = io::ImportAs::LocalEdited;
         else
-            throw UsageError{QStringLiteral("--as takes english-default or local-default, not \"%1\"").arg(value)};
+            throw UsageError{QStringLiteral("--as takes english-default, local-default or local-edited, not \"%1\"").arg(value)};
     }
+    if (parser.isSet(mismatch)) {
+        if (parser.value(mismatch) != QLatin1String("accept"))
+            throw UsageError{QStringLiteral("--language-mismatch takes accept, not \"%1\"").arg(parser.value(mismatch))};
+        options.acceptLanguageMismatch = true;
+    }
+    options.rc.skipOutOfRange = parser.isSet(skipOutOfRange);
     options.rc.includeDirs = parser.values(include);
     options.rc.defines = parser.values(define);
     options.rc.headers = parser.values(header);
@@ -177,12 +226,18 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     options.progress = progress.Callback();
     const io::ImportSummary summary = io::ImportFile(*workspace, file, options);
     progress.Clear();
+    if (parser.isSet(json)) {
+        out << QJsonDocument(ImportJson(file, summary)).toJson(QJsonDocument::Indented);
+        return exitSuccess;
+    }
     PrintNotes(err, summary.notes);
     out << "Imported " << file << " into " << server::TableSet::FixedSourceName(summary.source) << ": "
         << summary.added << " added, " << summary.changed << " changed, " << summary.unchanged << " unchanged";
     if (summary.skipped)
-        out << ", " << summary.skipped << " not imported";
+        out << ", " << summary.skipped << " not imported:";
     out << '\n';
+    for (const io::NotImported &n : summary.notImported)
+        out << "  " << n.ids.size() << ' ' << n.reason << ": " << FirstIds(n.ids) << '\n';
     return exitSuccess;
 }
 
@@ -204,6 +259,7 @@ int RunExport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     options.progress = progress.Callback();
     const io::ExportSummary summary = io::ExportFile(*workspace, file, options);
     progress.Clear();
+    PrintNotes(err, summary.notes);
     out << "Exported " << summary.strings << " strings of "
         << server::TableSet::FixedSourceName(options.table) << " to " << file << '\n';
     return exitSuccess;

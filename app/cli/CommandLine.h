@@ -1,8 +1,9 @@
 #pragma once
 // The kvedit command-line tools, run by the same program as the editor:
 //   kvedit new WORKSPACE --language de-DE
-//   kvedit import WORKSPACE FILE [--as english-default|local-default] [-I DIR] [-D NAME[=VALUE]]
-//                                [--header FILE] [--codepage N]
+//   kvedit import WORKSPACE FILE [--as english-default|local-default|local-edited] [-I DIR]
+//                                [-D NAME[=VALUE]] [--header FILE] [--codepage N]
+//                                [--language-mismatch=accept] [--skip-out-of-range] [--json]
 //   kvedit export WORKSPACE FILE [--table 0..3]
 //   kvedit stats WORKSPACE [--table 0..3] [--json]
 //   kvedit demo WORKSPACE [--force]

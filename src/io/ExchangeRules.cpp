@@ -32,12 +32,6 @@ std::pair<QString, QString> LanguageAndRegion(const QString &tag)
     return {parts.value(0), region};
 }
 
-QString Named(const QString &tag)
-{
-    const Language language = LanguageForTag(tag);
-    return language.Name().isEmpty() || language.Name() == tag ? tag : QStringLiteral("%1 (%2)").arg(tag, language.Name());
-}
-
 } // namespace
 
 bool SameLanguageTag(const QString &a, const QString &b)
@@ -47,22 +41,6 @@ bool SameLanguageTag(const QString &a, const QString &b)
     if (LanguageForTag(languageA).Value() != LanguageForTag(languageB).Value())
         return false;
     return regionA.isEmpty() || regionB.isEmpty() || regionA == regionB;
-}
-
-void CheckFileLanguages(const QString &file, int line, const QString &translationLanguage,
-                        const QString &sourceLanguage, const QString &workspaceLanguage)
-{
-    const QString anyway = QStringLiteral("; --as chooses what to import it as, --language-mismatch=accept imports it anyway");
-    if (!translationLanguage.isEmpty() && !SameLanguageTag(translationLanguage, workspaceLanguage))
-        throw FileError(file, line,
-                        QStringLiteral("the file's translations are in %1, the workspace's in %2")
-                                .arg(Named(translationLanguage), Named(workspaceLanguage))
-                            + anyway);
-    if (!sourceLanguage.isEmpty() && !IsEnglishTag(QString(sourceLanguage).replace(u'_', u'-')))
-        throw FileError(file, line,
-                        QStringLiteral("the file's source texts are in %1, the workspace's strings in English")
-                                .arg(Named(sourceLanguage))
-                            + anyway);
 }
 
 QString KeyOf(const ImportedString &s)
@@ -115,9 +93,7 @@ int ResolveKeylessStrings(ResourceStrings &strings, const server::TableSet &set,
                 }
             out.append(resolved);
         } else if (ids.isEmpty()) {
-            strings.notes.append({Diagnostic::Note, s.file, s.line,
-                                  QStringLiteral("no string of the workspace has the English text \"%1\"; not imported")
-                                      .arg(s.sourceText.left(60))});
+            strings.skipped.append({QStringLiteral("unknown English text"), s.sourceText.left(40), s.file, s.line});
             ++unmatched;
         } else {
             for (const StringId id : ids) {

@@ -16,13 +16,6 @@ namespace kvedit::io {
 // "pt-BR").
 bool SameLanguageTag(const QString &a, const QString &b);
 
-// Refuses a file whose stated languages do not fit the workspace: the language of its
-// translations must be the workspace's translation language, the language of its source texts
-// English. An empty tag states nothing and passes. Throws FileError at file:line naming both
-// languages and how to import the file anyway.
-void CheckFileLanguages(const QString &file, int line, const QString &translationLanguage,
-                        const QString &sourceLanguage, const QString &workspaceLanguage);
-
 // A message's key as we write it: the symbol, else the id in decimal.
 QString KeyOf(const ImportedString &s);
 

@@ -30,6 +30,8 @@ struct Token {
 };
 
 constexpr int kMaxErrors = 50;
+constexpr int kMaxResourceId = 65535;   // what a string table's ids can be at all
+constexpr int kOutOfRangeShown = 5;
 
 bool IsIdentStart(QChar c)
 {
@@ -331,7 +333,7 @@ public:
 
     void Run()
     {
-        while (!AtEnd() && ErrorCount() < kMaxErrors) {
+        while (!AtEnd()) {
             SkipAnnotations();
             if (AtEnd())
                 break;
@@ -355,6 +357,9 @@ public:
 
     QList<ImportedString> strings;
     QList<WindowsLanguage> tableLanguages;   // the language of each string table, when stated
+    int tables = 0;                          // STRINGTABLE blocks read
+    int moreErrors = 0;                      // errors beyond the ones listed
+    QList<ImportedString> outOfRange;        // ids above the maximum the compiler still takes
 
 private:
     bool AtEnd() const { return m_pos >= m_tokens.size(); }
@@ -414,6 +419,10 @@ private:
 
     void Fail(const ParseFailure &f)
     {
+        if (ErrorCount() >= kMaxErrors) {
+            ++moreErrors;
+            return;
+        }
         Diagnostic d;
         d.severity = Diagnostic::Error;
         d.message = f.message;
@@ -638,6 +647,7 @@ private:
         }
         if (language)
             tableLanguages.append(*language);
+        ++tables;
 
         for (;;) {
             size_t at = 0;
@@ -648,8 +658,6 @@ private:
                 Advance();
                 return;
             }
-            if (ErrorCount() >= kMaxErrors)
-                return;
             try {
                 ParseEntry();
             } catch (const ParseFailure &f) {
@@ -672,6 +680,22 @@ private:
         return -1;
     }
 
+    // An id whose expression runs on into a later line is a stray token after the previous
+    // string (its "+", say): reported where it stands, not where the reading stopped.
+    qint64 ParseId(size_t idAt)
+    {
+        try {
+            return ParseExpression([](const QString &) { return std::nullopt; });
+        } catch (const ParseFailure &f) {
+            const Token &first = m_tokens[idAt];
+            const Token &bad = m_tokens[static_cast<size_t>(qBound(0, f.index, static_cast<int>(m_tokens.size()) - 1))];
+            if (bad.file == first.file && bad.line == first.line)
+                throw;
+            throw ParseFailure{static_cast<int>(idAt),
+                               QStringLiteral("the id starting with \"%1\" does not end on its line").arg(first.text)};
+        }
+    }
+
     void ParseEntry()
     {
         // Ends of expansions the previous entry left open do not belong to this one.
@@ -689,7 +713,7 @@ private:
             symbol = m_tokens[start].text;
             symbolEnd = MatchingEnd(start);
         }
-        const qint64 id = ParseExpression([](const QString &) { return std::nullopt; });
+        const qint64 id = ParseId(idAt);
         if (!symbol.isEmpty()) {
             size_t after = m_pos;
             while (after < m_tokens.size() && m_tokens[after].kind == Tok::MacroEnd
@@ -705,9 +729,14 @@ private:
             Advance();
             t = Peek(&at);
         }
-        if (!t || t->kind != Tok::String)
-            throw ParseFailure{t ? static_cast<int>(at) : static_cast<int>(idAt),
-                               QStringLiteral("a string was expected after the id %1").arg(id)};
+        // The id as the script wrote it: its symbol, or the number.
+        const QString idName = symbol.isEmpty() ? QString::number(id) : symbol;
+        if (!t || t->kind != Tok::String) {
+            // On a later line the string is missing from the id's line, which is where to look.
+            const bool sameLine = t && t->file == first.file && t->line == first.line;
+            throw ParseFailure{sameLine ? static_cast<int>(at) : static_cast<int>(idAt),
+                               QStringLiteral("a string was expected after the id %1").arg(idName)};
+        }
         QString text;
         while ((t = Peek(&at)) && t->kind == Tok::String) {
             QString problem;
@@ -720,14 +749,15 @@ private:
         if ((t = Peek()) && t->kind == Tok::Punct && t->text == u',')
             Advance();
 
-        if (id < 1 || id > m_options.maximumId)
+        const QString shown = symbol.isEmpty() ? QString::number(id) : QStringLiteral("%1 (%2)").arg(symbol).arg(id);
+        if (id < 1 || id > kMaxResourceId)
             throw ParseFailure{static_cast<int>(idAt), QStringLiteral("the string id %1 is outside 1 to %2")
-                                                           .arg(id)
+                                                           .arg(shown)
                                                            .arg(m_options.maximumId)};
         const auto seen = m_seen.constFind(static_cast<int>(id));
         if (seen != m_seen.cend())
             throw ParseFailure{static_cast<int>(idAt), QStringLiteral("the string id %1 is defined twice (first at %2)")
-                                                           .arg(id)
+                                                           .arg(shown)
                                                            .arg(Where(*seen))};
         m_seen.insert(static_cast<int>(id), static_cast<int>(idAt));
 
@@ -741,7 +771,11 @@ private:
             s.parameters.append(ParameterDefinition(p, QString(), QLatin1Char('%') + QString::number(p)));
         s.file = m_files.at(first.file);
         s.line = first.line;
-        strings.append(s);
+        s.written = idName;
+        if (id > m_options.maximumId)
+            outOfRange.append(s);   // summed up at the end
+        else
+            strings.append(s);
     }
 
     const std::vector<Token> &m_tokens;
@@ -752,6 +786,26 @@ private:
     std::optional<WindowsLanguage> m_language;
     QHash<int, int> m_seen;   // id -> token index
 };
+
+// A script is text: a compiled resource file, or any file with NUL bytes outside UTF-16, is
+// refused before the preprocessor sees it.
+void CheckIsText(const QString &file)
+{
+    QFile f(file);
+    if (!f.open(QIODevice::ReadOnly))
+        return;   // the preprocessor reports it
+    const QByteArray bytes = f.readAll();
+    static const QByteArray resHeader("\0\0\0\0\x20\0\0\0\xff\xff\0\0\xff\xff\0\0", 16);
+    if (bytes.startsWith(resHeader))
+        throw FileError(QFileInfo(file).absoluteFilePath(), 0,
+                        QStringLiteral("this is a compiled resource file (.res), not a resource script"));
+    if (DetectByteOrderMark(bytes) != ByteOrderMark::None && !bytes.startsWith("\xEF\xBB\xBF"))
+        return;   // UTF-16 or UTF-32: NULs are part of the text
+    const qsizetype nul = bytes.indexOf('\0');
+    if (nul >= 0)
+        throw FileError(QFileInfo(file).absoluteFilePath(), static_cast<int>(bytes.left(nul).count('\n')) + 1,
+                        QStringLiteral("the file is not text: it holds a NUL byte (at byte %1)").arg(nul));
+}
 
 } // namespace
 
@@ -852,6 +906,7 @@ ResourceStrings ReadResourceScript(const QString &file, const RcReadOptions &opt
     pre.headers = options.headers;
     pre.multiByteEncoding = McppEncodingOfCodePage(options.codePage);
 
+    CheckIsText(file);
     for (int attempt = 0;; ++attempt) {
         const PreprocessedScript script = Preprocess(pre);
         QList<Diagnostic> diagnostics = script.diagnostics;
@@ -885,6 +940,32 @@ ResourceStrings ReadResourceScript(const QString &file, const RcReadOptions &opt
                     break;
                 }
         }
+        const bool failed = std::any_of(diagnostics.cbegin(), diagnostics.cend(),
+                                        [](const Diagnostic &d) { return d.severity == Diagnostic::Error; });
+        if (!failed && parser.tables == 0)
+            diagnostics.append({Diagnostic::Error, result.file, 0, QStringLiteral("the script defines no string table")});
+        if (!parser.outOfRange.isEmpty()) {
+            QStringList ids;
+            for (const ImportedString &s : std::as_const(parser.outOfRange)) {
+                if (ids.size() < kOutOfRangeShown)
+                    ids << s.written;
+                result.skipped.append({reason::kOutOfRange, s.written, s.file, s.line});
+            }
+            if (parser.outOfRange.size() > kOutOfRangeShown)
+                ids << QStringLiteral("...");
+            const ImportedString &first = parser.outOfRange.first();
+            if (!options.skipOutOfRange)
+                diagnostics.append({Diagnostic::Error, first.file, first.line,
+                                    QStringLiteral("%1 above %2, the highest id the workspace takes: %3 "
+                                                   "(--skip-out-of-range imports the others)")
+                                        .arg(parser.outOfRange.size() == 1
+                                                 ? QStringLiteral("1 string id is")
+                                                 : QStringLiteral("%1 string ids are").arg(parser.outOfRange.size()))
+                                        .arg(options.maximumId)
+                                        .arg(ids.join(QLatin1String(", ")))});
+        }
+        if (parser.moreErrors > 0)
+            diagnostics.append({Diagnostic::Error, result.file, 0, QStringLiteral("and %1 more errors").arg(parser.moreErrors)});
         for (const Diagnostic &d : diagnostics)
             if (d.severity == Diagnostic::Error)
                 throw FileError(diagnostics);

@@ -14,9 +14,13 @@ struct RcReadOptions {
     QStringList headers;        // read before the script (a language file's parent headers)
     int codePage = 0;           // for text before any #pragma code_page; 0 is UTF-8
     int maximumId = 32767;      // the highest id the workspace takes
+    // Ids above it up to 65535 (the resource compiler's range) are an error summed up in one
+    // line; with this they are left out and listed in ResourceStrings::skipped instead.
+    bool skipOutOfRange = false;
 };
 
-// Throws FileError naming file and line for every problem found; returns only complete results.
+// Throws FileError naming file and line for every problem found (the first 50, then how many
+// more), also for a file that is not text or has no string table; returns only complete results.
 ResourceStrings ReadResourceScript(const QString &file, const RcReadOptions &options = {});
 
 // A string literal's body (between the quotes) as the resource compiler reads it: "" for a

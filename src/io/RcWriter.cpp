@@ -100,7 +100,15 @@ QByteArray WriteResourceScript(const QList<ImportedString> &strings, const RcWri
         out += QStringLiteral("   // %1").arg(names);
     if (!options.languageTag.isEmpty())
         out += QStringLiteral(" (%1)").arg(options.languageTag);
-    out += QStringLiteral("\n\nSTRINGTABLE\nBEGIN\n");
+    out += QStringLiteral("\n\n");
+    if (strings.isEmpty()) {
+        // A resource compiler refuses an empty string table, and a script without any resource
+        // ("no resources"): a one-byte placeholder keeps the script compiling.
+        out += QStringLiteral("// The table holds no strings: there is no string table, only a placeholder.\n"
+                              "KVEDIT_NO_STRINGS RCDATA { \"\\0\" }\n");
+        return out.toUtf8();
+    }
+    out += QStringLiteral("STRINGTABLE\nBEGIN\n");
     int width = 0;
     for (const ImportedString &s : strings)
         width = qMax(width, static_cast<int>(symbols.value(s.id, QString::number(s.id)).size()));

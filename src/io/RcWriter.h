@@ -12,7 +12,8 @@ struct RcWriteOptions {
     QString title;          // a comment line at the top ("Demo Application: German")
 };
 
-// Uses id, symbol and text of each string, in the order given.
+// Uses id, symbol and text of each string, in the order given. Without strings the script has
+// no string table (an empty one does not compile) but a one-byte placeholder resource.
 QByteArray WriteResourceScript(const QList<ImportedString> &strings, const RcWriteOptions &options);
 
 // A string literal (with its quotes) that compiles to text.

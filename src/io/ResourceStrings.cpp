@@ -17,6 +17,15 @@ TextProperties TextProperties::FromTraits(const TextTraits &traits)
     return TextProperties{traits.Properties(), traits.shortcutCharacter, traits.shortcutMode};
 }
 
+QString ImportedString::DisplayId() const
+{
+    if (!written.isEmpty())
+        return written;
+    if (id > 0)
+        return QString::number(id);
+    return symbol;
+}
+
 TextTraits AnalyseText(const QString &text)
 {
     TextTraits traits;

@@ -4,6 +4,7 @@
 
 #include "io/IoError.h"
 #include "model/StringTables.h"
+#include "server/Record.h"
 
 #include <QList>
 #include <QString>
@@ -65,8 +66,33 @@ struct ImportedString {
     bool approvalKnown = true;     // false: the format has no approval mark; an unchanged translation keeps its own
     TextProperties targetProperties;
     bool targetPropertiesGiven = false;
+    QString notTranslated;       // why a unit brings no translation (a reason's name); empty: the default
+
+    // Another tool's exchange file: its <file> and unit, inline codes and state, kept so an
+    // export gives that tool its units back. Empty for our own files and for scripts.
+    server::ExchangeOrigin origin;
+    QString written;             // the id as the file writes it ("0", "IDS_OPEN"), for messages
 
     QString file;                // where it was read
+    int line = 0;
+
+    // How messages name the string: as the file wrote it, else by number or symbol.
+    QString DisplayId() const;
+};
+
+// Why strings of a file are not imported, by kind; readers of further formats add their own.
+namespace reason {
+inline const QString kUnknownId = QStringLiteral("unknown id");        // the workspace has no such string
+inline const QString kNoTarget = QStringLiteral("no target");          // an exchange unit without a translation
+inline const QString kStateNew = QStringLiteral("state new");          // a translation marked as not yet made
+inline const QString kOutOfRange = QStringLiteral("id out of range");  // above the highest id taken
+} // namespace reason
+
+// A string a file holds that is not imported, and why.
+struct SkippedString {
+    QString reason;
+    QString id;                  // as the file writes it
+    QString file;
     int line = 0;
 };
 
@@ -77,6 +103,7 @@ struct ResourceStrings {
     QString sourceLanguageTag;       // exchange files: the language of the source texts
     int languageLine = 0;            // where the file states its languages
     QList<Diagnostic> notes;
+    QList<SkippedString> skipped;    // left out by the reader itself (ids beyond the range taken)
 };
 
 } // namespace kvedit::io

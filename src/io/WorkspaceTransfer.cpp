@@ -30,9 +30,23 @@ void Report(const Progress &progress, int done, int total)
         progress(done, total);
 }
 
+// The same language, and where both name a region the same region ("de" fits "de-DE", "pt-PT"
+// does not fit "pt-BR").
 bool SameLanguage(const QString &a, const QString &b)
 {
-    return LanguageForTag(a).Value() == LanguageForTag(b).Value();
+    return SameLanguageTag(a, b);
+}
+
+// "Japanese (ja-JP)"
+QString LanguageName(const QString &tag)
+{
+    const QString name = LanguageForTag(tag).Name();
+    return name.isEmpty() || name == tag ? tag : QStringLiteral("%1 (%2)").arg(name, tag);
+}
+
+QString OriginKey(const QString &original, const QString &unit)
+{
+    return original + QChar(0x1F) + unit;
 }
 
 // The definitions a text's placeholders call for, keeping the descriptions the workspace has.
@@ -51,8 +65,9 @@ ParameterList MergedParameters(const ParameterList &fromFile, const ParameterLis
 
 class Importer {
 public:
-    Importer(server::Workspace &workspace, ImportSummary &summary)
-        : m_ws(workspace), m_set(*workspace.Set()), m_server(*workspace.TextServer()), m_summary(summary)
+    Importer(server::Workspace &workspace, ImportSummary &summary, StringSource translations = ssLocalDefault)
+        : m_ws(workspace), m_set(*workspace.Set()), m_server(*workspace.TextServer()), m_summary(summary),
+          m_translations(translations)
     {
         // The set looks symbols up one by one; a file names thousands of them.
         for (int i = 1; i <= m_set.MaximumCount(); ++i) {
@@ -60,6 +75,9 @@ public:
             if (!symbol.isEmpty())
                 m_idOfSymbol.insert(symbol, static_cast<StringId>(i));
         }
+        const QHash<StringId, server::ExchangeOrigin> &origins = m_set.Origins();
+        for (auto it = origins.cbegin(); it != origins.cend(); ++it)
+            m_idOfOrigin.insert(OriginKey(it->original, it->unit), it.key());
     }
 
     // The strings themselves: texts, properties, descriptions, parameters and symbols.
@@ -86,6 +104,13 @@ public:
             m_set.StoreEntry(edited);
             if (!s.symbol.isEmpty())
                 AssignSymbol(id, s.symbol, s);
+            if (!s.origin.unit.isEmpty()) {
+                server::ExchangeOrigin origin = m_set.Origin(id);
+                if (origin.original != s.origin.original || origin.unit != s.origin.unit)
+                    origin = server::ExchangeOrigin{s.origin.original, s.origin.unit, {}, {}, {}, {}};
+                origin.sourceMarkup = s.origin.sourceMarkup;
+                SetOrigin(id, origin);
+            }
             Count(before, id, ssEnglishDefault);
             Report(progress, ++done, static_cast<int>(numbered.size()));
         }
@@ -112,40 +137,67 @@ public:
     void ImportXliffTranslations(const QList<ImportedString> &strings, const Progress &progress)
     {
         int done = 0;
-        QHash<StringId, int> seen;
         for (const ImportedString &s : strings) {
             Report(progress, ++done, static_cast<int>(strings.size()));
-            const std::optional<StringId> id = KnownId(s);
-            if (!id)
-                continue;
-            if (seen.contains(*id))
-                throw FileError(s.file, s.line, QStringLiteral("the string %1 is translated twice (first on line %2)")
-                                                    .arg(*id)
-                                                    .arg(seen.value(*id)));
-            seen.insert(*id, s.line);
-            if (s.state == TranslationState::Missing || !s.target) {
-                ++m_summary.skipped;
-                continue;
-            }
-            bool outOfDate = s.state == TranslationState::OutOfDate;
-            const QString english = m_set.Text(*id, ssEnglishDefault);
-            if (!s.sourceText.isEmpty() && s.sourceText != english) {
-                Note(s, QStringLiteral("the translation of %1 was made for another English text; it is marked out "
-                                       "of date")
-                            .arg(*id));
-                outOfDate = true;
-            }
-            StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
-                             s.approvalKnown ? std::optional<bool>(s.targetApproved || s.state == TranslationState::Approved)
-                                             : std::nullopt,
-                             outOfDate);
+            ImportXliffTranslation(s);
         }
+    }
+
+    // One unit at a time, as a file streams in.
+    void ImportXliffTranslation(const ImportedString &s)
+    {
+        const std::optional<StringId> id = KnownId(s);
+        if (!id)
+            return;
+        if (m_translated.contains(*id))
+            throw FileError(s.file, s.line, QStringLiteral("the string %1 is translated twice (first on line %2)")
+                                                .arg(s.DisplayId())
+                                                .arg(m_translated.value(*id)));
+        m_translated.insert(*id, s.line);
+        if (s.state == TranslationState::Missing || !s.target) {
+            m_summary.AddNotImported(s.notTranslated.isEmpty() ? reason::kNoTarget : s.notTranslated, s.DisplayId());
+            KeepTargetOrigin(*id, s);   // its state and draft go back as they came
+            return;
+        }
+        bool outOfDate = s.state == TranslationState::OutOfDate;
+        const QString english = m_set.Text(*id, ssEnglishDefault);
+        if (!s.sourceText.isEmpty() && s.sourceText != english) {
+            Note(s, QStringLiteral("the translation of %1 was made for another English text; it is marked out "
+                                   "of date")
+                        .arg(*id));
+            outOfDate = true;
+        }
+        StoreTranslation(*id, *s.target, s.targetProperties, s.targetPropertiesGiven,
+                         s.approvalKnown ? std::optional<bool>(s.targetApproved || s.state == TranslationState::Approved)
+                                         : std::nullopt,
+                         outOfDate);
+        KeepTargetOrigin(*id, s);
     }
 
 private:
     void Note(const ImportedString &s, const QString &message)
     {
         m_summary.notes.append({Diagnostic::Note, s.file, s.line, message});
+    }
+
+    // The unit's codes and state, to give them back on export.
+    void KeepTargetOrigin(StringId id, const ImportedString &s)
+    {
+        if (s.origin.unit.isEmpty())
+            return;
+        server::ExchangeOrigin origin = m_set.Origin(id);
+        if (origin.unit.isEmpty())
+            origin = server::ExchangeOrigin{s.origin.original, s.origin.unit, s.origin.sourceMarkup, {}, {}, {}};
+        origin.targetMarkup = s.origin.targetMarkup;
+        origin.targetState = s.origin.targetState;
+        origin.stateQualifier = s.origin.stateQualifier;
+        SetOrigin(id, origin);
+    }
+
+    void SetOrigin(StringId id, const server::ExchangeOrigin &origin)
+    {
+        m_set.setOrigin(id, origin);
+        m_idOfOrigin.insert(OriginKey(origin.original, origin.unit), id);
     }
 
     void Count(const std::optional<server::Record> &before, StringId id, StringSource source)
@@ -173,14 +225,14 @@ private:
     std::optional<StringId> KnownId(const ImportedString &s)
     {
         StringId id = 0;
-        if (s.id > 0 && s.id <= m_set.MaximumCount())
+        if (!s.origin.unit.isEmpty())
+            id = m_idOfOrigin.value(OriginKey(s.origin.original, s.origin.unit));
+        if (id == 0 && s.id > 0 && s.id <= m_set.MaximumCount())
             id = static_cast<StringId>(s.id);
-        else if (s.id == 0 && !s.symbol.isEmpty())
+        else if (id == 0 && s.id == 0 && !s.symbol.isEmpty())
             id = m_idOfSymbol.value(s.symbol);
         if (id == 0 || !m_set.IdInUse(id, ssEnglishDefault)) {
-            const QString what = s.id > 0 ? QStringLiteral("id %1").arg(s.id) : QStringLiteral("\"%1\"").arg(s.symbol);
-            Note(s, QStringLiteral("%1 is not a string of the workspace; not imported").arg(what));
-            ++m_summary.skipped;
+            m_summary.AddNotImported(reason::kUnknownId, s.DisplayId());
             return std::nullopt;
         }
         return id;
@@ -189,9 +241,9 @@ private:
     void StoreTranslation(StringId id, const QString &text, const TextProperties &fileProperties, bool given,
                           std::optional<bool> approved, bool outOfDate)
     {
-        const std::optional<server::Record> before = m_set.RecordOf(id, ssLocalDefault);
-        const StringEntryPtr entry = before ? m_set.Entry(id, ssLocalDefault)
-                                            : m_server.CreateEntry(m_ws.Tables(), id, ssLocalDefault);
+        const std::optional<server::Record> before = m_set.RecordOf(id, m_translations);
+        const StringEntryPtr entry = before ? m_set.Entry(id, m_translations)
+                                            : m_server.CreateEntry(m_ws.Tables(), id, m_translations);
         const bool sameText = before && before->hasText && before->text == text;
         const TextProperties p = KeptProperties(fileProperties, given, before, sameText);
         const bool valid = approved.value_or(sameText && (before->status & sfApproved));
@@ -202,14 +254,14 @@ private:
         m_set.StoreEntry(edited);
         if (outOfDate) {
             // Storing confirms a translation against today's English text; this one is older.
-            std::optional<server::Record> record = m_set.RecordOf(id, ssLocalDefault);
+            std::optional<server::Record> record = m_set.RecordOf(id, m_translations);
             const qint16 english = m_set.Revision(id, ssEnglishDefault);
             if (record && english > 0) {
                 record->revision = static_cast<qint16>(english - 1);
-                m_set.PutRecord(id, ssLocalDefault, record);
+                m_set.PutRecord(id, m_translations, record);
             }
         }
-        Count(before, id, ssLocalDefault);
+        Count(before, id, m_translations);
     }
 
     void AssignSymbol(StringId id, const QString &symbol, const ImportedString &s)
@@ -247,8 +299,10 @@ private:
         QHash<int, int> lines;
         int next = highest;
         for (ImportedString s : strings) {
+            if (s.id == 0 && !s.origin.unit.isEmpty())
+                s.id = m_idOfOrigin.value(OriginKey(s.origin.original, s.origin.unit));
             if (s.id == 0) {
-                s.id = m_idOfSymbol.value(s.symbol);
+                s.id = s.symbol.isEmpty() ? 0 : m_idOfSymbol.value(s.symbol);
                 if (s.id == 0) {
                     do {
                         ++next;
@@ -260,7 +314,7 @@ private:
                         } while (next <= maximum && used.contains(next));
                     }
                     if (next > maximum)
-                        throw FileError(s.file, s.line, QStringLiteral("no free string id is left for %1").arg(s.symbol));
+                        throw FileError(s.file, s.line, QStringLiteral("no free string id is left for %1").arg(s.DisplayId()));
                     s.id = next;
                     used.insert(next);
                 }
@@ -280,7 +334,10 @@ private:
     server::TableSet &m_set;
     TextServer &m_server;
     ImportSummary &m_summary;
+    StringSource m_translations;
     QHash<QString, StringId> m_idOfSymbol;
+    QHash<QString, StringId> m_idOfOrigin;   // another tool's <file> and unit id
+    QHash<StringId, int> m_translated;       // ids translated by this file, and the line
 };
 
 QString SourceTitle(server::Workspace &workspace, TableVersion table)
@@ -328,22 +385,87 @@ void CheckTable(TableVersion table)
 
 } // namespace
 
+void ImportSummary::AddNotImported(const QString &reason, const QString &id)
+{
+    ++skipped;
+    for (NotImported &n : notImported)
+        if (n.reason == reason) {
+            n.ids.append(id);
+            return;
+        }
+    notImported.append({reason, {id}});
+}
+
+bool IsExchangeFormat(FileFormat format)
+{
+    return format != FileFormat::ResourceScript;
+}
+
 std::optional<FileFormat> FormatOfFile(const QString &path)
 {
+    static const struct {
+        const char *suffix;
+        FileFormat format;
+    } kFormats[] = {
+        {"rc", FileFormat::ResourceScript},
+        {"rc2", FileFormat::ResourceScript},
+        {"dlg", FileFormat::ResourceScript},
+        {"xlf", FileFormat::Xliff},
+        {"xliff", FileFormat::Xliff},
+        {"po", FileFormat::Po},
+        {"pot", FileFormat::Po},
+        {"ts", FileFormat::Ts},
+    };
     const QString suffix = QFileInfo(path).suffix().toLower();
-    if (suffix == QLatin1String("rc") || suffix == QLatin1String("rc2") || suffix == QLatin1String("dlg"))
-        return FileFormat::ResourceScript;
-    if (suffix == QLatin1String("xlf") || suffix == QLatin1String("xliff"))
-        return FileFormat::Xliff;
-    if (suffix == QLatin1String("po") || suffix == QLatin1String("pot"))
-        return FileFormat::Po;
-    if (suffix == QLatin1String("ts"))
-        return FileFormat::Ts;
+    for (const auto &f : kFormats)
+        if (suffix == QLatin1String(f.suffix))
+            return f.format;
     return std::nullopt;
 }
 
+namespace {
+
+// The rule that keeps a file in one language out of a source in another: the translations'
+// language for translations, English for the strings themselves, as the file states them.
+void CheckLanguage(const ResourceStrings &strings, FileFormat format, bool english, const QString &target,
+                   const ImportOptions &options, ImportSummary &summary)
+{
+    const bool exchange = IsExchangeFormat(format);
+    const QString stated = english && exchange ? strings.sourceLanguageTag : strings.languageTag;
+    const bool mismatch = !stated.isEmpty() && (english ? !IsEnglishTag(stated) : !SameLanguage(stated, target));
+    // Translations are made from English texts.
+    const bool foreignSource = !english && exchange && !strings.sourceLanguageTag.isEmpty()
+                               && !IsEnglishTag(strings.sourceLanguageTag);
+    if (!mismatch && !foreignSource)
+        return;
+    const QString what = mismatch ? QStringLiteral("the file is in %1, the workspace's %2 in %3")
+                                        .arg(LanguageName(stated),
+                                             english ? QStringLiteral("strings are") : QStringLiteral("translations are"),
+                                             english ? LanguageName(QStringLiteral("en")) : LanguageName(target))
+                                  : QStringLiteral("the file's source texts are in %1, the workspace's strings in English")
+                                        .arg(LanguageName(strings.sourceLanguageTag));
+    if (options.as != ImportAs::Automatic || options.acceptLanguageMismatch) {
+        summary.notes.append({Diagnostic::Note, strings.file, strings.languageLine, what + QStringLiteral("; imported as asked")});
+        return;
+    }
+    throw FileError(strings.file, strings.languageLine,
+                    what + QStringLiteral("; nothing was imported (--as names the source to fill, "
+                                          "--language-mismatch=accept takes the file as it is)"));
+}
+
+} // namespace
+
 ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings &strings, FileFormat format,
                             ImportAs as, const Progress &progress)
+{
+    ImportOptions options;
+    options.as = as;
+    options.progress = progress;
+    return ImportStrings(workspace, strings, format, options);
+}
+
+ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings &strings, FileFormat format,
+                            const ImportOptions &options)
 {
     const std::shared_ptr<server::TableSet> set = workspace.Set();
     if (set->Modified())
@@ -355,9 +477,10 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
     const QString target = workspace.Info().targetLanguage;
 
     bool english = false;
-    switch (as) {
+    switch (options.as) {
     case ImportAs::EnglishDefault: english = true; break;
-    case ImportAs::LocalDefault: english = false; break;
+    case ImportAs::LocalDefault:
+    case ImportAs::LocalEdited: english = false; break;
     case ImportAs::Automatic:
         if (format == FileFormat::ResourceScript) {
             english = strings.languageTag.isEmpty() || IsEnglishTag(strings.languageTag);
@@ -377,31 +500,29 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
         }
         break;
     }
-    summary.source = english ? ssEnglishDefault : ssLocalDefault;
-    if (!english && !strings.languageTag.isEmpty() && !SameLanguage(strings.languageTag, target))
-        summary.notes.append({Diagnostic::Note, strings.file, 0,
-                              QStringLiteral("the file is in %1, the workspace's translations are in %2")
-                                  .arg(strings.languageTag, target)});
-
+    summary.source = english ? ssEnglishDefault : options.as == ImportAs::LocalEdited ? ssLocalEdited : ssLocalDefault;
+    CheckLanguage(strings, format, english, target, options, summary);
     // PO and TS messages may have no key but their English text.
     ResourceStrings resolved;
     const bool catalog = format == FileFormat::Po || format == FileFormat::Ts;
     if (catalog) {
         resolved = strings;
         resolved.notes.clear();
-        summary.skipped += ResolveKeylessStrings(resolved, *set, english);
+        ResolveKeylessStrings(resolved, *set, english);
         summary.notes += resolved.notes;
     }
+    for (const SkippedString &s : catalog ? resolved.skipped : strings.skipped)
+        summary.AddNotImported(s.reason, s.id);
     const QList<ImportedString> &list = catalog ? resolved.strings : strings.strings;
 
-    Importer importer(workspace, summary);
+    Importer importer(workspace, summary, english ? ssLocalDefault : summary.source);
     try {
         if (english)
-            importer.ImportEnglish(list, format != FileFormat::ResourceScript, progress);
-        else if (format != FileFormat::ResourceScript)
-            importer.ImportXliffTranslations(list, progress);
+            importer.ImportEnglish(list, IsExchangeFormat(format), options.progress);
+        else if (IsExchangeFormat(format))
+            importer.ImportXliffTranslations(list, options.progress);
         else
-            importer.ImportScriptTranslations(strings.strings, progress);
+            importer.ImportScriptTranslations(strings.strings, options.progress);
         set->Save(summary.source, false);
     } catch (...) {
         set->DiscardEdits();
@@ -410,25 +531,73 @@ ImportSummary ImportStrings(server::Workspace &workspace, const ResourceStrings 
     return summary;
 }
 
+namespace {
+
+// Translations from an XLIFF file read as a stream: our own units are stored as they are read,
+// so the file is never held as a whole; another tool's follow at the end, once their ids are
+// known.
+ImportSummary ImportXliffStream(server::Workspace &workspace, const QString &file, const ImportOptions &options)
+{
+    const std::shared_ptr<server::TableSet> set = workspace.Set();
+    if (set->Modified())
+        throw KvError(errInvalidCall, QStringLiteral("The workspace has unsaved edits; save or discard them first"));
+    ImportSummary summary;
+    summary.source = options.as == ImportAs::LocalEdited ? ssLocalEdited : ssLocalDefault;
+    Importer importer(workspace, summary, summary.source);
+    int done = 0;
+    try {
+        const ResourceStrings rest = ReadXliffStreaming(
+            file,
+            [&](const ResourceStrings &header) {
+                summary.languageTag = header.languageTag;
+                CheckLanguage(header, FileFormat::Xliff, false, workspace.Info().targetLanguage, options, summary);
+            },
+            [&](ImportedString &&s, qint64 position, qint64 size) {
+                importer.ImportXliffTranslation(s);
+                if (options.progress && ++done % kProgressStep == 0)
+                    options.progress(static_cast<int>(position / 1024), static_cast<int>(size / 1024));
+            });
+        summary.notes = rest.notes + summary.notes;
+        importer.ImportXliffTranslations(rest.strings, {});
+        set->Save(summary.source, false);
+    } catch (...) {
+        set->DiscardEdits();
+        throw;
+    }
+    return summary;
+}
+
+} // namespace
+
 ImportSummary ImportFile(server::Workspace &workspace, const QString &file, const ImportOptions &options)
 {
     const std::optional<FileFormat> format = FormatOfFile(file);
     if (!format)
         throw FileError(file, 0, QStringLiteral("the kind of file is not known by its extension (.rc, .xlf, .xliff, .po, .pot or .ts)"));
     ResourceStrings strings;
-    if (*format == FileFormat::ResourceScript) {
+    switch (*format) {
+    case FileFormat::ResourceScript: {
         RcReadOptions rc = options.rc;
         rc.maximumId = workspace.Info().maximumCount;
         strings = ReadResourceScript(file, rc);
-    } else if (*format == FileFormat::Xliff) {
-        strings = ReadXliff(file);
-    } else {
-        strings = *format == FileFormat::Po ? ReadPo(file) : ReadTs(file);
-        if (options.as == ImportAs::Automatic && !options.acceptLanguageMismatch)
-            CheckFileLanguages(strings.file, strings.languageLine, strings.languageTag, strings.sourceLanguageTag,
-                               workspace.Info().targetLanguage);
+        break;
     }
-    return ImportStrings(workspace, strings, *format, options.as, options.progress);
+    case FileFormat::Xliff:
+        // A file that states its target language holds translations: streamed. Without one it
+        // may hold only source texts, which the whole file decides.
+        if (options.as == ImportAs::LocalDefault || options.as == ImportAs::LocalEdited
+            || (options.as == ImportAs::Automatic && !XliffTargetLanguage(file).isEmpty()))
+            return ImportXliffStream(workspace, file, options);
+        strings = ReadXliff(file);
+        break;
+    case FileFormat::Po:
+        strings = ReadPo(file);
+        break;
+    case FileFormat::Ts:
+        strings = ReadTs(file);
+        break;
+    }
+    return ImportStrings(workspace, strings, *format, options);
 }
 
 ExportSummary ExportFile(server::Workspace &workspace, const QString &file, const ExportOptions &options)
@@ -447,7 +616,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     QList<ImportedString> strings;
     for (int i = 1; i <= maximum; ++i) {
         const StringId id = static_cast<StringId>(i);
-        if (*format == FileFormat::ResourceScript) {
+        if (!IsExchangeFormat(*format)) {
             if (!set->HasText(id, options.table))
                 continue;
             ImportedString s;
@@ -465,6 +634,7 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
             s.sourceText = english->Text();
             s.text = s.sourceText;
             s.description = english->EntryText();
+            s.origin = set->Origin(id);
             s.properties = PropertiesOf(*english);
             s.parameters = set->Parameters(id);
             if (options.table != ssEnglishDefault) {
@@ -483,14 +653,15 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
     }
 
     QByteArray data;
-    if (*format == FileFormat::ResourceScript) {
+    switch (*format) {
+    case FileFormat::ResourceScript:
         data = WriteResourceScript(strings, RcWriteOptions{tag, SourceTitle(workspace, options.table)});
-    } else if (*format == FileFormat::Po) {
-        data = WritePo(PoDocument{workspace.Name(), options.table != ssEnglishDefault ? tag : QString(), strings, file});
-    } else if (*format == FileFormat::Ts) {
-        const QString context = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).completeBaseName() : workspace.Name();
-        data = WriteTs(TsDocument{context, options.table != ssEnglishDefault ? tag : QString(), strings});
-    } else {
+        if (strings.isEmpty())
+            summary.notes.append({Diagnostic::Note, file, 0,
+                                  QStringLiteral("the table holds no strings; the script has no STRINGTABLE (an "
+                                                 "empty one does not compile)")});
+        break;
+    case FileFormat::Xliff: {
         XliffDocument document;
         document.original = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).fileName() : workspace.Name();
         document.sourceLanguage = QStringLiteral("en-US");
@@ -498,6 +669,16 @@ ExportSummary ExportFile(server::Workspace &workspace, const QString &file, cons
             document.targetLanguage = tag;
         document.units = strings;
         data = WriteXliff(document);
+        break;
+    }
+    case FileFormat::Po:
+        data = WritePo(PoDocument{workspace.Name(), options.table != ssEnglishDefault ? tag : QString(), strings, file});
+        break;
+    case FileFormat::Ts: {
+        const QString context = workspace.Name().isEmpty() ? QFileInfo(workspace.FilePath()).completeBaseName() : workspace.Name();
+        data = WriteTs(TsDocument{context, options.table != ssEnglishDefault ? tag : QString(), strings});
+        break;
+    }
     }
     WriteFile(file, data);
     if (options.progress)

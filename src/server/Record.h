@@ -29,6 +29,21 @@ struct Record {
 
 using ParameterList = QList<ParameterDefinition>;
 
+// Where a string came from when another tool's exchange file brought it: that file's <file>
+// and unit, the inline codes of its source and target as markup, and the target's state as
+// that tool wrote it, so an export can give the tool back its own units.
+struct ExchangeOrigin {
+    QString original;              // the <file original="...">
+    QString unit;                  // the unit's id there (its resname when it had none)
+    QString sourceMarkup;          // the source's content with its inline codes; empty: plain text
+    QString targetMarkup;
+    QString targetState;           // state and state-qualifier as read, for writing them back
+    QString stateQualifier;
+
+    bool isEmpty() const { return original.isEmpty() && unit.isEmpty() && sourceMarkup.isEmpty() && targetMarkup.isEmpty(); }
+    bool operator==(const ExchangeOrigin &) const = default;
+};
+
 // One source's records indexed by id. A slot table keeps the per-id queries to one array read;
 // records live in a pool so an empty workspace costs little more than the slot table.
 class SourceTable {
@@ -96,6 +111,7 @@ struct TableContents {
     SourceTable sources[4];
     QHash<StringId, ParameterList> parameters;   // only ids that have definitions
     QHash<StringId, QString> symbols;            // only ids that have a symbol
+    QHash<StringId, ExchangeOrigin> origins;     // only ids another tool's file brought
 
     void reset(int maximumCount)
     {
@@ -103,6 +119,7 @@ struct TableContents {
             t.reset(maximumCount);
         parameters.clear();
         symbols.clear();
+        origins.clear();
     }
 };
 
@@ -123,9 +140,14 @@ struct ChangeSet {
     };
     std::vector<RecordChange> records;
     std::vector<ParameterChange> parameters;
+    struct OriginChange {
+        StringId id;
+        ExchangeOrigin origin;           // empty removes it
+    };
     std::vector<SymbolChange> symbols;
+    std::vector<OriginChange> origins;
 
-    bool empty() const { return records.empty() && parameters.empty() && symbols.empty(); }
+    bool empty() const { return records.empty() && parameters.empty() && symbols.empty() && origins.empty(); }
 };
 
 } // namespace kvedit::server

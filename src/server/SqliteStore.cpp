@@ -153,6 +153,31 @@ CREATE TABLE symbols(
     id INTEGER PRIMARY KEY NOT NULL,
     symbol TEXT NOT NULL
 );
+)sql" R"sql(
+CREATE TABLE exchange_origins(
+    id INTEGER PRIMARY KEY NOT NULL,
+    original TEXT NOT NULL,
+    unit TEXT NOT NULL,
+    source_markup TEXT NOT NULL DEFAULT '',
+    target_markup TEXT NOT NULL DEFAULT '',
+    target_state TEXT NOT NULL DEFAULT '',
+    state_qualifier TEXT NOT NULL DEFAULT ''
+);
+)sql";
+
+// What schema 1 lacks; run inside the first save's transaction, so the file changes version and
+// gains the table together or not at all.
+const char kMigrateFrom1[] = R"sql(
+CREATE TABLE IF NOT EXISTS exchange_origins(
+    id INTEGER PRIMARY KEY NOT NULL,
+    original TEXT NOT NULL,
+    unit TEXT NOT NULL,
+    source_markup TEXT NOT NULL DEFAULT '',
+    target_markup TEXT NOT NULL DEFAULT '',
+    target_state TEXT NOT NULL DEFAULT '',
+    state_qualifier TEXT NOT NULL DEFAULT ''
+);
+PRAGMA user_version = 2;
 )sql";
 
 } // namespace
@@ -182,7 +207,7 @@ struct Connection {
     sqlite3 *release() { return std::exchange(db, nullptr); }
 };
 
-void Load(sqlite3 *db, const QString &shown, WorkspaceInfo &info, TableContents &contents)
+void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents)
 {
     bool hasMaximum = false;
     {
@@ -246,6 +271,17 @@ void Load(sqlite3 *db, const QString &shown, WorkspaceInfo &info, TableContents 
         const QString symbol = symbols.Text(1);
         if (id >= 1 && id <= info.maximumCount && !symbol.isEmpty())
             contents.symbols.insert(static_cast<StringId>(id), symbol);
+    }
+    if (schema < 2)
+        return;
+    Statement origins(db, "SELECT id, original, unit, source_markup, target_markup, target_state, state_qualifier "
+                          "FROM exchange_origins");
+    while (origins.Step()) {
+        const int id = origins.Int(0);
+        ExchangeOrigin o{origins.Text(1), origins.Text(2), origins.Text(3), origins.Text(4), origins.Text(5),
+                         origins.Text(6)};
+        if (id >= 1 && id <= info.maximumCount && !o.isEmpty())
+            contents.origins.insert(static_cast<StringId>(id), std::move(o));
     }
 }
 
@@ -337,6 +373,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
         throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is not a file").arg(shown));
 
     // Prove the file is ours before any connection that could write to it touches it.
+    int schema = 0;
     {
         Connection probe;
         try {
@@ -345,7 +382,6 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
             throw KvError(errFileAccess, QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message));
         }
         int applicationId = 0;
-        int schema = 0;
         try {
             applicationId = PragmaInt(probe.db, "PRAGMA application_id");
             schema = PragmaInt(probe.db, "PRAGMA user_version");
@@ -370,7 +406,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
         try {
             // Falls back to read-only for a write-protected file; Save then fails cleanly.
             connection.db = OpenDatabase(path, SQLITE_OPEN_READWRITE);
-            Load(connection.db, shown, info, contents);
+            Load(connection.db, shown, schema, info, contents);
         } catch (const SqliteFailure &f) {
             if (!IsAccessFailure(f.code))
                 throw;
@@ -378,7 +414,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
             qCInfo(lcServer) << "opening" << path << "unchangeable:" << f.message;
             sqlite3_close(connection.release());
             connection.db = OpenUnchangeable(path);
-            Load(connection.db, shown, info, contents);
+            Load(connection.db, shown, schema, info, contents);
         }
     } catch (const SqliteFailure &f) {
         const int primary = f.code & 0xFF;
@@ -390,6 +426,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
 
     auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, connection.release()));
     store->m_info = info;
+    store->m_schema = schema;
     return store;
 }
 
@@ -400,6 +437,8 @@ void SqliteStore::Write(const ChangeSet &changes)
     try {
         try {
             Exec(m_db, "BEGIN IMMEDIATE");
+            if (m_schema < 2)
+                Exec(m_db, kMigrateFrom1);
             Statement putRecord(m_db, "INSERT OR REPLACE INTO records(source, id, text, description, properties, "
                                       "shortcut_character, shortcut_mode, revision, status) "
                                       "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
@@ -455,7 +494,27 @@ void SqliteStore::Write(const ChangeSet &changes)
                     }
                 }
             }
+            if (!changes.origins.empty()) {
+                Statement put(m_db, "INSERT OR REPLACE INTO exchange_origins(id, original, unit, source_markup, "
+                                    "target_markup, target_state, state_qualifier) VALUES (?, ?, ?, ?, ?, ?, ?)");
+                Statement remove(m_db, "DELETE FROM exchange_origins WHERE id = ?");
+                for (const ChangeSet::OriginChange &c : changes.origins) {
+                    if (c.origin.isEmpty()) {
+                        remove.Bind(1, static_cast<int>(c.id));
+                        remove.Run();
+                        continue;
+                    }
+                    const ExchangeOrigin &o = c.origin;
+                    put.Bind(1, static_cast<int>(c.id));
+                    const QString values[] = {o.original, o.unit, o.sourceMarkup, o.targetMarkup, o.targetState,
+                                              o.stateQualifier};
+                    for (int i = 0; i < 6; ++i)
+                        put.Bind(i + 2, values[i].isNull() ? QStringLiteral("") : values[i]);
+                    put.Run();
+                }
+            }
             Exec(m_db, "COMMIT");
+            m_schema = kSchemaVersion;
         } catch (const SqliteFailure &) {
             if (!sqlite3_get_autocommit(m_db))
                 sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);

@@ -17,7 +17,8 @@ class SqliteStore {
 public:
     // The application id ("KVW1") and the schema this build reads and writes.
     static constexpr int kApplicationId = 0x4B565731;
-    static constexpr int kSchemaVersion = 1;
+    // Schema 2 added the exchange_origins table; a schema 1 file gains it on its first save.
+    static constexpr int kSchemaVersion = 2;
 
     // A new file (KvError when it exists or cannot be made); an empty path makes an
     // in-memory database.
@@ -43,6 +44,7 @@ private:
     QString m_path;
     sqlite3 *m_db = nullptr;
     WorkspaceInfo m_info;
+    int m_schema = kSchemaVersion;   // the file's, until a save migrates it
 };
 
 } // namespace kvedit::server

@@ -236,7 +236,8 @@ void TableSet::Restore(const Snapshot &snapshot)
 
 bool TableSet::Modified() const
 {
-    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty();
+    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty()
+           || !m_savedOrigins.isEmpty();
 }
 
 bool TableSet::HasStatus(StringId id, kvedit::StringSource source, int flag) const
@@ -364,6 +365,7 @@ void TableSet::RemoveEntry(StringId id, kvedit::StringSource source)
         // Without its source record the string is gone; what belongs to the id goes with it.
         setParameters(id, {});
         setSymbol(id, {});
+        setOrigin(id, {});
     }
 }
 
@@ -387,9 +389,16 @@ void TableSet::DiscardEdits()
         m_symbolIds.clear();
         m_symbolIdsValid = false;
     }
+    for (auto it = m_savedOrigins.cbegin(); it != m_savedOrigins.cend(); ++it) {
+        if (it->isEmpty())
+            m_data.origins.remove(it.key());
+        else
+            m_data.origins.insert(it.key(), *it);
+    }
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
+    m_savedOrigins.clear();
 }
 
 ChangeSet TableSet::CollectChanges(int promoteFrom) const
@@ -432,6 +441,10 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
     std::sort(ids.begin(), ids.end());
     for (const StringId id : ids)
         changes.symbols.push_back({id, m_data.symbols.value(id)});
+    ids = m_savedOrigins.keys();
+    std::sort(ids.begin(), ids.end());
+    for (const StringId id : ids)
+        changes.origins.push_back({id, m_data.origins.value(id)});
     return changes;
 }
 
@@ -451,6 +464,7 @@ void TableSet::Save(TableVersion version, bool saveAs)
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
+    m_savedOrigins.clear();
     qCDebug(lcServer) << "saved" << changes.records.size() << "records," << changes.parameters.size()
                       << "parameter lists," << changes.symbols.size() << "symbols";
 }
@@ -505,6 +519,18 @@ void TableSet::setSymbol(StringId id, const QString &symbol)
             m_symbolIds.insert(symbol, id);
     }
     SetTracked(m_data.symbols, m_savedSymbols, id, symbol);
+}
+
+ExchangeOrigin TableSet::Origin(StringId id) const
+{
+    CheckId(id);
+    return m_data.origins.value(id);
+}
+
+void TableSet::setOrigin(StringId id, const ExchangeOrigin &origin)
+{
+    CheckId(id);
+    SetTracked(m_data.origins, m_savedOrigins, id, origin);
 }
 
 StringId TableSet::IdOfSymbol(const QString &symbol) const

@@ -56,6 +56,11 @@ public:
     // The id's symbol ("IDS_FILE_OPEN"), empty when it has none.
     QString Symbol(StringId id) const override;
     void setSymbol(StringId id, const QString &symbol);                 // an edit
+    // Where another tool's exchange file had the string; empty when none did.
+    ExchangeOrigin Origin(StringId id) const;
+    void setOrigin(StringId id, const ExchangeOrigin &origin);          // an edit
+    // Every id with an origin, to find a unit's string by its file and unit id.
+    const QHash<StringId, ExchangeOrigin> &Origins() const { return m_data.origins; }
     // The id that carries a symbol, 0 when none does.
     StringId IdOfSymbol(const QString &symbol) const;
     // How many records a source holds itself.
@@ -91,6 +96,7 @@ private:
     QHash<quint32, std::optional<Record>> m_savedRecords;
     QHash<StringId, ParameterList> m_savedParameters;
     QHash<StringId, QString> m_savedSymbols;
+    QHash<StringId, ExchangeOrigin> m_savedOrigins;
     // The ids of each symbol, made on the first look-up, so that importers looking up one symbol
     // per string stay linear.
     mutable QMultiHash<QString, StringId> m_symbolIds;

@@ -318,7 +318,7 @@ void TestCatalogs::languageRule_data()
     const QByteArray ja = PoHeader("ja") + "msgctxt \"1\"\nmsgid \"Yes\"\nmsgstr \"\xe3\x81\xaf\xe3\x81\x84\"\n";
     const int automatic = int(ImportAs::Automatic);
     QTest::newRow("Japanese PO, German workspace")
-        << "a.po" << ja << "de-DE" << automatic << false << "translations are in ja (Japanese), the workspace's in de-DE (German)";
+        << "a.po" << ja << "de-DE" << automatic << false << "the file is in Japanese (ja), the workspace's translations are in German (de-DE)";
     QTest::newRow("the same, as chosen") << "a.po" << ja << "de-DE" << int(ImportAs::LocalDefault) << false << "";
     QTest::newRow("the same, accepted") << "a.po" << ja << "de-DE" << automatic << true << "";
     QTest::newRow("another region") << "a.po" << PoHeader("pt_PT") + "msgctxt \"1\"\nmsgid \"Yes\"\nmsgstr \"Sim\"\n" << "pt-BR"
@@ -326,7 +326,7 @@ void TestCatalogs::languageRule_data()
     const QByteArray french = TsStart(" language=\"de_DE\" sourcelanguage=\"fr\"")
                               + "<message><source>Oui</source><comment>1</comment><translation>Ja</translation></message>"
                                 "</context></TS>\n";
-    QTest::newRow("TS from French") << "a.ts" << french << "de-DE" << automatic << false << "source texts are in fr";
+    QTest::newRow("TS from French") << "a.ts" << french << "de-DE" << automatic << false << "source texts are in French (fr)";
     QTest::newRow("TS stating nothing")
         << "a.ts"
         << TsStart("") + "<message><source>Yes</source><comment>1</comment><translation>Oui</translation></message></context></TS>\n"

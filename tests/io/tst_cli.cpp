@@ -8,6 +8,7 @@
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
@@ -70,6 +71,7 @@ private slots:
     void statsOfTheDemo();
     void progressOnATerminal();
     void demoWritesAFreshCopy();
+    void foreignLanguageAndReasons();
     void theProgram();
 };
 
@@ -92,7 +94,9 @@ void TestCli::usageErrors_data()
     QTest::newRow("new without a language") << QStringList{"new", "w.kvw"} << "new needs --language";
     QTest::newRow("new with a bad language") << QStringList{"new", "w.kvw", "--language", "not a tag"} << "is not a language tag";
     QTest::newRow("import without a file") << QStringList{"import", "w.kvw"} << "import expects a workspace file and the file";
-    QTest::newRow("import as what") << QStringList{"import", "w.kvw", "a.rc", "--as", "french"} << "--as takes english-default or local-default";
+    QTest::newRow("import as what") << QStringList{"import", "w.kvw", "a.rc", "--as", "french"} << "--as takes english-default, local-default or local-edited";
+    QTest::newRow("mismatch how") << QStringList{"import", "w.kvw", "a.xlf", "--language-mismatch", "ignore"}
+                                  << "--language-mismatch takes accept";
     QTest::newRow("export table 4") << QStringList{"export", "w.kvw", "a.rc", "--table", "4"} << "--table takes 0 to 3";
     QTest::newRow("stats table word") << QStringList{"stats", "w.kvw", "--table", "one"} << "--table takes 0 to 3";
     QTest::newRow("unknown option") << QStringList{"stats", "w.kvw", "--colour"} << "Unknown option 'colour'";
@@ -185,7 +189,7 @@ void TestCli::badInputNamesFileAndLine_data()
     QTest::newRow("script error") << "import" << "bad.rc"
                                   << QByteArray("STRINGTABLE\nBEGIN\n  1 \"ok\"\n  IDS_UNKNOWN \"no\"\nEND\n")
                                   << "bad.rc:4: error: \"IDS_UNKNOWN\" is not defined";
-    QTest::newRow("XLIFF error") << "import" << "bad.xlf" << QByteArray("<xliff version=\"1.2\">\n<file>\n</xliff>\n")
+    QTest::newRow("XLIFF error") << "import" << "bad.xlf" << QByteArray("<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\">\n<file>\n</xliff>\n")
                                  << "bad.xlf:3: error:";
     QTest::newRow("unknown kind of file") << "import" << "strings.txt" << QByteArray("x") << "strings.txt: error: the kind of file is not known";
     QTest::newRow("no such file") << "import" << "missing.rc" << QByteArray() << "missing.rc: error: the file does not exist";
@@ -289,6 +293,43 @@ void TestCli::demoWritesAFreshCopy()
     r = Cli({"demo", dir.filePath(QStringLiteral("folder.kvw")), "--force"});
     QVERIFY2(r.code == cli::exitBadInput && r.err.contains("folder.kvw"), r.Describe());
     QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), (QStringList{"folder.kvw", "my demo.kvw"}));
+}
+
+void TestCli::foreignLanguageAndReasons()
+{
+    QTemporaryDir dir;
+    const QString ws = dir.filePath(QStringLiteral("w.kvw"));
+    QCOMPARE(Cli({"new", ws, "--language", "de-DE"}).code, 0);
+    QCOMPARE(Cli({"import", ws, DataFile(QStringLiteral("app/app.rc")), "-I", DataFile(QStringLiteral("app/include"))}).code, 0);
+    // Japanese translations of twelve strings the workspace has and eight it does not.
+    QByteArray units;
+    for (const int id : {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 201, 202, 203, 204, 205, 206, 207, 208})
+        units += "<trans-unit id=\"" + QByteArray::number(id) + "\"><source>s</source><target>t</target></trans-unit>\n";
+    const QString xlf = WriteBytes(dir, QStringLiteral("ja.xlf"),
+                                   "<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" "
+                                   "source-language=\"en\" target-language=\"ja-JP\" datatype=\"plaintext\"><body>\n"
+                                       + units + "</body></file></xliff>\n");
+    const QString before = Cli({"stats", ws, "--json"}).out;
+    Run r = Cli({"import", ws, xlf});
+    QCOMPARE(r.code, int(cli::exitBadInput));
+    QVERIFY2(r.err.contains(xlf + QStringLiteral(": error: the file is in Japanese (ja-JP), the workspace's translations are in "
+                                                 "German (de-DE)")),
+             r.Describe());
+    QCOMPARE(Cli({"stats", ws, "--json"}).out, before);
+
+    r = Cli({"import", ws, xlf, "--language-mismatch=accept"});
+    QVERIFY2(r.code == 0 && r.err.contains(QLatin1String("imported as asked")), r.Describe());
+    QVERIFY2(r.out.endsWith(QLatin1String("12 added, 0 changed, 0 unchanged, 8 not imported:\n"
+                                          "  8 unknown id: 201, 202, 203, 204, 205 and 3 more\n")),
+             r.Describe());
+    r = Cli({"import", ws, xlf, "--as", "local-default", "--json"});
+    QVERIFY2(r.code == 0, r.Describe());
+    const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8()).object();
+    QCOMPARE(o.value(QLatin1String("unchanged")).toInt(), 12);
+    const QJsonObject reason = o.value(QLatin1String("reasons")).toArray().first().toObject();
+    QCOMPARE(reason.value(QLatin1String("reason")).toString(), QStringLiteral("unknown id"));
+    QCOMPARE(reason.value(QLatin1String("ids")).toVariant().toStringList(),
+             (QStringList{"201", "202", "203", "204", "205", "206", "207", "208"}));
 }
 
 void TestCli::theProgram()

@@ -84,6 +84,8 @@ private slots:
     void errorsNameFileAndLine_data();
     void errorsNameFileAndLine();
     void everyErrorOfAFileIsReported();
+    void idsAboveTheRange_data();
+    void idsAboveTheRange();
 };
 
 void TestRcReader::sampleScript()
@@ -396,8 +398,20 @@ void TestRcReader::errorsNameFileAndLine_data()
     QTest::newRow("undefined symbol") << Table("1 \"a\"\nIDS_NOWHERE \"b\"") << 4 << "\"IDS_NOWHERE\" is not defined";
     QTest::newRow("id defined twice") << Table("1 \"a\"\n2 \"b\"\n1 \"c\"") << 5 << "defined twice (first at";
     QTest::newRow("id 0") << Table("0 \"a\"") << 3 << "outside 1 to 32767";
-    QTest::newRow("id too large") << Table("32768 \"a\"") << 3 << "outside 1 to 32767";
-    QTest::newRow("no text after the id") << Table("1\n2 \"b\"") << 4 << "a string was expected after the id 1";
+    QTest::newRow("id too large") << Table("32768 \"a\"") << 3 << "1 string id is above 32767";
+    QTest::newRow("id beyond any table") << Table("65536 \"a\"") << 3 << "outside 1 to 32767";
+    QTest::newRow("no text after the id") << Table("1\n2 \"b\"") << 3 << "a string was expected after the id 1";
+    QTest::newRow("stray token after a string") << Table("1 \"a\" +") << 3
+                                                << "the id starting with \"+\" does not end on its line";
+    QTest::newRow("symbol named as written") << Table("IDS_A \"a\"\nIDS_A \"b\"", "#define IDS_A 0x160\n") << 5
+                                             << "the string id IDS_A (352) is defined twice";
+    QTest::newRow("symbol without text") << Table("IDS_A\n2 \"b\"", "#define IDS_A 0x160\n") << 4
+                                         << "a string was expected after the id IDS_A";
+    QTest::newRow("no string table") << QByteArray("#define IDS_A 1\nLANGUAGE 7, 1\n") << 0 << "the script defines no string table";
+    QTest::newRow("empty file") << QByteArray() << 0 << "the script defines no string table";
+    QTest::newRow("NUL byte") << QByteArray("STRINGTABLE\nBEGIN\n 1 \"a\0b\"\nEND\n", 25) << 3 << "not text: it holds a NUL byte";
+    QTest::newRow("compiled resource file") << QByteArray("\0\0\0\0\x20\0\0\0\xff\xff\0\0\xff\xff\0\0\0\0\0\0", 20) << 0
+                                            << "compiled resource file (.res)";
     QTest::newRow("no BEGIN") << QByteArray("STRINGTABLE\n1 \"a\"\nEND\n") << 2 << "BEGIN was expected";
     QTest::newRow("table never closed") << QByteArray("\nSTRINGTABLE\nBEGIN\n1 \"a\"\n") << 2 << "not closed by END";
     QTest::newRow("string not closed") << Table("1 \"a\n2 \"b\"") << 3 << "Unterminated string";
@@ -428,7 +442,7 @@ void TestRcReader::errorsNameFileAndLine()
     QCOMPARE(first.file, path);
     QCOMPARE(first.line, line);
     QVERIFY2(first.message.contains(message), qPrintable(first.message));
-    QVERIFY(error->Description().startsWith(path + QLatin1Char(':') + QString::number(line) + QLatin1String(": error: ")));
+    QVERIFY(error->Description().startsWith(path + (line ? u':' + QString::number(line) : QString()) + QLatin1String(": error: ")));
     QCOMPARE(error->Number(), errBadResourceFile);
 }
 
@@ -441,6 +455,55 @@ void TestRcReader::everyErrorOfAFileIsReported()
     for (const Diagnostic &d : error->Errors())
         lines << d.line;
     QCOMPARE(lines, (QList<int>{3, 5, 6}));
+
+    // A long list ends by saying how much it left out.
+    QByteArray entries;
+    for (int i = 0; i < 60; ++i)
+        entries += "IDS_UNDEFINED_" + QByteArray::number(i) + " \"x\"\n";
+    ReadBytesAsScript(Table(entries), {}, &error);
+    QCOMPARE(error->Errors().size(), 51);
+    QCOMPARE(error->Errors().at(49).message.left(19), QStringLiteral("\"IDS_UNDEFINED_49\" "));
+    QCOMPARE(error->Errors().last().message, QStringLiteral("and 10 more errors"));
+}
+
+void TestRcReader::idsAboveTheRange_data()
+{
+    QTest::addColumn<int>("maximum");
+    QTest::addColumn<QStringList>("imported");
+    QTest::addColumn<QStringList>("skipped");
+    QTest::newRow("workspace of 32767") << 32767 << QStringList{"5 a", "32767 b"}
+                                        << QStringList{"32768", "IDS_HIGH", "40001", "40002", "40003", "65535"};
+    QTest::newRow("workspace of 100") << 100 << QStringList{"5 a"}
+                                      << QStringList{"32767", "32768", "IDS_HIGH", "40001", "40002", "40003", "65535"};
+}
+
+void TestRcReader::idsAboveTheRange()
+{
+    QFETCH(int, maximum);
+    QFETCH(QStringList, imported);
+    QFETCH(QStringList, skipped);
+    const QByteArray script = Table("5 \"a\"\n32767 \"b\"\n32768 \"c\"\nIDS_HIGH \"d\"\n40001 \"e\"\n40002 \"f\"\n"
+                                    "40003 \"g\"\n65535 \"h\"",
+                                    "#define IDS_HIGH 40000\n");
+    RcReadOptions options;
+    options.maximumId = maximum;
+    std::optional<FileError> error;
+    ReadBytesAsScript(script, options, &error);
+    // One line for all of them, with their count and the first few.
+    QCOMPARE(error->Errors().size(), 1);
+    QCOMPARE(error->Errors().first().line, maximum == 100 ? 5 : 6);
+    QVERIFY2(error->Errors().first().message.startsWith(QStringLiteral("%1 string ids are above %2, the highest id the workspace "
+                                                                       "takes: %3, ...")
+                                                            .arg(skipped.size()).arg(maximum).arg(skipped.mid(0, 5).join(", "))),
+             qPrintable(error->Errors().first().message));
+
+    options.skipOutOfRange = true;
+    const ResourceStrings r = ReadBytesAsScript(script, options);
+    QCOMPARE(Listing(r), imported);
+    QStringList left;
+    for (const SkippedString &s : r.skipped)
+        left << s.id;
+    QCOMPARE(left, skipped);
 }
 
 QTEST_GUILESS_MAIN(TestRcReader)

@@ -55,6 +55,7 @@ private slots:
     void scriptReadsBackTheSame();
     void compilerBuildsTheSameTable_data();
     void compilerBuildsTheSameTable();
+    void emptyTableCompiles();
 };
 
 void TestRcWriter::loneSurrogateIsWrittenWide()
@@ -195,6 +196,18 @@ void TestRcWriter::compilerBuildsTheSameTable()
     // And what we read is what the compiler built.
     for (const ImportedString &s : read.strings)
         QCOMPARE(s.text, a.first().value(s.id));
+}
+
+void TestRcWriter::emptyTableCompiles()
+{
+    if (test::WindresProgram().isEmpty() || test::CppProgram().isEmpty())
+        QSKIP("the resource compiler (x86_64-w64-mingw32-windres) is not installed");
+    QTemporaryDir dir;
+    const QByteArray script = WriteResourceScript({}, RcWriteOptions{QStringLiteral("de-DE"), {}});
+    QString messages;
+    const QByteArray res = test::CompileWithWindres(WriteBytes(dir, QStringLiteral("empty.rc"), script), {}, &messages);
+    QVERIFY2(!res.isEmpty(), qPrintable(messages + QString::fromUtf8(script)));
+    QVERIFY(test::ReadResStringTables(res).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestRcWriter)

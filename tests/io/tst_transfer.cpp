@@ -137,6 +137,9 @@ private slots:
     void roundTrip();
     void demoStatesSurviveXliff();
     void exportWritesTheTableVersion();
+    void languageRule_data();
+    void languageRule();
+    void otherToolsCodesComeBack();
 };
 
 void TestTransfer::formatFromExtension()
@@ -262,7 +265,7 @@ void TestTransfer::badFileImportsNothing_data()
     // Well-formed, but the second translation of 101 is only found after the first was stored.
     QTest::newRow("failure half-way")
         << "twice.xlf"
-        << QByteArray("<xliff version=\"1.2\"><file original=\"x\" source-language=\"en\" target-language=\"de\" "
+        << QByteArray("<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\"><file original=\"x\" source-language=\"en\" target-language=\"de\" "
                       "datatype=\"winres\"><body>\n"
                       "<trans-unit id=\"102\"><source>&amp;Open file</source><target>Neu</target></trans-unit>\n"
                       "<trans-unit id=\"101\"><source>Sample Editor</source><target>Eins</target></trans-unit>\n"
@@ -310,12 +313,10 @@ void TestTransfer::xliffTranslationsWithTheirStates()
     const ImportSummary s = ImportFile(*ws, DataFile(QStringLiteral("xliff/foreign.xlf")));
     // 4242 is unknown; the build kind ("new") and 113 (no target) have no translation.
     QCOMPARE(Summary(s), QStringLiteral("1 de-DE: 6 added, 0 changed, 0 unchanged, 3 skipped"));
-    QStringList reported;
-    for (const Diagnostic &d : s.notes)
-        if (d.message.contains(QLatin1String("not a string of the workspace")))
-            reported << QStringLiteral("%1:%2 %3").arg(QFileInfo(d.file).fileName()).arg(d.line).arg(d.message);
-    QCOMPARE(reported, (QStringList{"foreign.xlf:49 id 4242 is not a string of the workspace; not imported",
-                                    "foreign.xlf:53 id 113 is not a string of the workspace; not imported"}));
+    QStringList reasons;
+    for (const NotImported &n : s.notImported)
+        reasons << n.reason + QStringLiteral(": ") + n.ids.join(u' ');
+    QCOMPARE(reasons, (QStringList{"state new: text-7", "unknown id: 4242 113"}));
     QVERIFY(!ws->Set()->IdInUse(4242, ssLocalDefault));
 
     QCOMPARE(States(*ws, ssLocalDefault).mid(0, 9),
@@ -444,9 +445,130 @@ void TestTransfer::exportWritesTheTableVersion()
         QCOMPARE(written, expected);
         QCOMPARE(s.strings, written.size());
     }
+    // An empty table: a script without a table, and a note saying so.
+    const QString empty = dir.filePath(QStringLiteral("empty.rc"));
+    const ExportSummary none = ExportFile(*NewWorkspace(), empty, ExportOptions{ssLocalDefault, {}});
+    QCOMPARE(none.notes.size(), 1);
+    QVERIFY(!test::ReadBytes(empty).contains("\nSTRINGTABLE"));
     QVERIFY_THROWS_EXCEPTION(FileError, ExportFile(*demo, dir.filePath(QStringLiteral("t.txt"))));
     QVERIFY_THROWS_EXCEPTION(KvError, ExportFile(*demo, dir.filePath(QStringLiteral("t.rc")),
                                                  ExportOptions{static_cast<TableVersion>(4), {}}));
+}
+
+void TestTransfer::languageRule_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("as");
+    QTest::addColumn<bool>("accept");
+    QTest::addColumn<int>("source");   // -1: refused
+    QTest::addColumn<QString>("message");
+
+    const auto xliff = [](const char *languages) {
+        return QByteArray("<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" ") + languages
+               + " datatype=\"plaintext\"><body><trans-unit id=\"101\"><source>Sample Editor</source><target>T</target>"
+                 "</trans-unit></body></file></xliff>";
+    };
+    const QByteArray japanese = xliff("source-language=\"en\" target-language=\"ja-JP\"");
+    const QByteArray script = "LANGUAGE 0x11, 0x01\nSTRINGTABLE BEGIN 101 \"T\" END\n";
+    const int automatic = int(ImportAs::Automatic);
+    const QString refusedJa = QStringLiteral("the file is in Japanese (ja-JP), the workspace's translations are in German (de-DE); "
+                                             "nothing was imported");
+    QTest::newRow("Japanese XLIFF") << "ja.xlf" << japanese << automatic << false << -1 << refusedJa;
+    QTest::newRow("Japanese script") << "ja.rc" << script << automatic << false << -1 << refusedJa;
+    QTest::newRow("Japanese XLIFF accepted") << "ja.xlf" << japanese << automatic << true << int(ssLocalDefault) << "imported as asked";
+    QTest::newRow("Japanese script as local default") << "ja.rc" << script << int(ImportAs::LocalDefault) << false
+                                                       << int(ssLocalDefault) << "imported as asked";
+    QTest::newRow("Japanese XLIFF as local edited") << "ja.xlf" << japanese << int(ImportAs::LocalEdited) << false
+                                                    << int(ssLocalEdited) << "imported as asked";
+    QTest::newRow("sources in French")
+        << "fr.xlf"
+        << QByteArray("<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" "
+                      "source-language=\"fr\" datatype=\"plaintext\"><body><trans-unit id=\"1\"><source>S</source></trans-unit>"
+                      "</body></file></xliff>")
+        << automatic << false << -1 << "the file is in French (fr), the workspace's strings are in English";
+    QTest::newRow("translated from French") << "fr-de.xlf" << xliff("source-language=\"fr\" target-language=\"de-DE\"")
+                                            << automatic << false << -1 << "the file's source texts are in French (fr)";
+    // Regional variants are translations of their own (pt-PT is no pt-BR); English ones are all English.
+    QTest::newRow("same language, other region") << "de-at.xlf" << xliff("source-language=\"en-GB\" target-language=\"de-AT\"")
+                                                 << automatic << false << -1 << "the file is in German (de-AT)";
+    QTest::newRow("no region") << "de.xlf" << xliff("source-language=\"en-GB\" target-language=\"de\"")
+                               << automatic << false << int(ssLocalDefault) << "";
+}
+
+void TestTransfer::languageRule()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    QFETCH(int, as);
+    QFETCH(bool, accept);
+    QFETCH(int, source);
+    QFETCH(QString, message);
+    server::WorkspacePtr ws = SampleWorkspace();
+    const QStringList before = Snapshot(*ws);
+    QTemporaryDir dir;
+    const QString file = WriteBytes(dir, name, content);
+    ImportOptions o;
+    o.as = static_cast<ImportAs>(as);
+    o.acceptLanguageMismatch = accept;
+    if (source < 0) {
+        try {
+            ImportFile(*ws, file, o);
+            QFAIL("the file must be refused");
+        } catch (const FileError &e) {
+            QVERIFY2(e.Errors().first().message.startsWith(message), qPrintable(e.Errors().first().message));
+        }
+        QCOMPARE(Snapshot(*ws), before);
+        return;
+    }
+    const ImportSummary s = ImportFile(*ws, file, o);
+    QCOMPARE(int(s.source), source);
+    QCOMPARE(ws->Set()->Text(101, static_cast<StringSource>(source)), QStringLiteral("T"));
+    QCOMPARE(std::any_of(s.notes.cbegin(), s.notes.cend(), [&](const Diagnostic &d) { return d.message.endsWith(message); }),
+             !message.isEmpty());
+}
+
+void TestTransfer::otherToolsCodesComeBack()
+{
+    // Another tool's file: two <file>s reusing unit ids, inline codes of every kind, states with
+    // qualifiers; written the way we write, so that it can come back byte for byte.
+    const QByteArray original = test::ReadBytes(DataFile(QStringLiteral("xliff/other-tool.xlf")));
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("w.kvw"));
+    {
+        server::WorkspaceInfo info;
+        info.name = QStringLiteral("w");
+        info.targetLanguage = QStringLiteral("fr-FR");
+        server::WorkspacePtr ws = server::Workspace::Create(path, info);
+        ImportOptions asEnglish;
+        asEnglish.as = ImportAs::EnglishDefault;
+        const QString file = DataFile(QStringLiteral("xliff/other-tool.xlf"));
+        QCOMPARE(ImportFile(*ws, file, asEnglish).added, 6);
+        QCOMPARE(ImportFile(*ws, file).added, 4);
+    }
+    // From the file: the codes are kept in the workspace.
+    server::WorkspacePtr ws = server::Workspace::Open(path);
+    const QString exported = dir.filePath(QStringLiteral("out.xlf"));
+    ExportFile(*ws, exported, ExportOptions{ssLocalDefault, {}});
+    // Every unit of each <file>, as markup.
+    const auto units = [](const QByteArray &data) {
+        static const QRegularExpression file(QStringLiteral("<file original=\"([^\"]*)\"(.*?)</file>"),
+                                             QRegularExpression::DotMatchesEverythingOption);
+        static const QRegularExpression unit(QStringLiteral("<trans-unit id=\"([^\"]*)\".*?(<source>.*?</source>)\\s*(<target.*?(/>|</target>))"),
+                                             QRegularExpression::DotMatchesEverythingOption);
+        QStringList out;
+        for (const QRegularExpressionMatch &f : file.globalMatch(QString::fromUtf8(data)))
+            for (const QRegularExpressionMatch &u : unit.globalMatch(f.captured(2)))
+                out << f.captured(1) + u' ' + u.captured(1) + u' ' + u.captured(2) + u' ' + u.captured(3);
+        return out;
+    };
+    const QStringList expected = units(original);
+    QCOMPARE(expected.size(), 6);
+    QCOMPARE(units(test::ReadBytes(exported)), expected);
+
+    // The same units again find their strings: nothing is added.
+    const ImportSummary again = ImportFile(*ws, exported);
+    QCOMPARE(again.added + again.changed, 0);
 }
 
 QTEST_GUILESS_MAIN(TestTransfer)

@@ -308,7 +308,7 @@ private slots:
             QVERIFY(f.resize(f.size() / 2));
         } else if (kind == "newer" || kind == "noschema") {
             SavedFile(path, {"one"});
-            ExecOn(path, kind == "newer" ? "PRAGMA user_version = 2" : "PRAGMA user_version = 0");
+            ExecOn(path, kind == "newer" ? "PRAGMA user_version = 3" : "PRAGMA user_version = 0");
         } else if (kind == "badrecord") {
             SavedFile(path, {}, 10);
             ExecOn(path, "INSERT INTO records(source, id, text) VALUES (3, 11, 'beyond the maximum')");
@@ -349,6 +349,32 @@ private slots:
         QVERIFY(!ws->Tables()->Modified());
         ws->Tables()->DiscardEdits();
         QCOMPARE(ws->Tables()->Text(1, ssEnglishDefault), QString("Scratch"));
+    }
+
+    // A file of the first schema opens unchanged and gains the origins' table on its first save.
+    void firstSchemaIsMigratedOnSave()
+    {
+        const QString path = PathOf("old.kvw");
+        SavedFile(path, {"one", "two"});
+        ExecOn(path, "DROP TABLE exchange_origins; PRAGMA user_version = 1");
+        const QByteArray before = Digest(path);
+        const ExchangeOrigin origin{"app.json", "71", "a <x id=\"1\"/>", {}, "final", "exact-match"};
+        {
+            const WorkspacePtr ws = Workspace::Open(path);
+            QCOMPARE(Digest(path), before);
+            ws->Set()->setOrigin(2, origin);
+            ws->Set()->DiscardEdits();
+            QVERIFY(ws->Set()->Origins().isEmpty());
+            ws->Set()->setOrigin(2, origin);
+            ws->Set()->Save(ssEnglishDefault, false);
+        }
+        const WorkspacePtr ws = Workspace::Open(path);
+        QCOMPARE(ws->Set()->Origin(2), origin);
+        QCOMPARE(ws->Set()->Text(1, ssEnglishDefault), QString("one"));
+        QCOMPARE(ws->Set()->Text(2, ssEnglishDefault), QString("two"));
+        ws->Set()->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
+        ws->Set()->Save(ssEnglishDefault, false);
+        QVERIFY(Workspace::Open(path)->Set()->Origins().isEmpty());
     }
 };
 
