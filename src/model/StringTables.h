@@ -142,6 +142,13 @@ public:
     // the names of the tables that Save (first) and Save as (second) write for a version;
     // empty when the version writes only to itself.
     virtual QStringList SaveTableNames(TableVersion version) const = 0;
+
+    // The string's symbol ("IDS_FILE_OPEN"), empty when it has none (or the host keeps none).
+    virtual QString Symbol(StringId id) const { return {}; }
+    // The quality-check rules switched off for this workspace, by rule id; kept with the
+    // workspace and written by Save like an edit. Hosts without a place for them keep none.
+    virtual QStringList DisabledCheckRules() const { return {}; }
+    virtual void SetDisabledCheckRules(const QStringList & /*ruleIds*/) {}
 };
 
 class TextServer {

@@ -96,6 +96,7 @@ struct TableContents {
     SourceTable sources[4];
     QHash<StringId, ParameterList> parameters;   // only ids that have definitions
     QHash<StringId, QString> symbols;            // only ids that have a symbol
+    QStringList disabledCheckRules;              // quality-check rule ids switched off
 
     void reset(int maximumCount)
     {
@@ -103,6 +104,7 @@ struct TableContents {
             t.reset(maximumCount);
         parameters.clear();
         symbols.clear();
+        disabledCheckRules.clear();
     }
 };
 
@@ -124,8 +126,12 @@ struct ChangeSet {
     std::vector<RecordChange> records;
     std::vector<ParameterChange> parameters;
     std::vector<SymbolChange> symbols;
+    std::optional<QStringList> disabledCheckRules;   // set when the list changed
 
-    bool empty() const { return records.empty() && parameters.empty() && symbols.empty(); }
+    bool empty() const
+    {
+        return records.empty() && parameters.empty() && symbols.empty() && !disabledCheckRules;
+    }
 };
 
 } // namespace kvedit::server

@@ -8,6 +8,7 @@
 #include "services/ErrorContext.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kvedit::server {
 
@@ -182,7 +183,8 @@ QString TableSet::SourceName(StringId id, kvedit::StringSource source) const
 
 bool TableSet::Modified() const
 {
-    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty();
+    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty()
+           || m_savedDisabledCheckRules.has_value();
 }
 
 bool TableSet::HasStatus(StringId id, kvedit::StringSource source, int flag) const
@@ -334,6 +336,8 @@ void TableSet::DiscardEdits()
         m_symbolIds.clear();
         m_symbolIdsValid = false;
     }
+    if (m_savedDisabledCheckRules)
+        m_data.disabledCheckRules = *std::exchange(m_savedDisabledCheckRules, std::nullopt);
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
@@ -379,6 +383,8 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
     std::sort(ids.begin(), ids.end());
     for (const StringId id : ids)
         changes.symbols.push_back({id, m_data.symbols.value(id)});
+    if (m_savedDisabledCheckRules)
+        changes.disabledCheckRules = m_data.disabledCheckRules;
     return changes;
 }
 
@@ -398,6 +404,7 @@ void TableSet::Save(TableVersion version, bool saveAs)
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
+    m_savedDisabledCheckRules.reset();
     qCDebug(lcServer) << "saved" << changes.records.size() << "records," << changes.parameters.size()
                       << "parameter lists," << changes.symbols.size() << "symbols";
 }
@@ -466,6 +473,25 @@ StringId TableSet::IdOfSymbol(const QString &symbol) const
         if (lowest == 0 || id < lowest)
             lowest = id;
     return lowest;
+}
+
+QStringList TableSet::DisabledCheckRules() const
+{
+    return m_data.disabledCheckRules;
+}
+
+void TableSet::SetDisabledCheckRules(const QStringList &ruleIds)
+{
+    QStringList rules = ruleIds;
+    rules.removeDuplicates();
+    std::sort(rules.begin(), rules.end());
+    if (rules == m_data.disabledCheckRules)
+        return;
+    if (!m_savedDisabledCheckRules)
+        m_savedDisabledCheckRules = m_data.disabledCheckRules;
+    m_data.disabledCheckRules = rules;
+    if (*m_savedDisabledCheckRules == rules)   // back to what was saved: no edit
+        m_savedDisabledCheckRules.reset();
 }
 
 int TableSet::RecordCount(kvedit::StringSource source) const

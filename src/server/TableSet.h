@@ -39,6 +39,9 @@ public:
     void StoreEntry(const StringEntryPtr &entry) override;
     void RemoveEntry(StringId id, kvedit::StringSource source) override;
     QStringList SaveTableNames(TableVersion version) const override;
+    QString Symbol(StringId id) const override;
+    QStringList DisabledCheckRules() const override;
+    void SetDisabledCheckRules(const QStringList &ruleIds) override;   // an edit
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }
@@ -49,8 +52,6 @@ public:
     // The id's parameter definitions, shared by its sources; empty when it has none.
     ParameterList Parameters(StringId id) const;
     void setParameters(StringId id, const ParameterList &parameters);   // an edit
-    // The id's symbol ("IDS_FILE_OPEN"), empty when it has none.
-    QString Symbol(StringId id) const;
     void setSymbol(StringId id, const QString &symbol);                 // an edit
     // The id that carries a symbol, 0 when none does.
     StringId IdOfSymbol(const QString &symbol) const;
@@ -87,6 +88,7 @@ private:
     QHash<quint32, std::optional<Record>> m_savedRecords;
     QHash<StringId, ParameterList> m_savedParameters;
     QHash<StringId, QString> m_savedSymbols;
+    std::optional<QStringList> m_savedDisabledCheckRules;
     // The ids of each symbol, made on the first look-up, so that importers looking up one symbol
     // per string stay linear.
     mutable QMultiHash<QString, StringId> m_symbolIds;
