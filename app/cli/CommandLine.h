@@ -2,10 +2,13 @@
 // The kvedit command-line tools, run by the same program as the editor:
 //   kvedit new WORKSPACE --language de-DE
 //   kvedit import WORKSPACE FILE [--as english-default|local-default] [-I DIR] [-D NAME[=VALUE]]
-//                                [--header FILE] [--codepage N]
+//                                [--header FILE] [--codepage N] [--strict]
 //   kvedit export WORKSPACE FILE [--table 0..3]
 //   kvedit stats WORKSPACE [--table 0..3] [--json]
-// Exit codes: 0 success, 1 bad input (the message names file and line), 2 usage.
+//   kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]
+//                          [--save-rules]
+// Exit codes: 0 success, 1 bad input (the message names file and line) or, for check, a string
+// with an error; 2 usage.
 
 #include <QStringList>
 
