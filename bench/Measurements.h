@@ -31,6 +31,8 @@ inline const QString ExportRc = QStringLiteral("export resource script");
 inline const QString ImportXliff = QStringLiteral("import XLIFF");
 inline const QString ExportXliff = QStringLiteral("export XLIFF");
 inline const QString MemorySession = QStringLiteral("peak memory: editor session");
+inline const QString QualityTable = QStringLiteral("quality checks: whole table");
+inline const QString QualityOne = QStringLiteral("quality checks: one string as typed");
 } // namespace op
 
 struct Options {
@@ -42,7 +44,7 @@ struct Options {
     QString workDir;         // where the workspaces are written
     QString screenConfig;    // the offscreen platform's screen, passed on to child processes
     // Measurement groups to run (memory, program, open, refresh, editor, page, find, checks,
-    // edit-one, edit-all, io); empty for all. For profiling one of them.
+    // quality, edit-one, edit-all, io); empty for all. For profiling one of them.
     QStringList only;
 
     bool Wants(const QString &group) const { return only.isEmpty() || only.contains(group); }

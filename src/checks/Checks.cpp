@@ -1,6 +1,11 @@
 #include "checks/Checks.h"
 
 #include <array>
+#include <bit>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace kvedit::checks {
 
@@ -21,15 +26,16 @@ struct IndexedItem {
 // Everything the rules read of one text, gathered in one pass.
 struct Scan {
     quint16 placeholders = 0;                 // bit n: %n occurs (n = 1..9)
-    std::array<int, 10> placeholderPos{};     // first occurrence of %n
-    std::array<int, 10> placeholderLen{};
-    std::array<int, 10> formatPos{};          // %n!fmt!: the fmt of the first occurrence
-    std::array<int, 10> formatLen{};          // -1: written without one
-    std::array<PrintfItem, kMaxItems> printfItems{};
+    // Read only where a bit or count says they were written.
+    std::array<int, 10> placeholderPos;       // first occurrence of %n
+    std::array<int, 10> placeholderLen;  
+    std::array<int, 10> formatPos;            // %n!fmt!: the fmt of the first occurrence
+    std::array<int, 10> formatLen;            // -1: written without one
+    std::array<PrintfItem, kMaxItems> printfItems;   // the first printfCount
     int printfCount = 0;
     int percentLiterals = 0;                  // "%%"
     int lonePercent = -1;                     // a '%' that starts nothing
-    std::array<IndexedItem, kMaxItems> braces{};
+    std::array<IndexedItem, kMaxItems> braces;
     int braceCount = 0;
     int markers = 0;                          // '&' shortcut markers ("&&" is an ampersand)
     int firstMarker = -1, secondMarker = -1;
@@ -39,7 +45,6 @@ struct Scan {
     int leading = 0, trailing = 0;            // blanks
     int doubled = -1;                         // two blanks inside a line
     int width = 0;                            // display width without markers; wide characters count 2
-    int letters = 0, words = 0;
 
     bool PrintfStyle() const { return printfCount > 0 || percentLiterals > 0; }
 };
@@ -94,10 +99,21 @@ int ParsePrintf(const char16_t *d, int n, int p, int *kindPos)
     return -1;
 }
 
+// ASCII by what the scan does with it: 1 a letter, 2 a character with a case of its own below,
+// 0 anything else.
+constexpr std::array<quint8, 128> kAscii = [] {
+    std::array<quint8, 128> a{};
+    for (int c = 'a'; c <= 'z'; ++c)
+        a[static_cast<size_t>(c)] = a[static_cast<size_t>(c - 'a' + 'A')] = 1;
+    for (const char c : {'%', '{', '&', '\n', '\t', ' '})
+        a[static_cast<size_t>(c)] = 2;
+    return a;
+}();
+
+// Most characters are plain ASCII and need no more than the table look-up.
 Scan ScanText(const QString &text)
 {
     Scan s;
-    s.formatLen.fill(-1);
     const char16_t *d = reinterpret_cast<const char16_t *>(text.constData());
     const int n = static_cast<int>(text.size());
     while (s.leading < n && IsBlank(d[s.leading]))
@@ -105,24 +121,32 @@ Scan ScanText(const QString &text)
     while (s.trailing < n - s.leading && IsBlank(d[n - 1 - s.trailing]))
         ++s.trailing;
 
-    bool inWord = false;
+    int extraWidth = 0;   // the width is the length, plus or minus these
     int i = 0;
-    while (i < n) {
+    // One character, or one item that starts at it; i moves past it.
+    const auto step = [&] {
         const char16_t c = d[i];
-        const bool letter = c >= 0x80 ? QChar(c).isLetter() : ((c | 0x20) >= u'a' && (c | 0x20) <= u'z');
-        if (letter) {
-            ++s.letters;
-            if (!inWord)
-                ++s.words;
+        if (c < 0x80) {
+            const quint8 kind = kAscii[c];
+            if (kind != 2) {
+                ++i;
+                return;
+            }
+        } else {
+            if (c >= 0xDC00 && c <= 0xDFFF)   // a surrogate pair is one character
+                --extraWidth;
+            else if (IsWide(c))
+                ++extraWidth;
+            ++i;
+            return;
         }
-        inWord = letter;
         switch (c) {
         case u'%': {
             if (i + 1 < n && d[i + 1] == u'%') {
                 ++s.percentLiterals;
-                s.width += 1;
+                --extraWidth;
                 i += 2;
-                continue;
+                return;
             }
             if (i + 1 < n && d[i + 1] >= u'1' && d[i + 1] <= u'9') {
                 const int k = d[i + 1] - u'0';
@@ -138,16 +162,15 @@ Scan ScanText(const QString &text)
                         len = j + 1 - i;
                     }
                 }
-                if (!(s.placeholders & (1u << k))) {
+                if (!(s.placeholders & (1u << k))) {   // the first occurrence
                     s.placeholders |= static_cast<quint16>(1u << k);
                     s.placeholderPos[k] = i;
                     s.placeholderLen[k] = len;
                     s.formatPos[k] = formatPos;
                     s.formatLen[k] = formatLen;
                 }
-                s.width += len;
                 i += len;
-                continue;
+                return;
             }
             int kindPos = 0;
             const int end = ParsePrintf(d, n, i + 1, &kindPos);
@@ -159,15 +182,14 @@ Scan ScanText(const QString &text)
             if (s.printfCount < kMaxItems)
                 s.printfItems[s.printfCount] = {i, end - i, kindPos, end - kindPos};
             ++s.printfCount;
-            s.width += end - i;
             i = end;
-            continue;
+            return;
         }
         case u'{': {
             if (i + 1 < n && d[i + 1] == u'{') {
-                s.width += 1;
+                --extraWidth;
                 i += 2;
-                continue;
+                return;
             }
             int j = i + 1;
             while (j < n && IsDigit(d[j]))
@@ -187,25 +209,25 @@ Scan ScanText(const QString &text)
             if (s.braceCount < kMaxItems)
                 s.braces[s.braceCount] = {QStringView(d + i + 1, d + formatPos).toInt(), i, j + 1 - i, formatPos, formatLen};
             ++s.braceCount;
-            s.width += j + 1 - i;
             i = j + 1;
-            continue;
+            return;
         }
         case u'&':
             if (i + 1 >= n) {
                 s.trailingAmpersand = i;
             } else if (d[i + 1] == u'&') {
-                s.width += 1;
+                --extraWidth;
                 i += 2;
-                continue;
+                return;
             } else {
                 if (s.markers == 0)
                     s.firstMarker = i;
                 else if (s.markers == 1)
                     s.secondMarker = i;
                 ++s.markers;
+                --extraWidth;   // the marker itself is not shown
                 ++i;
-                continue;   // the marker itself is not shown
+                return;
             }
             break;
         case u'\n':
@@ -228,10 +250,37 @@ Scan ScanText(const QString &text)
         default:
             break;
         }
-        if (!(c >= 0xDC00 && c <= 0xDFFF))   // a surrogate pair is one character
-            s.width += IsWide(c) ? 2 : 1;
         ++i;
+    };
+
+    while (i < n) {
+#if defined(__SSE2__)
+        // Eight plain characters at a time: no special character, nothing beyond ASCII and no
+        // doubled blank (the second load is the same text one character on).
+        if (i + 9 <= n) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(d + i));
+            const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i *>(d + i + 1));
+            __m128i m = _mm_or_si128(_mm_cmpeq_epi16(v, _mm_set1_epi16('\t')), _mm_cmpeq_epi16(v, _mm_set1_epi16('\n')));
+            m = _mm_or_si128(m, _mm_cmpeq_epi16(v, _mm_set1_epi16('%')));
+            m = _mm_or_si128(m, _mm_cmpeq_epi16(v, _mm_set1_epi16('&')));
+            m = _mm_or_si128(m, _mm_cmpeq_epi16(v, _mm_set1_epi16('{')));
+            m = _mm_or_si128(m, _mm_and_si128(_mm_cmpeq_epi16(v, _mm_set1_epi16(' ')), _mm_cmpeq_epi16(w, _mm_set1_epi16(' '))));
+            const __m128i beyond = _mm_andnot_si128(_mm_cmpeq_epi16(_mm_and_si128(v, _mm_set1_epi16(static_cast<short>(0xFF80))),
+                                                                    _mm_setzero_si128()),
+                                                    _mm_set1_epi16(-1));
+            const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(m, beyond)));
+            if (mask == 0) {
+                i += 8;
+                continue;
+            }
+            i += std::countr_zero(mask) / 2;   // to the first character that needs a look
+            step();
+            continue;
+        }
+#endif
+        step();
     }
+    s.width = n + extraWidth;
     return s;
 }
 
@@ -271,7 +320,18 @@ EndingAt EndingOf(const QString &text, int end)
     }
 }
 
-QString Quoted(QStringView text) { return QLatin1Char('"') + text.toString() + QLatin1Char('"'); }
+// A message put together in one allocation: a table of machine translations can have thousands.
+QString Join(std::initializer_list<QStringView> parts)
+{
+    qsizetype size = 0;
+    for (const QStringView part : parts)
+        size += part.size();
+    QString out;
+    out.reserve(size);
+    for (const QStringView part : parts)
+        out.append(part);
+    return out;
+}
 
 } // namespace
 
@@ -289,7 +349,7 @@ struct Context {
     QStringView Span(int pos, int len) const { return QStringView(checked.text).mid(pos, len); }
     void Add(QString message, int start = -1, int length = 0) const
     {
-        out->append(Problem{QString::fromLatin1(rule->id), rule->severity, std::move(message), start, length});
+        out->append(Problem{RuleId(*rule), rule->severity, std::move(message), start, length});
     }
 };
 
@@ -299,12 +359,14 @@ void CheckPlaceholders(Context &c)
 {
     const Scan &e = *c.englishScan;
     const Scan &t = c.scan;
+    const QStringView et(c.english->text);
+    const QStringView tt(c.checked.text);
     for (int k = 1; k <= 9; ++k) {
         const quint16 bit = static_cast<quint16>(1u << k);
         if ((e.placeholders & bit) && !(t.placeholders & bit))
-            c.Add(QStringLiteral("the translation lacks %%1").arg(k));
+            c.Add(Join({u"the translation lacks ", et.mid(e.placeholderPos[k], 2)}));
         else if (!(e.placeholders & bit) && (t.placeholders & bit))
-            c.Add(QStringLiteral("the translation has %%1, which the English text lacks").arg(k), t.placeholderPos[k],
+            c.Add(Join({u"the translation has ", tt.mid(t.placeholderPos[k], 2), u", which the English text lacks"}), t.placeholderPos[k],
                   t.placeholderLen[k]);
     }
 }
@@ -463,7 +525,8 @@ void CheckLineCount(Context &c)
     const Scan &t = c.scan;
     if (e.newlines == t.newlines || (!c.checked.multipleLines && t.newlines > 0))
         return;   // a break where none may be is the line-breaks rule's
-    c.Add(QStringLiteral("the translation has %1 line break(s), the English text %2").arg(t.newlines).arg(e.newlines),
+    c.Add(Join({u"the translation has ", QString::number(t.newlines), u" line break(s), the English text ",
+               QString::number(e.newlines)}),
           t.firstNewline, t.firstNewline >= 0 ? 1 : 0);
 }
 
@@ -486,12 +549,7 @@ void CheckWhitespace(Context &c)
     }
 }
 
-QString EndingName(const QString &text, const EndingAt &ending)
-{
-    return ending.kind == Ending::None ? QString() : Quoted(QStringView(text).mid(ending.pos, ending.len));
-}
-
-void CompareEndings(Context &c, int englishEnd, int translationEnd, const QString &where)
+void CompareEndings(Context &c, int englishEnd, int translationEnd, QStringView where)
 {
     const QString &et = c.english->text;
     const QString &tt = c.checked.text;
@@ -499,32 +557,47 @@ void CompareEndings(Context &c, int englishEnd, int translationEnd, const QStrin
     const EndingAt t = EndingOf(tt, translationEnd);
     if (e.kind == t.kind)
         return;
+    const QStringView te = QStringView(tt).mid(t.pos, t.len);
+    const QStringView ee = QStringView(et).mid(e.pos, e.len);
     if (e.kind == Ending::None)
-        c.Add(QStringLiteral("the translation%1 ends with %2, the English text without").arg(where, EndingName(tt, t)), t.pos, t.len);
+        c.Add(Join({u"the translation", where, u" ends with \"", te, u"\", the English text without"}), t.pos, t.len);
     else if (t.kind == Ending::None)
-        c.Add(QStringLiteral("the translation%1 ends without the English text's %2").arg(where, EndingName(et, e)));
+        c.Add(Join({u"the translation", where, u" ends without the English text's \"", ee, u"\""}));
     else
-        c.Add(QStringLiteral("the translation%1 ends with %2, the English text with %3").arg(where, EndingName(tt, t), EndingName(et, e)),
-              t.pos, t.len);
+        c.Add(Join({u"the translation", where, u" ends with \"", te, u"\", the English text with \"", ee, u"\""}), t.pos, t.len);
 }
 
 void CheckPunctuation(Context &c)
 {
     const QString &et = c.english->text;
     const QString &tt = c.checked.text;
-    CompareEndings(c, static_cast<int>(et.size()), static_cast<int>(tt.size()), QString());
+    CompareEndings(c, static_cast<int>(et.size()), static_cast<int>(tt.size()), {});
     // A menu caption with its key after a tab ("&Open...\tCtrl+O"): the caption's ending too.
     if (c.englishScan->tabs > 0 && c.scan.tabs > 0 && c.englishScan->newlines == 0 && c.scan.newlines == 0)
         CompareEndings(c, static_cast<int>(et.indexOf(u'\t')), static_cast<int>(tt.indexOf(u'\t')),
-                       QStringLiteral(" before its tab"));
+                       u" before its tab");
 }
 
 // Long enough that a translator would have changed something: three words and ten letters.
-bool NonTrivial(const Scan &s) { return s.words >= 3 && s.letters >= 10; }
+// Asked only of the few texts another test has singled out.
+bool NonTrivial(const QString &text)
+{
+    int words = 0, letters = 0;
+    bool inWord = false;
+    for (const QChar c : text) {
+        const bool letter = c.isLetter();
+        letters += letter;
+        words += letter && !inWord;
+        inWord = letter;
+        if (words >= 3 && letters >= 10)
+            return true;
+    }
+    return false;
+}
 
 void CheckIdentical(Context &c)
 {
-    if (NonTrivial(*c.englishScan) && c.checked.text == c.english->text)
+    if (c.checked.text == c.english->text && NonTrivial(c.english->text))
         c.Add(QStringLiteral("the translation is the English text itself"));
 }
 
@@ -532,9 +605,9 @@ void CheckLength(Context &c)
 {
     const int e = c.englishScan->width;
     const int t = c.scan.width;
-    if (!NonTrivial(*c.englishScan) || (t <= 3 * e && 3 * t >= e))
+    if ((t <= 3 * e && 3 * t >= e) || !NonTrivial(c.english->text))
         return;
-    c.Add(QStringLiteral("the translation is %1 characters wide, the English text %2").arg(t).arg(e));
+    c.Add(Join({u"the translation is ", QString::number(t), u" characters wide, the English text ", QString::number(e)}));
 }
 
 // One table: what runs, in the order problems are reported.
@@ -558,6 +631,23 @@ constexpr Rule kRules[] = {
      CheckLength},
 };
 static_assert(std::size(kRules) <= 32, "RuleSet keeps one bit per rule");
+
+} // namespace
+
+// The rule's id as a QString made once, so that a problem costs no copy of it.
+QString RuleId(const Rule &rule)
+{
+    static const QStringList ids = [] {
+        QStringList list;
+        for (const Rule &r : kRules)
+            list.append(QString::fromLatin1(r.id));
+        return list;
+    }();
+    const auto index = &rule - kRules;
+    return index >= 0 && index < static_cast<qsizetype>(std::size(kRules)) ? ids.at(index) : QString::fromLatin1(rule.id);
+}
+
+namespace {
 
 Problems Run(const StringValues &checked, const StringValues *english, const RuleSet &rules)
 {
@@ -650,6 +740,19 @@ QStringList RuleSet::DisabledIds() const
         if (!Contains(i))
             ids.append(QString::fromLatin1(kRules[i].id));
     return ids;
+}
+
+StringValues StringValues::Of(EntryValues values)
+{
+    StringValues v;
+    v.text = std::move(values.text);
+    v.allowShortcut = values.properties & tpAllowShortcut;
+    v.multipleLines = values.properties & tpMultipleLines;
+    v.allowTab = values.properties & tpAllowTab;
+    v.shortcutCharacter = std::move(values.shortcutCharacter);
+    v.shortcutMode = values.shortcutMode;
+    v.description = std::move(values.description);
+    return v;
 }
 
 StringValues StringValues::Of(const StringEntry &entry, bool withParameters)

@@ -55,6 +55,8 @@ struct Rule {
 std::span<const Rule> Rules();
 // The rule's index in Rules(), -1 when no rule has the id.
 int RuleIndex(QStringView id);
+// The rule's id as a shared string.
+QString RuleId(const Rule &rule);
 
 // A set of rules by index in Rules().
 class RuleSet {
@@ -90,6 +92,7 @@ struct StringValues {
 
     // The entry's values; the parameter definitions only when asked for (they cost a copy).
     static StringValues Of(const StringEntry &entry, bool withParameters = true);
+    static StringValues Of(EntryValues values);   // no parameter definitions
 };
 
 // A translation against its English original. An empty translation is a missing one, not a

@@ -9,6 +9,7 @@ namespace {
 bool IsEnglishVersion(TableVersion version) { return version == ssEnglishEdited || version == ssEnglishDefault; }
 
 const int kClashRule = RuleIndex(u"shortcut-clash");
+const int kParametersRule = RuleIndex(u"parameters");
 
 } // namespace
 
@@ -58,7 +59,7 @@ int TableChecker::LabelIndex(const QString &description)
 
 StringValues TableChecker::ReferenceOf(StringId id) const
 {
-    return StringValues::Of(*m_set->Entry(id, ssEnglishDefault), false);
+    return StringValues::Of(m_set->Values(id, ssEnglishDefault));
 }
 
 void TableChecker::CheckOne(StringId id)
@@ -69,18 +70,21 @@ void TableChecker::CheckOne(StringId id)
     if (!slot.inUse)
         return;
     if (IsEnglishVersion(m_version)) {
-        const StringValues values = StringValues::Of(*m_set->Entry(id, m_version), true);
+        // The parameter definitions come only with the entry.
+        const bool parameters = m_rules.Contains(kParametersRule);
+        const StringValues values = parameters ? StringValues::Of(*m_set->Entry(id, m_version), true)
+                                               : StringValues::Of(m_set->Values(id, m_version));
         slot.label = LabelIndex(values.description);
         slot.local = CheckEnglish(values, m_rules);
         slot.key = ShortcutKey(values, &slot.keyPos);
         return;
     }
-    const StringEntryPtr english = m_set->Entry(id, ssEnglishDefault);
-    slot.label = LabelIndex(english->EntryText());
-    if (!m_set->HasText(id, m_version))
+    const StringValues english = ReferenceOf(id);
+    slot.label = LabelIndex(english.description);
+    const StringValues translation = StringValues::Of(m_set->Values(id, m_version));
+    if (translation.text.isEmpty())
         return;   // missing: nothing to check, and no shortcut to clash
-    const StringValues translation = StringValues::Of(*m_set->Entry(id, m_version), false);
-    slot.local = Check(StringValues::Of(*english, false), translation, m_rules);
+    slot.local = Check(english, translation, m_rules);
     slot.key = ShortcutKey(translation, &slot.keyPos);
 }
 
@@ -142,7 +146,7 @@ void TableChecker::ComputeClashes(int first, int last)
                 if (m != k)
                     others.append(keys[m].second);
             Slot &slot = m_slots[static_cast<size_t>(keys[k].second)];
-            slot.clash.append(Problem{QString::fromLatin1(rule.id), rule.severity, ClashMessage(slot.key, others), slot.keyPos,
+            slot.clash.append(Problem{RuleId(rule), rule.severity, ClashMessage(slot.key, others), slot.keyPos,
                                       slot.keyPos >= 0 ? 2 : 0});
         }
         i = j;
@@ -278,7 +282,7 @@ Problems TableChecker::CheckEdit(StringId id, const StringValues &typed)
         return problems;
     std::sort(others.begin(), others.end());
     const Rule &rule = checks::Rules()[kClashRule];
-    problems.append(Problem{QString::fromLatin1(rule.id), rule.severity, ClashMessage(key, others), keyPos, keyPos >= 0 ? 2 : 0});
+    problems.append(Problem{RuleId(rule), rule.severity, ClashMessage(key, others), keyPos, keyPos >= 0 ? 2 : 0});
     return problems;
 }
 

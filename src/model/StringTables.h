@@ -117,6 +117,15 @@ public:
     virtual kvedit::StringSource StringSource() const = 0;
 };
 
+// What Entry gives of a string's text and properties, as plain values.
+struct EntryValues {
+    QString text;
+    QString description;
+    QString shortcutCharacter;
+    int properties = 0;      // TextProperty flags
+    int shortcutMode = 0;
+};
+
 // All texts of all four sources. Failures are thrown as KvError (services/ErrorContext.h).
 class StringTableSet {
 public:
@@ -149,6 +158,15 @@ public:
     // workspace and written by Save like an edit. Hosts without a place for them keep none.
     virtual QStringList DisabledCheckRules() const { return {}; }
     virtual void SetDisabledCheckRules(const QStringList & /*ruleIds*/) {}
+    // The values of Entry(id, source) without making the entry, for passes over every string.
+    virtual EntryValues Values(StringId id, kvedit::StringSource source) const
+    {
+        const StringEntryPtr entry = Entry(id, source);
+        return {entry->Text(), entry->EntryText(), entry->ShortcutCharacter(),
+                (entry->Property(tpAllowShortcut) ? tpAllowShortcut : 0) | (entry->Property(tpMultipleLines) ? tpMultipleLines : 0)
+                    | (entry->Property(tpAllowTab) ? tpAllowTab : 0),
+                entry->ShortcutMode()};
+    }
 };
 
 class TextServer {

@@ -217,9 +217,25 @@ StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, con
                                                    m_data.symbols.value(id));
 }
 
+EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    Record blank;
+    if (!r) {
+        blank = BlankRecord(id, source);
+        r = &blank;
+    }
+    return {r->hasText ? r->text : QString(), r->description, r->shortcutCharacter, r->properties, r->shortcutMode};
+}
+
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
+    return MakeEntry(id, source, BlankRecord(id, source));
+}
+
+Record TableSet::BlankRecord(StringId id, kvedit::StringSource source) const
+{
     Record blank;
     if (source != ssEnglishDefault) {
         // A translation not yet written takes over how the string is to be written: a
@@ -231,7 +247,7 @@ StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) co
             blank.shortcutMode = english->shortcutMode;
         }
     }
-    return MakeEntry(id, source, blank);
+    return blank;
 }
 
 void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record)

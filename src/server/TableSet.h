@@ -42,6 +42,7 @@ public:
     QString Symbol(StringId id) const override;
     QStringList DisabledCheckRules() const override;
     void SetDisabledCheckRules(const QStringList &ruleIds) override;   // an edit
+    EntryValues Values(StringId id, kvedit::StringSource source) const override;
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }
@@ -73,6 +74,7 @@ private:
     void CheckSource(int source) const;
     void CheckIdAndSource(StringId id, int source) const { CheckId(id); CheckSource(source); }
     StringEntryPtr MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const;
+    Record BlankRecord(StringId id, kvedit::StringSource source) const;
     void ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record);
     void Store(const StringEntryPtr &entry, bool replace);
     void IndexSymbols() const;
