@@ -124,6 +124,7 @@ struct EntryValues {
     QString shortcutCharacter;
     int properties = 0;      // TextProperty flags
     int shortcutMode = 0;
+    bool operator==(const EntryValues &) const = default;
 };
 
 // All texts of all four sources. Failures are thrown as KvError (services/ErrorContext.h).

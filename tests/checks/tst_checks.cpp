@@ -89,6 +89,7 @@ private slots:
     void ruleSetFromIds();
     void tableGroupsAndCache();
     void disabledRulesKeptInTheWorkspaceFile();
+    void serverValuesAgreeWithEntries();
 };
 
 void TestChecks::translation_data()
@@ -347,6 +348,24 @@ void TestChecks::disabledRulesKeptInTheWorkspaceFile()
     }
     const server::WorkspacePtr reopened = server::Workspace::Open(path);
     QCOMPARE(reopened->Tables()->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
+}
+
+void TestChecks::serverValuesAgreeWithEntries()
+{
+    // The server's shortcut past the entries must give what the entries give: own records,
+    // fallbacks to the defaults, blank translations, ids not in use.
+    const server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
+    const StringTableSetPtr set = demo->Tables();
+    int compared = 0;
+    for (int id = 1; id <= 5100; ++id)
+        for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishEdited, ssEnglishDefault}) {
+            const StringId sid = static_cast<StringId>(id);
+            if (!set->IdInUse(sid, source) && id % 97 != 0)
+                continue;
+            QVERIFY2(set->Values(sid, source) == set->StringTableSet::Values(sid, source), qPrintable(QString::number(id)));
+            ++compared;
+        }
+    QVERIFY(compared > 4 * 286);
 }
 
 QTEST_GUILESS_MAIN(TestChecks)
