@@ -227,6 +227,10 @@ void TestCheckTool::importAndExport()
     r = Cli({"import", ws, german});
     QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("The 3 added or changed strings carry 2 errors and 0 warnings")),
              r.Describe());
+    r = Cli({"check", ws, "--table", "1"});
+    QVERIFY2(r.code == 1 && r.out.startsWith(ws + QStringLiteral(":1: error [shortcut]: the English text has a shortcut, the translation none\n"))
+                 && r.out.contains(ws + QStringLiteral(":2: error [placeholders]: the translation lacks %2\n")),
+             r.Describe());
     r = Cli({"import", ws, german, "--strict"});   // nothing new: nothing added, nothing refused
     QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("The 0 added or changed strings carry 0 errors")), r.Describe());
 
