@@ -117,7 +117,10 @@ void PrintImportedProblems(server::Workspace &workspace, const QList<StringId> &
                            const QString &path, QTextStream &out)
 {
     checks::TableChecker checker(workspace.Tables(), source, workspace.Info().maximumCount, WorkspaceRules(*workspace.Tables()));
-    out << "The " << imported.size() << " added or changed strings carry " << CountsText(checker.Count(imported));
+    if (imported.size() == 1)
+        out << "The added or changed string carries " << CountsText(checker.Count(imported));
+    else
+        out << "The " << imported.size() << " added or changed strings carry " << CountsText(checker.Count(imported));
     if (!imported.isEmpty())
         out << " (kvedit check " << path << " --table " << static_cast<int>(source) << " lists them)";
     out << '\n';
