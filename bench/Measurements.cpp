@@ -1,5 +1,7 @@
 #include "Measurements.h"
 
+#include "checks/TableChecker.h"
+
 #include "SyntheticWorkspace.h"
 
 #include "dataview/UCKvDataView.h"
@@ -299,6 +301,8 @@ void AttachTargets(Results &results)
         {op::MemorySession, 120},
         {op::XliffSize, 10},
         {op::MemoryXliffImport, 80},
+        {op::QualityTable, 30},
+        {op::QualityOne, 200},
     };
     for (const auto &t : targets)
         for (const int size : results.Sizes())
@@ -524,6 +528,46 @@ void MeasureSize(const Options &options, int strings, Results &results)
             }
             Progress(QStringLiteral("%1: %2 ms").arg(check.operation).arg(s.Median(), 0, 'f', 2));
         }
+    }
+
+    // The quality checks on a finished translation, so that every string is checked: the whole
+    // table from an empty cache, and the translate dialog's check of the text being typed.
+    if (options.Wants(QStringLiteral("quality"))) {
+        const server::WorkspacePtr finished = server::Workspace::Open(finishedPath);
+        const int maximum = finished->Info().maximumCount;
+        Series &table = results.At(op::QualityTable, strings);
+        table.note = QStringLiteral("every string of table version 0 against its English text, from an empty cache");
+        int problems = 0;
+        for (int i = 0; i < repeats; ++i) {
+            checks::TableChecker checker(finished->Tables(), kVersion, maximum);
+            QElapsedTimer t;
+            t.start();
+            problems = checker.Count().strings;
+            table.samples.push_back(Ms(t));
+        }
+        Progress(QStringLiteral("%1: %2 ms (%3 strings with problems)").arg(op::QualityTable).arg(table.Median(), 0, 'f', 2).arg(problems));
+
+        // The longest string with parameters, typed into the dialog: its own rules and its group.
+        checks::TableChecker checker(finished->Tables(), kVersion, maximum);
+        checker.Count();
+        StringId longest = static_cast<StringId>(SyntheticId(0, strings));
+        for (int n = 0; n < strings; ++n) {
+            const StringId id = static_cast<StringId>(SyntheticId(n, strings));
+            if (finished->Tables()->Text(id, kVersion).size() > finished->Tables()->Text(longest, kVersion).size())
+                longest = id;
+        }
+        const checks::StringValues typed = checks::StringValues::Of(*finished->Tables()->Entry(longest, kVersion));
+        Series &one = results.At(op::QualityOne, strings, QStringLiteral("µs"));
+        one.note = QStringLiteral("CheckEdit on the longest translation (%1 characters), the mean of 1000 calls")
+                       .arg(typed.text.size());
+        for (int i = 0; i < repeats; ++i) {
+            QElapsedTimer t;
+            t.start();
+            for (int k = 0; k < 1000; ++k)
+                problems += static_cast<int>(checker.CheckEdit(longest, typed).size());
+            one.samples.push_back(static_cast<double>(t.nsecsElapsed()) / 1e3 / 1000);
+        }
+        Progress(QStringLiteral("%1: %2 µs").arg(op::QualityOne).arg(one.Median(), 0, 'f', 2));
     }
 
 #ifdef KVEDIT_BENCH_HAVE_IO

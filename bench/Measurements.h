@@ -44,6 +44,8 @@ inline const QString MemoryExportTs = QStringLiteral("peak memory: export TS");
 inline const QString MemoryImportTs = QStringLiteral("peak memory: import TS");
 inline const QString XliffSize = QStringLiteral("XLIFF file size");
 inline const QString MemoryXliffImport = QStringLiteral("peak memory: XLIFF import");
+inline const QString QualityTable = QStringLiteral("quality checks: whole table");
+inline const QString QualityOne = QStringLiteral("quality checks: one string as typed");
 } // namespace op
 
 struct Options {
@@ -55,7 +57,7 @@ struct Options {
     QString workDir;         // where the workspaces are written
     QString screenConfig;    // the offscreen platform's screen, passed on to child processes
     // Measurement groups to run (memory, program, open, refresh, editor, page, find, checks,
-    // edit-one, edit-all, io); empty for all. For profiling one of them.
+    // quality, edit-one, edit-all, io); empty for all. For profiling one of them.
     QStringList only;
 
     bool Wants(const QString &group) const { return only.isEmpty() || only.contains(group); }

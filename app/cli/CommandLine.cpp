@@ -1,5 +1,7 @@
 #include "cli/CommandLine.h"
 
+#include "cli/QualityReport.h"
+
 #include "io/WorkspaceTransfer.h"
 #include "model/StandardLocale.h"
 #include "server/TableSet.h"
@@ -8,11 +10,13 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
+#include <QTemporaryDir>
 #include <QTextStream>
 
 #include <cstdio>
@@ -25,7 +29,7 @@ namespace kvedit::cli {
 
 namespace {
 
-const char *const kTools[] = {"new", "import", "export", "stats", "demo"};
+const char *const kTools[] = {"new", "import", "export", "stats", "check", "demo"};
 
 // A wrong command line: printed with the usage and ends with exit code 2.
 struct UsageError {
@@ -39,15 +43,19 @@ QString Usage()
         "  kvedit new WORKSPACE --language TAG\n"
         "  kvedit import WORKSPACE FILE [--as english-default|local-default|local-edited] [-I DIR]\n"
         "                               [-D NAME[=VALUE]] [--header FILE] [--codepage N]\n"
-        "                               [--language-mismatch=accept] [--skip-out-of-range] [--json]\n"
+        "                               [--language-mismatch=accept] [--skip-out-of-range] [--json] [--strict]\n"
         "  kvedit export WORKSPACE FILE [--table 0..3]\n"
         "  kvedit stats WORKSPACE [--table 0..3] [--json]\n"
+        "  kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]\n"
+        "                         [--save-rules]\n"
         "  kvedit demo WORKSPACE [--force]\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
         "default), 1 Local Default, 2 English Edited, 3 English Default. An import goes by the file's\n"
         "language unless --as says otherwise, and refuses a file in another language than the source it\n"
         "fills unless --as or --language-mismatch=accept says so.\n"
-        "FILE may also be a gettext catalog (.po, .pot) or a Qt TS file (.ts).\n");
+        "FILE may also be a gettext catalog (.po, .pot) or a Qt TS file (.ts). check exits with 1 when a string\n"
+        "has an error; --strict imports nothing that would add one. Rules: ")
+           + checks::RuleSet::All().Ids().join(QStringLiteral(", ")) + QStringLiteral(".\n");
 }
 
 // Parses the tool's own arguments (the tool name is the first); positional counts are checked
@@ -141,6 +149,120 @@ QJsonObject ImportJson(const QString &file, const io::ImportSummary &summary)
                        {QStringLiteral("notes"), notes}};
 }
 
+// The imported strings' problems, counted in one line.
+void PrintImportedProblems(server::Workspace &workspace, const QList<StringId> &imported, StringSource source,
+                           const QString &path, QTextStream &out)
+{
+    checks::TableChecker checker(workspace.Tables(), source, workspace.Info().maximumCount, WorkspaceRules(*workspace.Tables()));
+    if (imported.size() == 1)
+        out << "The added or changed string carries " << CountsText(checker.Count(imported));
+    else
+        out << "The " << imported.size() << " added or changed strings carry " << CountsText(checker.Count(imported));
+    if (!imported.isEmpty())
+        out << " (kvedit check " << path << " --table " << static_cast<int>(source) << " lists them)";
+    out << '\n';
+}
+
+// --strict: the import tried on a copy of the workspace first; true (with the new errors
+// printed) when it would give a string more errors than it has.
+bool RefuseImportAddingErrors(server::Workspace &workspace, const QString &file, const io::ImportOptions &options,
+                              QTextStream &err)
+{
+    QTemporaryDir dir;
+    const QString copy = dir.filePath(QStringLiteral("trial.kvw"));
+    // A write-ahead log not yet merged into the file holds saved work too.
+    if (!dir.isValid() || !QFile::copy(workspace.FilePath(), copy)
+        || (QFile::exists(workspace.FilePath() + QStringLiteral("-wal"))
+            && !QFile::copy(workspace.FilePath() + QStringLiteral("-wal"), copy + QStringLiteral("-wal"))))
+        throw KvError(errFileAccess, QStringLiteral("Cannot try the import on a copy of %1").arg(workspace.FilePath()));
+    const server::WorkspacePtr trial = server::Workspace::Open(copy);
+    const ImportSnapshot before(*trial->Set());
+    const io::ImportSummary summary = io::ImportFile(*trial, file, options);
+    const QList<StringId> imported = before.Changed(*trial->Set(), summary.source);
+    const checks::RuleSet rules = WorkspaceRules(*workspace.Tables());
+    const int maximum = workspace.Info().maximumCount;
+    checks::TableChecker was(workspace.Tables(), summary.source, maximum, rules);
+    checks::TableChecker would(trial->Tables(), summary.source, maximum, rules);
+    int added = 0;
+    for (const StringId id : imported) {
+        if (would.Count({id}).errors <= was.Count({id}).errors)
+            continue;
+        for (const checks::Problem &p : would.ProblemsOf(id))
+            if (p.severity == checks::Severity::Error)
+                err << ProblemLine(file + QStringLiteral(": string"), id, trial->Symbol(id), p).replace(
+                    file + QStringLiteral(": string:"), file + QStringLiteral(": string ")) << '\n';
+        added += would.Count({id}).errors - was.Count({id}).errors;
+    }
+    if (added == 0)
+        return false;
+    err << file << ": error: the import would add " << added << (added == 1 ? " error" : " errors")
+        << "; nothing was imported (--strict)\n";
+    return true;
+}
+
+int RunCheck(const QStringList &arguments, QTextStream &out)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption table(QStringLiteral("table"), QStringLiteral("Table version 0 to 3."), QStringLiteral("n"));
+    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print JSON."));
+    const QCommandLineOption rule(QStringLiteral("rule"), QStringLiteral("Run a rule the workspace switched off."),
+                                  QStringLiteral("id"));
+    const QCommandLineOption noRule(QStringLiteral("no-rule"), QStringLiteral("Leave a rule out."), QStringLiteral("id"));
+    const QCommandLineOption warningsAsErrors(QStringLiteral("warnings-as-errors"), QStringLiteral("Fail on warnings too."));
+    const QCommandLineOption saveRules(QStringLiteral("save-rules"),
+                                       QStringLiteral("Keep the rules switched off in the workspace."));
+    parser.addOptions({table, json, rule, noRule, warningsAsErrors, saveRules});
+    Parse(parser, arguments);
+    if (parser.positionalArguments().size() != 1)
+        throw UsageError{QStringLiteral("check expects one workspace file")};
+    const TableVersion version = TableOption(parser, table);
+    for (const QString &id : parser.values(rule) + parser.values(noRule))
+        if (checks::RuleIndex(id) < 0)
+            throw UsageError{QStringLiteral("there is no rule \"%1\"; the rules are %2")
+                                 .arg(id, checks::RuleSet::All().Ids().join(QStringLiteral(", ")))};
+
+    const QString path = parser.positionalArguments().at(0);
+    const server::WorkspacePtr workspace = server::Workspace::Open(path);
+    const StringTableSetPtr tables = workspace->Tables();
+    QStringList unknown;   // switched off by a newer version: kept as they are
+    checks::RuleSet rules = checks::RuleSet::AllBut(tables->DisabledCheckRules(), &unknown);
+    for (const QString &id : parser.values(rule))
+        rules.Set(id, true);
+    for (const QString &id : parser.values(noRule))   // --no-rule wins
+        rules.Set(id, false);
+    if (parser.isSet(saveRules)) {
+        tables->SetDisabledCheckRules(rules.DisabledIds() + unknown);
+        tables->Save(version, false);
+    }
+
+    checks::TableChecker checker(tables, version, workspace->Info().maximumCount, rules);
+    const QList<StringId> ids = checker.IdsWithProblems();
+    const checks::Totals totals = checker.Count(ids);
+    if (parser.isSet(json)) {
+        QJsonArray problems;
+        for (const StringId id : ids)
+            for (const checks::Problem &p : checker.ProblemsOf(id))
+                problems.append(ProblemJson(id, tables->Symbol(id), p));
+        QJsonObject o;
+        o.insert(QStringLiteral("workspace"), path);
+        o.insert(QStringLiteral("table"), static_cast<int>(version));
+        o.insert(QStringLiteral("rules"), QJsonArray::fromStringList(rules.Ids()));
+        o.insert(QStringLiteral("errors"), totals.errors);
+        o.insert(QStringLiteral("warnings"), totals.warnings);
+        o.insert(QStringLiteral("strings"), totals.strings);
+        o.insert(QStringLiteral("problems"), problems);
+        out << QJsonDocument(o).toJson(QJsonDocument::Indented);
+    } else {
+        for (const StringId id : ids)
+            for (const checks::Problem &p : checker.ProblemsOf(id))
+                out << ProblemLine(path, id, tables->Symbol(id), p) << '\n';
+        out << path << ", table " << static_cast<int>(version) << " (" << server::TableSet::FixedSourceName(version) << "): "
+            << CountsText(totals) << " in " << totals.strings << (totals.strings == 1 ? " string" : " strings") << '\n';
+    }
+    const bool failed = totals.errors > 0 || (parser.isSet(warningsAsErrors) && totals.warnings > 0);
+    return failed ? exitBadInput : exitSuccess;
+}
+
 int RunNew(const QStringList &arguments, QTextStream &out)
 {
     QCommandLineParser parser;
@@ -186,7 +308,8 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     const QCommandLineOption skipOutOfRange(QStringLiteral("skip-out-of-range"),
                                             QStringLiteral("Import a script's other strings when some ids are too high."));
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print the summary as JSON."));
-    parser.addOptions({as, include, define, header, codePage, mismatch, skipOutOfRange, json});
+    const QCommandLineOption strict(QStringLiteral("strict"), QStringLiteral("Import nothing that would add an error."));
+    parser.addOptions({as, include, define, header, codePage, mismatch, skipOutOfRange, json, strict});
     Parse(parser, arguments);
     if (parser.positionalArguments().size() != 2)
         throw UsageError{QStringLiteral("import expects a workspace file and the file to import")};
@@ -222,6 +345,9 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     const QString path = parser.positionalArguments().at(0);
     const QString file = parser.positionalArguments().at(1);
     const server::WorkspacePtr workspace = server::Workspace::Open(path);
+    if (parser.isSet(strict) && RefuseImportAddingErrors(*workspace, file, options, err))
+        return exitBadInput;
+    const ImportSnapshot before(*workspace->Set());
     ProgressLine progress(err, interactive, QStringLiteral("Importing"));
     options.progress = progress.Callback();
     const io::ImportSummary summary = io::ImportFile(*workspace, file, options);
@@ -238,6 +364,7 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     out << '\n';
     for (const io::NotImported &n : summary.notImported)
         out << "  " << n.ids.size() << ' ' << n.reason << ": " << FirstIds(n.ids) << '\n';
+    PrintImportedProblems(*workspace, before.Changed(*workspace->Set(), summary.source), summary.source, path, out);
     return exitSuccess;
 }
 
@@ -262,6 +389,10 @@ int RunExport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     PrintNotes(err, summary.notes);
     out << "Exported " << summary.strings << " strings of "
         << server::TableSet::FixedSourceName(options.table) << " to " << file << '\n';
+    checks::TableChecker checker(workspace->Tables(), options.table, workspace->Info().maximumCount,
+                                 WorkspaceRules(*workspace->Tables()));
+    out << "The exported table carries " << CountsText(checker.Count()) << " (kvedit check " << path << " --table "
+        << static_cast<int>(options.table) << " lists them)\n";
     return exitSuccess;
 }
 
@@ -376,6 +507,8 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
             code = RunExport(rest, out, err, interactive);
         else if (tool == QLatin1String("demo"))
             code = RunDemo(rest, out);
+        else if (tool == QLatin1String("check"))
+            code = RunCheck(rest, out);
         else
             code = RunStats(rest, out);
         out.flush();

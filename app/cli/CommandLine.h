@@ -3,11 +3,14 @@
 //   kvedit new WORKSPACE --language de-DE
 //   kvedit import WORKSPACE FILE [--as english-default|local-default|local-edited] [-I DIR]
 //                                [-D NAME[=VALUE]] [--header FILE] [--codepage N]
-//                                [--language-mismatch=accept] [--skip-out-of-range] [--json]
+//                                [--language-mismatch=accept] [--skip-out-of-range] [--json] [--strict]
 //   kvedit export WORKSPACE FILE [--table 0..3]
 //   kvedit stats WORKSPACE [--table 0..3] [--json]
+//   kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]
+//                          [--save-rules]
 //   kvedit demo WORKSPACE [--force]
-// Exit codes: 0 success, 1 bad input (the message names file and line), 2 usage.
+// Exit codes: 0 success, 1 bad input (the message names file and line) or, for check, a string
+// with an error; 2 usage.
 
 #include <QStringList>
 

@@ -117,6 +117,16 @@ public:
     virtual kvedit::StringSource StringSource() const = 0;
 };
 
+// What Entry gives of a string's text and properties, as plain values.
+struct EntryValues {
+    QString text;
+    QString description;
+    QString shortcutCharacter;
+    int properties = 0;      // TextProperty flags
+    int shortcutMode = 0;
+    bool operator==(const EntryValues &) const = default;
+};
+
 // All texts of all four sources. Failures are thrown as KvError (services/ErrorContext.h).
 class StringTableSet {
 public:
@@ -187,6 +197,21 @@ public:
             StoreEntry(snapshot.entry);
         else
             RemoveEntry(snapshot.id, snapshot.source);
+    }
+    // The quality-check rules switched off for this workspace, by rule id; kept with the
+    // workspace and written by Save like an edit. Hosts without a place for them keep none.
+    virtual QStringList DisabledCheckRules() const { return {}; }
+    virtual void SetDisabledCheckRules(const QStringList & /*ruleIds*/) {}
+    // The values of Entry(id, source) without making the entry, for passes over every string.
+    virtual EntryValues Values(StringId id, kvedit::StringSource source) const
+    {
+        const StringEntryPtr entry = Entry(id, source);
+        if (!entry)
+            return {};
+        return {entry->Text(), entry->EntryText(), entry->ShortcutCharacter(),
+                (entry->Property(tpAllowShortcut) ? tpAllowShortcut : 0) | (entry->Property(tpMultipleLines) ? tpMultipleLines : 0)
+                    | (entry->Property(tpAllowTab) ? tpAllowTab : 0),
+                entry->ShortcutMode()};
     }
 };
 

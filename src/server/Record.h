@@ -112,6 +112,7 @@ struct TableContents {
     QHash<StringId, ParameterList> parameters;   // only ids that have definitions
     QHash<StringId, QString> symbols;            // only ids that have a symbol
     QHash<StringId, ExchangeOrigin> origins;     // only ids another tool's file brought
+    QStringList disabledCheckRules;              // quality-check rule ids switched off
 
     void reset(int maximumCount)
     {
@@ -120,6 +121,7 @@ struct TableContents {
         parameters.clear();
         symbols.clear();
         origins.clear();
+        disabledCheckRules.clear();
     }
 };
 
@@ -146,8 +148,12 @@ struct ChangeSet {
     };
     std::vector<SymbolChange> symbols;
     std::vector<OriginChange> origins;
+    std::optional<QStringList> disabledCheckRules;   // set when the list changed
 
-    bool empty() const { return records.empty() && parameters.empty() && symbols.empty() && origins.empty(); }
+    bool empty() const
+    {
+        return records.empty() && parameters.empty() && symbols.empty() && origins.empty() && !disabledCheckRules;
+    }
 };
 
 } // namespace kvedit::server

@@ -210,6 +210,7 @@ struct Connection {
 void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents)
 {
     bool hasMaximum = false;
+    QStringList disabledCheckRules;
     {
         Statement meta(db, "SELECT key, value FROM meta");
         while (meta.Step()) {
@@ -218,6 +219,8 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
                 info.name = meta.Text(1);
             else if (key == QLatin1String("target_language"))
                 info.targetLanguage = meta.Text(1);
+            else if (key == QLatin1String("disabled_check_rules"))
+                disabledCheckRules = meta.Text(1).split(QLatin1Char(','), Qt::SkipEmptyParts);
             else if (key == QLatin1String("maximum_count")) {
                 info.maximumCount = meta.Int(1);
                 hasMaximum = true;
@@ -230,6 +233,7 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
         throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: it names no target language").arg(shown));
 
     contents.reset(info.maximumCount);
+    contents.disabledCheckRules = disabledCheckRules;
     // Room for every id up front: untouched capacity costs address space, not memory, and the
     // pools never move while the file is read.
     for (SourceTable &table : contents.sources)
@@ -512,6 +516,12 @@ void SqliteStore::Write(const ChangeSet &changes)
                         put.Bind(i + 2, values[i].isNull() ? QStringLiteral("") : values[i]);
                     put.Run();
                 }
+            }
+            if (changes.disabledCheckRules) {
+                // One meta value, so files of older versions, which ignore unknown keys, still open.
+                Statement put(m_db, "INSERT OR REPLACE INTO meta(key, value) VALUES ('disabled_check_rules', ?)");
+                put.Bind(1, changes.disabledCheckRules->join(QLatin1Char(',')));
+                put.Run();
             }
             Exec(m_db, "COMMIT");
             m_schema = kSchemaVersion;

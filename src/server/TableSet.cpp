@@ -8,6 +8,7 @@
 #include "services/ErrorContext.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kvedit::server {
 
@@ -237,7 +238,7 @@ void TableSet::Restore(const Snapshot &snapshot)
 bool TableSet::Modified() const
 {
     return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty()
-           || !m_savedOrigins.isEmpty();
+           || !m_savedOrigins.isEmpty() || m_savedDisabledCheckRules.has_value();
 }
 
 bool TableSet::HasStatus(StringId id, kvedit::StringSource source, int flag) const
@@ -269,9 +270,25 @@ StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, con
                                                    m_data.symbols.value(id));
 }
 
+EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
+{
+    const Record *r = Resolve(id, source);
+    Record blank;
+    if (!r) {
+        blank = BlankRecord(id, source);
+        r = &blank;
+    }
+    return {r->hasText ? r->text : QString(), r->description, r->shortcutCharacter, r->properties, r->shortcutMode};
+}
+
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
+    return MakeEntry(id, source, BlankRecord(id, source));
+}
+
+Record TableSet::BlankRecord(StringId id, kvedit::StringSource source) const
+{
     Record blank;
     if (source != ssEnglishDefault) {
         // A translation not yet written takes over how the string is to be written: a
@@ -283,7 +300,7 @@ StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) co
             blank.shortcutMode = english->shortcutMode;
         }
     }
-    return MakeEntry(id, source, blank);
+    return blank;
 }
 
 void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record)
@@ -395,6 +412,8 @@ void TableSet::DiscardEdits()
         else
             m_data.origins.insert(it.key(), *it);
     }
+    if (m_savedDisabledCheckRules)
+        m_data.disabledCheckRules = *std::exchange(m_savedDisabledCheckRules, std::nullopt);
     m_savedRecords.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
@@ -445,6 +464,8 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
     std::sort(ids.begin(), ids.end());
     for (const StringId id : ids)
         changes.origins.push_back({id, m_data.origins.value(id)});
+    if (m_savedDisabledCheckRules)
+        changes.disabledCheckRules = m_data.disabledCheckRules;
     return changes;
 }
 
@@ -465,6 +486,7 @@ void TableSet::Save(TableVersion version, bool saveAs)
     m_savedParameters.clear();
     m_savedSymbols.clear();
     m_savedOrigins.clear();
+    m_savedDisabledCheckRules.reset();
     qCDebug(lcServer) << "saved" << changes.records.size() << "records," << changes.parameters.size()
                       << "parameter lists," << changes.symbols.size() << "symbols";
 }
@@ -545,6 +567,25 @@ StringId TableSet::IdOfSymbol(const QString &symbol) const
         if (lowest == 0 || id < lowest)
             lowest = id;
     return lowest;
+}
+
+QStringList TableSet::DisabledCheckRules() const
+{
+    return m_data.disabledCheckRules;
+}
+
+void TableSet::SetDisabledCheckRules(const QStringList &ruleIds)
+{
+    QStringList rules = ruleIds;
+    rules.removeDuplicates();
+    std::sort(rules.begin(), rules.end());
+    if (rules == m_data.disabledCheckRules)
+        return;
+    if (!m_savedDisabledCheckRules)
+        m_savedDisabledCheckRules = m_data.disabledCheckRules;
+    m_data.disabledCheckRules = rules;
+    if (*m_savedDisabledCheckRules == rules)   // back to what was saved: no edit
+        m_savedDisabledCheckRules.reset();
 }
 
 int TableSet::RecordCount(kvedit::StringSource source) const

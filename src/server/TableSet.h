@@ -43,6 +43,9 @@ public:
     int TextOrigin(StringId id, kvedit::StringSource source) const override;
     Snapshot TakeSnapshot(StringId id, kvedit::StringSource source) const override;
     void Restore(const Snapshot &snapshot) override;
+    QStringList DisabledCheckRules() const override;
+    void SetDisabledCheckRules(const QStringList &ruleIds) override;   // an edit
+    EntryValues Values(StringId id, kvedit::StringSource source) const override;
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }
@@ -81,6 +84,7 @@ private:
     void CheckSource(int source) const;
     void CheckIdAndSource(StringId id, int source) const { CheckId(id); CheckSource(source); }
     StringEntryPtr MakeEntry(StringId id, kvedit::StringSource source, const Record &record) const;
+    Record BlankRecord(StringId id, kvedit::StringSource source) const;
     void ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record);
     void Store(const StringEntryPtr &entry, bool replace);
     void IndexSymbols() const;
@@ -97,6 +101,7 @@ private:
     QHash<StringId, ParameterList> m_savedParameters;
     QHash<StringId, QString> m_savedSymbols;
     QHash<StringId, ExchangeOrigin> m_savedOrigins;
+    std::optional<QStringList> m_savedDisabledCheckRules;
     // The ids of each symbol, made on the first look-up, so that importers looking up one symbol
     // per string stay linear.
     mutable QMultiHash<QString, StringId> m_symbolIds;

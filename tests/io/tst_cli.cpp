@@ -319,7 +319,7 @@ void TestCli::foreignLanguageAndReasons()
 
     r = Cli({"import", ws, xlf, "--language-mismatch=accept"});
     QVERIFY2(r.code == 0 && r.err.contains(QLatin1String("imported as asked")), r.Describe());
-    QVERIFY2(r.out.endsWith(QLatin1String("12 added, 0 changed, 0 unchanged, 8 not imported:\n"
+    QVERIFY2(r.out.contains(QLatin1String("12 added, 0 changed, 0 unchanged, 8 not imported:\n"
                                           "  8 unknown id: 201, 202, 203, 204, 205 and 3 more\n")),
              r.Describe());
     r = Cli({"import", ws, xlf, "--as", "local-default", "--json"});

@@ -1,0 +1,87 @@
+#pragma once
+// The quality checks of a whole table version, kept per id so a list can draw its markers from
+// them: the first query checks every string, later ones read the cache, and Invalidate(id)
+// has an edited string (and its shortcut group) checked again on the next query.
+//
+// Shortcut groups: a run of strings, in id order, whose descriptions begin with the same label
+// before a ':' ("Menu File: Open", "Menu File: Save As" ...); ids not in use do not break a
+// run, a string with another label or none ends it. Within a group no two strings may use the
+// same shortcut character.
+
+#include "checks/Checks.h"
+
+#include <QHash>
+
+#include <vector>
+
+namespace kvedit::checks {
+
+struct Totals {
+    int errors = 0;
+    int warnings = 0;
+    int strings = 0;    // strings with at least one problem
+    bool operator==(const Totals &) const = default;
+};
+
+class TableChecker {
+public:
+    // Checks table version `version` of set, ids 1 to maximumCount (the server's MaximumCount).
+    // Translations (versions 0 and 1) are checked against the English default; versions 2 and
+    // 3 hold English texts, checked alone.
+    TableChecker(StringTableSetPtr set, TableVersion version, int maximumCount, const RuleSet &rules = RuleSet::All());
+
+    TableVersion Version() const { return m_version; }
+    const RuleSet &Rules() const { return m_rules; }
+    void SetRules(const RuleSet &rules);   // everything is checked again on the next query
+
+    // The problems of one id, in rule order; none for an id not in use or without a text.
+    Problems ProblemsOf(StringId id);
+    QList<StringId> IdsWithProblems();     // ascending
+    Totals Count();
+    // Totals over some ids only (those an import brought, for example).
+    Totals Count(const QList<StringId> &ids);
+
+    // After an edit of the id in any source: the id and every string of its shortcut group, as
+    // it was and as it is now, are checked again on the next query.
+    void Invalidate(StringId id);
+    void InvalidateAll();
+
+    // The text being typed for an id, checked as it would be stored: the rules of one string
+    // and the shortcut clashes with the rest of its group as the cache knows it.
+    Problems CheckEdit(StringId id, const StringValues &typed);
+
+private:
+    struct Slot {
+        Problems local;         // the rules of one string
+        Problems clash;
+        int label = -1;         // index into m_labels; -1 for no group
+        QChar key;              // the shortcut's character, upper case; null for none
+        int keyPos = -1;
+        bool inUse = false;
+    };
+
+    void Refresh();
+    void CheckOne(StringId id);
+    StringValues ReferenceOf(StringId id) const;   // the English default, for translations
+    int LabelIndex(const QString &description);
+    // The run of in-use ids around `id` sharing its label: first and last id; false when `id`
+    // is in no group.
+    bool RunAround(int id, int *first, int *last) const;
+    void ComputeClashes(int first, int last);
+    void ComputeClashesAround(int id);
+    bool ClashRuleOn() const;
+    QString ClashMessage(QChar key, const QList<StringId> &others) const;
+    bool Valid(StringId id) const { return id >= 1 && id <= m_maximumCount; }
+
+    StringTableSetPtr m_set;
+    TableVersion m_version;
+    int m_maximumCount;
+    RuleSet m_rules;
+    std::vector<Slot> m_slots;            // by id
+    QStringList m_labels;
+    QHash<QStringView, int> m_labelIndex; // views into m_labels
+    bool m_checked = false;
+    std::vector<StringId> m_pending;
+};
+
+} // namespace kvedit::checks
