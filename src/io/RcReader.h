@@ -14,6 +14,9 @@ struct RcReadOptions {
     QStringList headers;        // read before the script (a language file's parent headers)
     int codePage = 0;           // for text before any #pragma code_page; 0 is UTF-8
     int maximumId = 32767;      // the highest id the workspace takes
+    // #include reaches only the script's folder, the include folders and the headers' folders
+    // unless this is set: a script from elsewhere must not pull in arbitrary files.
+    bool includeAnywhere = false;
 };
 
 // Throws FileError naming file and line for every problem found; returns only complete results.
