@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "io/CodePages.h"
 #include "io/WorkspaceTransfer.h"
 #include "model/StandardLocale.h"
 #include "server/TableSet.h"
@@ -10,7 +11,9 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QTextStream>
 
 #include <cstdio>
@@ -28,6 +31,7 @@ const char *const kTools[] = {"new", "import", "export", "stats"};
 // A wrong command line: printed with the usage and ends with exit code 2.
 struct UsageError {
     QString message;
+    bool withUsage = true;   // false for a bad value, where the usage would only bury the line
 };
 
 QString Usage()
@@ -36,7 +40,7 @@ QString Usage()
         "Usage:\n"
         "  kvedit new WORKSPACE --language TAG\n"
         "  kvedit import WORKSPACE FILE [--as english-default|local-default] [-I DIR] [-D NAME[=VALUE]]\n"
-        "                               [--header FILE] [--codepage N]\n"
+        "                               [--header FILE] [--codepage N] [--allow-include-anywhere]\n"
         "  kvedit export WORKSPACE FILE [--table 0..3]\n"
         "  kvedit stats WORKSPACE [--table 0..3] [--json]\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
@@ -63,6 +67,17 @@ TableVersion TableOption(const QCommandLineParser &parser, const QCommandLineOpt
     if (!ok || table < 0 || table > 3)
         throw UsageError{QStringLiteral("--table takes 0 to 3, not \"%1\"").arg(parser.value(option))};
     return static_cast<TableVersion>(table);
+}
+
+// language[-Script][-REGION] with a language this system knows: a typing slip such as
+// "xx-INVALID" must not become a workspace's language.
+bool IsKnownLanguageTag(const QString &tag)
+{
+    static const QRegularExpression form(QStringLiteral("^[a-z]{2,3}(-[a-z]{4})?(-([a-z]{2}|[0-9]{3}))?$"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    if (!form.match(tag).hasMatch())
+        return false;
+    return QLocale(tag.section(u'-', 0, 0)).language() != QLocale::C;
 }
 
 class ProgressLine {
@@ -117,8 +132,8 @@ int RunNew(const QStringList &arguments, QTextStream &out)
     if (!parser.isSet(language))
         throw UsageError{QStringLiteral("new needs --language (for example --language de-DE)")};
     const QString tag = parser.value(language);
-    if (!LanguageForTag(tag).IsValid() || tag.contains(u' '))
-        throw UsageError{QStringLiteral("\"%1\" is not a language tag").arg(tag)};
+    if (!LanguageForTag(tag).IsValid() || !IsKnownLanguageTag(tag))
+        throw UsageError{QStringLiteral("\"%1\" is not a language tag of a known language").arg(tag), false};
 
     server::WorkspaceInfo info;
     const QString path = parser.positionalArguments().at(0);
@@ -142,7 +157,9 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     const QCommandLineOption codePage(QStringLiteral("codepage"),
                                       QStringLiteral("Code page of text before any #pragma code_page."),
                                       QStringLiteral("n"));
-    parser.addOptions({as, include, define, header, codePage});
+    const QCommandLineOption anywhere(QStringLiteral("allow-include-anywhere"),
+                                      QStringLiteral("Let #include read files outside the script's, -I and header folders."));
+    parser.addOptions({as, include, define, header, codePage, anywhere});
     Parse(parser, arguments);
     if (parser.positionalArguments().size() != 2)
         throw UsageError{QStringLiteral("import expects a workspace file and the file to import")};
@@ -163,9 +180,11 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     if (parser.isSet(codePage)) {
         bool ok = false;
         options.rc.codePage = parser.value(codePage).toInt(&ok);
-        if (!ok || options.rc.codePage <= 0)
-            throw UsageError{QStringLiteral("--codepage takes a code page number, not \"%1\"").arg(parser.value(codePage))};
+        if (!ok || options.rc.codePage <= 0 || io::CodecNameOfCodePage(options.rc.codePage).isEmpty())
+            throw UsageError{QStringLiteral("--codepage takes a known code page number, not \"%1\"").arg(parser.value(codePage)),
+                             false};
     }
+    options.rc.includeAnywhere = parser.isSet(anywhere);
 
     const QString path = parser.positionalArguments().at(0);
     const QString file = parser.positionalArguments().at(1);
@@ -293,7 +312,9 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
         out.flush();
         return code;
     } catch (const UsageError &e) {
-        err << "kvedit " << tool << ": " << e.message << "\n\n" << Usage();
+        err << "kvedit " << tool << ": " << e.message << '\n';
+        if (e.withUsage)
+            err << '\n' << Usage();
         return exitUsage;
     } catch (const io::FileError &e) {
         for (const io::Diagnostic &d : e.Diagnostics())

@@ -173,8 +173,11 @@ private:
         else if (s.id == 0 && !s.symbol.isEmpty())
             id = m_idOfSymbol.value(s.symbol);
         if (id == 0 || !m_set.IdInUse(id, ssEnglishDefault)) {
-            const QString what = s.id > 0 ? QStringLiteral("id %1").arg(s.id) : QStringLiteral("\"%1\"").arg(s.symbol);
-            Note(s, QStringLiteral("%1 is not a string of the workspace; not imported").arg(what));
+            if (s.id <= 0 && s.symbol.isEmpty())
+                Note(s, QStringLiteral("the unit has no id; not imported"));
+            else
+                Note(s, QStringLiteral("%1 is not a string of the workspace; not imported")
+                            .arg(s.id > 0 ? QStringLiteral("id %1").arg(s.id) : QStringLiteral("\"%1\"").arg(s.symbol)));
             ++m_summary.skipped;
             return std::nullopt;
         }
