@@ -12,10 +12,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 extern "C" {
@@ -26,17 +29,32 @@ namespace kvedit::io {
 
 namespace {
 
-// libmcpp keeps its whole state in globals: one run at a time in the process.
-std::mutex g_mcppMutex;
-
 struct McppResult {
     QByteArray out;
     QByteArray err;
+    int signal = 0;   // the run ended by this signal (a crash in the library)
 };
 
+bool WriteAll(int fd, const char *data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// libmcpp keeps its state in globals and never frees part of what each run allocates, so every
+// run happens in a child process: nothing accumulates in a long session, runs cannot disturb
+// each other, and a crash of the library on a hostile file is an error instead of the end of
+// the program. The child sends its output and messages back through a pipe, each with its size.
 McppResult RunMcpp(const QList<QByteArray> &arguments)
 {
-    std::lock_guard<std::mutex> lock(g_mcppMutex);
     std::vector<QByteArray> storage(arguments.begin(), arguments.end());
     std::vector<char *> argv;
     argv.reserve(storage.size() + 1);
@@ -44,15 +62,61 @@ McppResult RunMcpp(const QList<QByteArray> &arguments)
         argv.push_back(a.data());
     argv.push_back(nullptr);
 
-    // Turning buffers on also frees what the previous run left in them.
-    mcpp_use_mem_buffers(1);
-    mcpp_lib_main(static_cast<int>(storage.size()), argv.data());
+    int channel[2];
+    if (pipe2(channel, O_CLOEXEC) != 0)
+        throw KvError(errFileAccess, QStringLiteral("Cannot run the preprocessor: %1").arg(qt_error_string(errno)));
+    const pid_t child = fork();
+    if (child < 0) {
+        ::close(channel[0]);
+        ::close(channel[1]);
+        throw KvError(errFileAccess, QStringLiteral("Cannot run the preprocessor: %1").arg(qt_error_string(errno)));
+    }
+    if (child == 0) {
+        ::close(channel[0]);
+        mcpp_use_mem_buffers(1);
+        mcpp_lib_main(static_cast<int>(storage.size()), argv.data());
+        bool ok = true;
+        for (const OUTDEST dest : {OUT, ERR}) {
+            const char *text = mcpp_get_mem_buffer(dest);
+            const quint64 size = text ? std::strlen(text) : 0;
+            ok = ok && WriteAll(channel[1], reinterpret_cast<const char *>(&size), sizeof size)
+                 && WriteAll(channel[1], text, size);
+        }
+        _exit(ok ? 0 : 1);   // no exit handlers: they belong to the parent
+    }
+    ::close(channel[1]);
+    QByteArray received;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(channel[0], buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        received.append(buffer, n);
+    }
+    ::close(channel[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+
     McppResult result;
-    if (const char *out = mcpp_get_mem_buffer(OUT))
-        result.out = QByteArray(out);
-    if (const char *err = mcpp_get_mem_buffer(ERR))
-        result.err = QByteArray(err);
-    mcpp_use_mem_buffers(1);
+    if (WIFSIGNALED(status)) {
+        result.signal = WTERMSIG(status);
+        return result;
+    }
+    qsizetype at = 0;
+    for (QByteArray *part : {&result.out, &result.err}) {
+        quint64 size = 0;
+        if (at + qsizetype(sizeof size) > received.size())
+            break;
+        std::memcpy(&size, received.constData() + at, sizeof size);
+        at += sizeof size;
+        if (size > quint64(received.size() - at))
+            break;
+        *part = received.mid(at, static_cast<qsizetype>(size));
+        at += static_cast<qsizetype>(size);
+    }
     return result;
 }
 
@@ -366,6 +430,8 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         args << QFile::encodeName(result.wrapper);
         qCDebug(lcIo) << "mcpp" << args;
         run = RunMcpp(args);
+        if (run.signal)
+            throw FileError(main, 0, QStringLiteral("the preprocessor failed on this file (signal %1)").arg(run.signal));
         tree = IncludeTree(run.out);
 
         // A file read from its original although it needs converting: stage it and every file
