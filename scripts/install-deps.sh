@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the build, the tests and the screenshots need, when missing.
+# Installs the Debian 12 packages the build, the tests and the screenshots need, when missing,
+# and any further packages named as arguments (the sanitizer and fuzzing scripts' compilers).
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
   libgettextpo-dev gettext qt6-l10n-tools
   libxml2-utils binutils-mingw-w64-x86-64
   xvfb xauth fonts-dejavu-core fonts-noto-cjk
+  "$@"
 )
 
 missing=()

@@ -2,6 +2,7 @@
 
 #include "cli/QualityReport.h"
 
+#include "io/CodePages.h"
 #include "io/WorkspaceTransfer.h"
 #include "model/StandardLocale.h"
 #include "server/TableSet.h"
@@ -15,8 +16,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
+#include <QRegularExpression>
 #include <QTextStream>
 
 #include <cstdio>
@@ -34,6 +37,7 @@ const char *const kTools[] = {"new", "import", "export", "stats", "check", "demo
 // A wrong command line: printed with the usage and ends with exit code 2.
 struct UsageError {
     QString message;
+    bool withUsage = true;   // false for a bad value, where the usage would only bury the line
 };
 
 QString Usage()
@@ -44,6 +48,7 @@ QString Usage()
         "  kvedit import WORKSPACE FILE [--as english-default|local-default|local-edited] [-I DIR]\n"
         "                               [-D NAME[=VALUE]] [--header FILE] [--codepage N]\n"
         "                               [--language-mismatch=accept] [--skip-out-of-range] [--json] [--strict]\n"
+        "                               [--allow-include-anywhere]\n"
         "  kvedit export WORKSPACE FILE [--table 0..3]\n"
         "  kvedit stats WORKSPACE [--table 0..3] [--json]\n"
         "  kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]\n"
@@ -77,6 +82,17 @@ TableVersion TableOption(const QCommandLineParser &parser, const QCommandLineOpt
     if (!ok || table < 0 || table > 3)
         throw UsageError{QStringLiteral("--table takes 0 to 3, not \"%1\"").arg(parser.value(option))};
     return static_cast<TableVersion>(table);
+}
+
+// language[-Script][-REGION] with a language this system knows: a typing slip such as
+// "xx-INVALID" must not become a workspace's language.
+bool IsKnownLanguageTag(const QString &tag)
+{
+    static const QRegularExpression form(QStringLiteral("^[a-z]{2,3}(-[a-z]{4})?(-([a-z]{2}|[0-9]{3}))?$"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    if (!form.match(tag).hasMatch())
+        return false;
+    return QLocale(tag.section(u'-', 0, 0)).language() != QLocale::C;
 }
 
 class ProgressLine {
@@ -277,8 +293,8 @@ int RunNew(const QStringList &arguments, QTextStream &out)
     if (!parser.isSet(language))
         throw UsageError{QStringLiteral("new needs --language (for example --language de-DE)")};
     const QString tag = parser.value(language);
-    if (!LanguageForTag(tag).IsValid() || tag.contains(u' '))
-        throw UsageError{QStringLiteral("\"%1\" is not a language tag").arg(tag)};
+    if (!LanguageForTag(tag).IsValid() || !IsKnownLanguageTag(tag))
+        throw UsageError{QStringLiteral("\"%1\" is not a language tag of a known language").arg(tag), false};
 
     server::WorkspaceInfo info;
     const QString path = parser.positionalArguments().at(0);
@@ -309,7 +325,9 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
                                             QStringLiteral("Import a script's other strings when some ids are too high."));
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print the summary as JSON."));
     const QCommandLineOption strict(QStringLiteral("strict"), QStringLiteral("Import nothing that would add an error."));
-    parser.addOptions({as, include, define, header, codePage, mismatch, skipOutOfRange, json, strict});
+    const QCommandLineOption anywhere(QStringLiteral("allow-include-anywhere"),
+                                      QStringLiteral("Let #include read files outside the script's, -I and header folders."));
+    parser.addOptions({as, include, define, header, codePage, mismatch, skipOutOfRange, json, strict, anywhere});
     Parse(parser, arguments);
     if (parser.positionalArguments().size() != 2)
         throw UsageError{QStringLiteral("import expects a workspace file and the file to import")};
@@ -338,9 +356,11 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     if (parser.isSet(codePage)) {
         bool ok = false;
         options.rc.codePage = parser.value(codePage).toInt(&ok);
-        if (!ok || options.rc.codePage <= 0)
-            throw UsageError{QStringLiteral("--codepage takes a code page number, not \"%1\"").arg(parser.value(codePage))};
+        if (!ok || options.rc.codePage <= 0 || io::CodecNameOfCodePage(options.rc.codePage).isEmpty())
+            throw UsageError{QStringLiteral("--codepage takes a known code page number, not \"%1\"").arg(parser.value(codePage)),
+                             false};
     }
+    options.rc.includeAnywhere = parser.isSet(anywhere);
 
     const QString path = parser.positionalArguments().at(0);
     const QString file = parser.positionalArguments().at(1);
@@ -514,7 +534,9 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
         out.flush();
         return code;
     } catch (const UsageError &e) {
-        err << "kvedit " << tool << ": " << e.message << "\n\n" << Usage();
+        err << "kvedit " << tool << ": " << e.message << '\n';
+        if (e.withUsage)
+            err << '\n' << Usage();
         return exitUsage;
     } catch (const io::FileError &e) {
         for (const io::Diagnostic &d : e.Diagnostics())

@@ -345,6 +345,7 @@ public:
 
     UCKvDataView *q;
     DataTableView *view = nullptr;
+    QWidget *viewport = nullptr;   // the view's, kept so the filter never asks a view being destroyed
     DataViewModel *model = nullptr;
     IDVDataSource *source = nullptr;
     QMetaObject::Connection sourceDestroyed;
@@ -451,8 +452,9 @@ UCKvDataView::UCKvDataView(QWidget *parent) : QWidget(parent), d(std::make_uniqu
     connect(v->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex &current) { d->OnCurrentChanged(current); });
     connect(v, &QAbstractItemView::doubleClicked, this, [this] { emit DblClick(); });
+    d->viewport = v->viewport();
     v->installEventFilter(this);
-    v->viewport()->installEventFilter(this);
+    d->viewport->installEventFilter(this);
 
     d->heightMin = TwipsToPixelsY(kHeightMinTwips);
     d->widthMin = TwipsToPixelsX(kWidthMinTwips);
@@ -463,8 +465,13 @@ UCKvDataView::~UCKvDataView()
 {
     // The view goes first, while the private part it reports to still exists.
     QObject::disconnect(d->sourceDestroyed);
+    // The filter goes before the view: its destruction sends events that would otherwise reach
+    // eventFilter with a half-destroyed widget.
+    d->view->removeEventFilter(this);
+    d->viewport->removeEventFilter(this);
     delete d->view;
     d->view = nullptr;
+    d->viewport = nullptr;
 }
 
 void UCKvDataView::setDataSource(IDVDataSource *source)
@@ -608,7 +615,9 @@ void UCKvDataView::resizeEvent(QResizeEvent *event)
 
 bool UCKvDataView::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == d->view->viewport() && event->type() == QEvent::Resize) {
+    if (!d->view)
+        return false;
+    if (watched == d->viewport && event->type() == QEvent::Resize) {
         d->UpdateColumnSizes();
     } else if (watched == d->view && event->type() == QEvent::KeyPress) {
         const auto *key = static_cast<QKeyEvent *>(event);

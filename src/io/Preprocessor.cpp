@@ -8,9 +8,18 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <QDateTime>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <mutex>
 #include <vector>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 extern "C" {
 #include <mcpp_lib.h>
@@ -20,17 +29,32 @@ namespace kvedit::io {
 
 namespace {
 
-// libmcpp keeps its whole state in globals: one run at a time in the process.
-std::mutex g_mcppMutex;
-
 struct McppResult {
     QByteArray out;
     QByteArray err;
+    int signal = 0;   // the run ended by this signal (a crash in the library)
 };
 
+bool WriteAll(int fd, const char *data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// libmcpp keeps its state in globals and never frees part of what each run allocates, so every
+// run happens in a child process: nothing accumulates in a long session, runs cannot disturb
+// each other, and a crash of the library on a hostile file is an error instead of the end of
+// the program. The child sends its output and messages back through a pipe, each with its size.
 McppResult RunMcpp(const QList<QByteArray> &arguments)
 {
-    std::lock_guard<std::mutex> lock(g_mcppMutex);
     std::vector<QByteArray> storage(arguments.begin(), arguments.end());
     std::vector<char *> argv;
     argv.reserve(storage.size() + 1);
@@ -38,15 +62,61 @@ McppResult RunMcpp(const QList<QByteArray> &arguments)
         argv.push_back(a.data());
     argv.push_back(nullptr);
 
-    // Turning buffers on also frees what the previous run left in them.
-    mcpp_use_mem_buffers(1);
-    mcpp_lib_main(static_cast<int>(storage.size()), argv.data());
+    int channel[2];
+    if (pipe2(channel, O_CLOEXEC) != 0)
+        throw KvError(errFileAccess, QStringLiteral("Cannot run the preprocessor: %1").arg(qt_error_string(errno)));
+    const pid_t child = fork();
+    if (child < 0) {
+        ::close(channel[0]);
+        ::close(channel[1]);
+        throw KvError(errFileAccess, QStringLiteral("Cannot run the preprocessor: %1").arg(qt_error_string(errno)));
+    }
+    if (child == 0) {
+        ::close(channel[0]);
+        mcpp_use_mem_buffers(1);
+        mcpp_lib_main(static_cast<int>(storage.size()), argv.data());
+        bool ok = true;
+        for (const OUTDEST dest : {OUT, ERR}) {
+            const char *text = mcpp_get_mem_buffer(dest);
+            const quint64 size = text ? std::strlen(text) : 0;
+            ok = ok && WriteAll(channel[1], reinterpret_cast<const char *>(&size), sizeof size)
+                 && WriteAll(channel[1], text, size);
+        }
+        _exit(ok ? 0 : 1);   // no exit handlers: they belong to the parent
+    }
+    ::close(channel[1]);
+    QByteArray received;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(channel[0], buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        received.append(buffer, n);
+    }
+    ::close(channel[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+
     McppResult result;
-    if (const char *out = mcpp_get_mem_buffer(OUT))
-        result.out = QByteArray(out);
-    if (const char *err = mcpp_get_mem_buffer(ERR))
-        result.err = QByteArray(err);
-    mcpp_use_mem_buffers(1);
+    if (WIFSIGNALED(status)) {
+        result.signal = WTERMSIG(status);
+        return result;
+    }
+    qsizetype at = 0;
+    for (QByteArray *part : {&result.out, &result.err}) {
+        quint64 size = 0;
+        if (at + qsizetype(sizeof size) > received.size())
+            break;
+        std::memcpy(&size, received.constData() + at, sizeof size);
+        at += sizeof size;
+        if (size > quint64(received.size() - at))
+            break;
+        *part = received.mid(at, static_cast<qsizetype>(size));
+        at += static_cast<qsizetype>(size);
+    }
     return result;
 }
 
@@ -168,6 +238,7 @@ private:
 struct LineMarker {
     QString file;
     QString parent;
+    int includeLine = 0;   // the parent's line that included the file, when the output tells
 };
 
 // The files a run read, each with the file that included it.
@@ -176,6 +247,7 @@ QList<LineMarker> IncludeTree(const QByteArray &output)
     static const QRegularExpression marker(QStringLiteral("^#line (\\d+) \"(.*)\"$"));
     QList<LineMarker> files;
     QStringList stack;
+    QList<qsizetype> entries;   // per stack level: its file's entry in files
     QSet<QString> seen;
     for (const QByteArray &raw : output.split('\n')) {
         if (!raw.startsWith("#line "))
@@ -186,13 +258,20 @@ QList<LineMarker> IncludeTree(const QByteArray &output)
         const QString file = m.captured(2);
         const qsizetype at = stack.lastIndexOf(file);
         if (at >= 0) {
+            // Back in an including file: the marker names the line after the #include.
+            if (at + 1 < stack.size() && entries.at(at + 1) >= 0 && files[entries.at(at + 1)].includeLine == 0)
+                files[entries.at(at + 1)].includeLine = m.captured(1).toInt() - 1;
             stack.resize(at + 1);
+            entries.resize(at + 1);
         } else {
+            qsizetype entry = -1;
             if (!seen.contains(file)) {
                 files.append({file, stack.isEmpty() ? QString() : stack.last()});
                 seen.insert(file);
+                entry = files.size() - 1;
             }
             stack.append(file);
+            entries.append(entry);
         }
     }
     return files;
@@ -211,7 +290,55 @@ QString ReadLineOf(const QString &path, int line)
     return {};
 }
 
+bool IsInside(const QString &path, const QString &folder)
+{
+    return folder == QLatin1String("/") || path == folder || path.startsWith(folder + QLatin1Char('/'));
+}
+
+// The line of parent that includes a file of this name, 0 when it cannot be told.
+int IncludeLineOf(const QString &parent, const QString &included)
+{
+    static const QRegularExpression directive(QStringLiteral("^\\s*#\\s*include\\b"));
+    QFile f(parent);
+    if (!f.open(QIODevice::ReadOnly))
+        return 0;
+    const QString name = QFileInfo(included).fileName();
+    for (int line = 1; !f.atEnd(); ++line) {
+        const QString text = QFile::decodeName(f.readLine());
+        if (directive.match(text).hasMatch() && text.contains(name))
+            return line;
+    }
+    return 0;
+}
+
 } // namespace
+
+int RemoveStaleStagingFolders(const QString &folder)
+{
+    static const QRegularExpression staged(QStringLiteral("^kvedit-rc-(\\d+)-"));
+    const QDir temp(folder.isEmpty() ? QDir::tempPath() : folder);
+    int removed = 0;
+    for (const QFileInfo &entry : temp.entryInfoList({QStringLiteral("kvedit-rc-*")}, QDir::Dirs | QDir::NoSymLinks
+                                                                                         | QDir::Hidden)) {
+        const auto m = staged.match(entry.fileName());
+        bool stale = false;
+        if (m.hasMatch()) {
+            const qint64 pid = m.captured(1).toLongLong();
+            stale = pid > 0 && pid != getpid() && kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+        } else {
+            // Named before folders carried their process: no run lasts a day.
+            stale = entry.lastModified().secsTo(QDateTime::currentDateTime()) > 24 * 3600;
+        }
+        if (entry.ownerId() != geteuid())
+            stale = false;
+        // The folder holds links into the user's folders; removal deletes links, never targets.
+        if (stale && QDir(entry.absoluteFilePath()).removeRecursively())
+            ++removed;
+    }
+    if (removed)
+        qCInfo(lcIo) << "removed" << removed << "staging folders left by ended processes in" << temp.path();
+    return removed;
+}
 
 QString PreprocessedScript::OriginalPath(const QString &reported) const
 {
@@ -250,7 +377,10 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
     for (const QString &d : options.includeDirs)
         includeDirs << QFileInfo(d).absoluteFilePath();
 
-    QTemporaryDir temp(QDir::tempPath() + QStringLiteral("/kvedit-rc-XXXXXX"));
+    static std::once_flag cleaned;
+    std::call_once(cleaned, [] { RemoveStaleStagingFolders(); });
+    // The process id in the name tells a later process whether its owner still runs.
+    QTemporaryDir temp(QDir::tempPath() + QStringLiteral("/kvedit-rc-%1-XXXXXX").arg(getpid()));
     if (!temp.isValid())
         throw KvError(errFileAccess, QStringLiteral("Cannot make a temporary directory: %1").arg(temp.errorString()));
     const QString root = QFileInfo(temp.path()).canonicalFilePath();
@@ -300,6 +430,8 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         args << QFile::encodeName(result.wrapper);
         qCDebug(lcIo) << "mcpp" << args;
         run = RunMcpp(args);
+        if (run.signal)
+            throw FileError(main, 0, QStringLiteral("the preprocessor failed on this file (signal %1)").arg(run.signal));
         tree = IncludeTree(run.out);
 
         // A file read from its original although it needs converting: stage it and every file
@@ -337,6 +469,41 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
 
     result.output = run.out;
 
+    // Every file read must lie where the user pointed: the script's folder, the include folders
+    // or a header's folder. Anything else (an absolute path, a way out through "..", a link
+    // leading elsewhere) is refused by name before any of its text is used or shown.
+    QStringList allowed{mainInfo.canonicalPath()};
+    for (const QString &d : includeDirs)
+        allowed << QFileInfo(d).canonicalFilePath();
+    for (const QString &h : headers)
+        allowed << QFileInfo(h).canonicalPath();
+    allowed.removeAll(QString());
+    QSet<QString> refused;            // as the preprocessor names them
+    QSet<QString> refusedOriginals;   // as the user's files
+    if (!options.includeAnywhere) {
+        for (const LineMarker &m : tree) {
+            if (m.file == result.wrapper)
+                continue;
+            const QString original = QDir::cleanPath(result.OriginalPath(m.file));
+            const QString real = QFileInfo(original).canonicalFilePath();
+            if (std::any_of(allowed.cbegin(), allowed.cend(),
+                            [&](const QString &folder) { return IsInside(real, folder); }))
+                continue;
+            refused.insert(m.file);
+            refusedOriginals.insert(original);
+            const QString parent = m.parent.isEmpty() || m.parent == result.wrapper
+                                       ? main
+                                       : result.OriginalPath(m.parent);
+            result.diagnostics.append(
+                {Diagnostic::Error, parent, m.includeLine > 0 ? m.includeLine : IncludeLineOf(parent, original),
+                 QStringLiteral("the included file \"%1\" lies outside the script's folder, the include folders "
+                                "and the headers' folders; refused (--allow-include-anywhere permits it)")
+                     .arg(QDir::toNativeSeparators(original))});
+        }
+        if (!refused.isEmpty())
+            result.output.clear();   // nothing of a refused file may reach the strings
+    }
+
     // mcpp's messages: "file:line: error: text", "file:line: warning: text".
     static const QRegularExpression message(QStringLiteral("^(.+):(\\d+): (fatal error|error|warning): (.*)$"));
     static const QRegularExpression missingInclude(QStringLiteral("^Can't open include file \"(.*)\"$"));
@@ -346,6 +513,8 @@ PreprocessedScript Preprocess(const PreprocessOptions &options)
         if (!m.hasMatch())
             continue;
         const QString file = result.OriginalPath(m.captured(1));
+        if (refused.contains(m.captured(1)) || refusedOriginals.contains(QDir::cleanPath(file)))
+            continue;   // its text stays unshown
         const int lineNumber = m.captured(2).toInt();
         const QString kind = m.captured(3);
         const QString text = m.captured(4);

@@ -25,6 +25,9 @@ struct PreprocessOptions {
     // Multi-byte encoding mcpp must respect inside literals: "sjis", "gb2312", "ksc5601",
     // "big5"; empty for single-byte code pages and UTF-8.
     QByteArray multiByteEncoding;
+    // Files outside the script's folder, the include folders and the headers' folders are
+    // refused unless this is set.
+    bool includeAnywhere = false;
 };
 
 struct PreprocessedScript {
@@ -41,6 +44,11 @@ struct PreprocessedScript {
 // Runs the preprocessor. Throws FileError when a file cannot be read at all; problems inside the
 // script are returned as diagnostics.
 PreprocessedScript Preprocess(const PreprocessOptions &options);
+
+// Removes the staging folders (kvedit-rc-PID-*) that processes which no longer run left in
+// folder (the temporary folder when empty): a process killed during an import cannot clean up.
+// Preprocess calls it once per process. Returns how many were removed.
+int RemoveStaleStagingFolders(const QString &folder = {});
 
 // The encoding name mcpp uses for a Windows code page; empty when none is needed.
 QByteArray McppEncodingOfCodePage(int codePage);

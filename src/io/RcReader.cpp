@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <vector>
 
 namespace kvedit::io {
@@ -32,6 +33,8 @@ struct Token {
 constexpr int kMaxErrors = 50;
 constexpr int kMaxResourceId = 65535;   // what a string table's ids can be at all
 constexpr int kOutOfRangeShown = 5;
+// Far beyond any id or LANGUAGE expression a script holds, far below what the stack takes.
+constexpr int kMaxExpressionDepth = 128;
 
 bool IsIdentStart(QChar c)
 {
@@ -142,9 +145,12 @@ private:
         return line;
     }
 
+    // Past the error limit the rest are dropped: a file in the wrong code page would otherwise
+    // give one error per line.
     void Error(const QString &file, int line, const QString &message)
     {
-        m_diagnostics->append({Diagnostic::Error, file, line, message});
+        if (++m_errors <= kMaxErrors)
+            m_diagnostics->append({Diagnostic::Error, file, line, message});
     }
 
     void SetCodePage(const QString &value, const QString &file, int line, bool utf8File)
@@ -262,6 +268,7 @@ private:
     QList<Diagnostic> *m_diagnostics;
     QHash<QString, int> m_fileIndex;
     QHash<int, QList<bool>> m_continued;   // per file: physical line n (index n-1) ends with '\\'
+    int m_errors = 0;
 };
 
 bool IsKeyword(const Token &t, const char *word)
@@ -448,9 +455,36 @@ private:
 
     // expr := or; or := and ('|' and)*; and := add ('&' add)*; add := mul (('+'|'-') mul)*;
     // mul := unary (('*'|'/') unary)*; unary := ('-'|'+'|'~'|NOT) unary | primary.
+    // Values are 64-bit and every step is checked: a crafted id must give an error, never a
+    // wrapped value or a trap. Nesting is bounded so no expression can exhaust the stack.
     using NameResolver = std::function<std::optional<qint64>(const QString &)>;
 
     qint64 ParseExpression(const NameResolver &names) { return ParseBinary(names, 0); }
+
+    // Counts one level of nesting (a parenthesis or a unary operator) for as long as it lives.
+    class Nesting {
+    public:
+        Nesting(Parser &parser, int index) : m_parser(parser)
+        {
+            if (++m_parser.m_depth > kMaxExpressionDepth) {
+                --m_parser.m_depth;
+                throw ParseFailure{index, QStringLiteral("the expression nests more than %1 levels deep")
+                                              .arg(kMaxExpressionDepth)};
+            }
+        }
+        ~Nesting() { --m_parser.m_depth; }
+        Nesting(const Nesting &) = delete;
+        Nesting &operator=(const Nesting &) = delete;
+
+    private:
+        Parser &m_parser;
+    };
+
+    [[noreturn]] static void Overflow(int index)
+    {
+        throw ParseFailure{index, QStringLiteral("the value of the expression is out of range (it overflows "
+                                                 "64-bit arithmetic)")};
+    }
 
     qint64 ParseBinary(const NameResolver &names, int level)
     {
@@ -465,18 +499,24 @@ private:
                 return value;
             Advance();
             const qint64 right = ParseBinary(names, level + 1);
+            const int index = static_cast<int>(at);
+            bool overflow = false;
             switch (t->text.at(0).unicode()) {
             case '|': value |= right; break;
             case '&': value &= right; break;
-            case '+': value += right; break;
-            case '-': value -= right; break;
-            case '*': value *= right; break;
+            case '+': overflow = __builtin_add_overflow(value, right, &value); break;
+            case '-': overflow = __builtin_sub_overflow(value, right, &value); break;
+            case '*': overflow = __builtin_mul_overflow(value, right, &value); break;
             case '/':
                 if (right == 0)
-                    throw ParseFailure{static_cast<int>(at), QStringLiteral("division by zero")};
-                value /= right;
+                    throw ParseFailure{index, QStringLiteral("division by zero")};
+                overflow = right == -1 && value == std::numeric_limits<qint64>::min();
+                if (!overflow)
+                    value /= right;
                 break;
             }
+            if (overflow)
+                Overflow(index);
         }
     }
 
@@ -484,14 +524,18 @@ private:
     {
         size_t at = 0;
         const Token *t = Peek(&at);
-        if (t && t->kind == Tok::Punct && (t->text == u'-' || t->text == u'+' || t->text == u'~')) {
+        const bool sign = t && t->kind == Tok::Punct && (t->text == u'-' || t->text == u'+' || t->text == u'~');
+        if (sign || (t && IsKeyword(*t, "NOT"))) {
+            const Nesting nesting(*this, static_cast<int>(at));
             Advance();
             const qint64 v = ParseUnary(names);
-            return t->text == u'-' ? -v : t->text == u'~' ? ~v : v;
-        }
-        if (t && IsKeyword(*t, "NOT")) {
-            Advance();
-            return ~ParseUnary(names);
+            if (t->kind == Tok::Ident || t->text == u'~')
+                return ~v;
+            if (t->text == u'+')
+                return v;
+            if (v == std::numeric_limits<qint64>::min())
+                Overflow(static_cast<int>(at));
+            return -v;
         }
         return ParsePrimary(names);
     }
@@ -507,10 +551,11 @@ private:
             Advance();
             const std::optional<qint64> v = ParseNumber(t->text);
             if (!v)
-                throw ParseFailure{index, QStringLiteral("\"%1\" is not a number").arg(t->text)};
+                throw ParseFailure{index, QStringLiteral("\"%1\" is not a number (or too large for one)").arg(t->text)};
             return *v;
         }
         if (t->kind == Tok::Punct && t->text == u'(') {
+            const Nesting nesting(*this, index);
             Advance();
             const qint64 v = ParseExpression(names);
             const Token *close = Peek(&at);
@@ -785,6 +830,7 @@ private:
     size_t m_pos = 0;
     std::optional<WindowsLanguage> m_language;
     QHash<int, int> m_seen;   // id -> token index
+    int m_depth = 0;          // nesting of the expression being read
 };
 
 // A script is text: a compiled resource file, or any file with NUL bytes outside UTF-16, is
@@ -899,8 +945,11 @@ std::optional<QString> DecodeStringLiteral(const QString &body, bool wide, int c
 
 ResourceStrings ReadResourceScript(const QString &file, const RcReadOptions &options)
 {
+    if (options.codePage != 0 && CodecNameOfCodePage(options.codePage).isEmpty())
+        throw FileError(file, 0, QStringLiteral("unknown code page %1").arg(options.codePage));
     PreprocessOptions pre;
     pre.file = file;
+    pre.includeAnywhere = options.includeAnywhere;
     pre.includeDirs = options.includeDirs;
     pre.defines = options.defines;
     pre.headers = options.headers;

@@ -17,6 +17,9 @@ struct RcReadOptions {
     // Ids above it up to 65535 (the resource compiler's range) are an error summed up in one
     // line; with this they are left out and listed in ResourceStrings::skipped instead.
     bool skipOutOfRange = false;
+    // #include reaches only the script's folder, the include folders and the headers' folders
+    // unless this is set: a script from elsewhere must not pull in arbitrary files.
+    bool includeAnywhere = false;
 };
 
 // Throws FileError naming file and line for every problem found (the first 50, then how many

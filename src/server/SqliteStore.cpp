@@ -5,11 +5,17 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <QUrl>
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace kvedit::server {
 
@@ -180,6 +186,38 @@ CREATE TABLE IF NOT EXISTS exchange_origins(
 PRAGMA user_version = 2;
 )sql";
 
+// Every schema object a workspace file may hold: our tables, with their columns in order, and
+// the indexes we make. A file holding anything else (a view, a trigger, a table of another
+// shape) is not opened: a crafted object named like ours could make opening hang or swallow
+// memory. A new table is one more row; since is the schema version that brought it, so an
+// older file may lack it until its migration adds it.
+struct ExpectedTable {
+    const char *name;
+    const char *columns;   // comma-separated, in order
+    int since;
+};
+const ExpectedTable kTables[] = {
+    {"meta", "key,value", 1},
+    {"records", "source,id,text,description,properties,shortcut_character,shortcut_mode,revision,status", 1},
+    {"parameters", "id,position,number,description", 1},
+    {"symbols", "id,symbol", 1},
+    {"exchange_origins", "id,original,unit,source_markup,target_markup,target_state,state_qualifier", 2},
+};
+struct ExpectedIndex {
+    const char *name;
+    const char *table;
+};
+const std::vector<ExpectedIndex> kIndexes = {};
+// Tables SQLite itself keeps (statistics, AUTOINCREMENT counters).
+const char *const kInternalTables[] = {"sqlite_stat1", "sqlite_stat4", "sqlite_sequence"};
+
+// Bounds that hold for any workspace we write and stop a crafted one early: no value of ours
+// comes near 64 MB, and loading costs a bounded number of steps per page of the file.
+constexpr int kMaxValueBytes = 64 * 1024 * 1024;
+constexpr qint64 kBaseSteps = 20'000'000;
+constexpr qint64 kStepsPerPage = 50'000;
+constexpr int kStepsPerCall = 1000;
+
 } // namespace
 
 namespace {
@@ -187,9 +225,9 @@ namespace {
 // A read-only connection that takes the file as it lies on disk: no locks, no journal or
 // write-ahead files created, so probing a foreign file leaves no trace, and a workspace in a
 // write-protected folder can still be read.
-sqlite3 *OpenUnchangeable(const QString &path)
+sqlite3 *OpenUnchangeable(const QString &path, const char *query = "immutable=1")
 {
-    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded() + "?immutable=1";
+    const QByteArray uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toEncoded() + '?' + query;
     sqlite3 *db = nullptr;
     const int rc = sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
@@ -207,8 +245,90 @@ struct Connection {
     sqlite3 *release() { return std::exchange(db, nullptr); }
 };
 
+[[noreturn]] void Refuse(const QString &shown, const QString &reason)
+{
+    throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged or not a kvedit workspace: %2").arg(shown, reason));
+}
+
+// Checks the schema objects against the lists above before any query touches a table.
+void CheckSchema(sqlite3 *db, const QString &shown, int schema)
+{
+    QSet<QString> tables;
+    Statement objects(db, "SELECT type, name, tbl_name, sql FROM sqlite_schema");
+    while (objects.Step()) {
+        const QString type = objects.Text(0);
+        const QString name = objects.Text(1);
+        const QString table = objects.Text(2);
+        if (type == QLatin1String("table")) {
+            const bool ours = std::any_of(std::begin(kTables), std::end(kTables),
+                                          [&](const ExpectedTable &t) { return name == QLatin1String(t.name); });
+            const bool internal = std::any_of(std::begin(kInternalTables), std::end(kInternalTables),
+                                              [&](const char *t) { return name == QLatin1String(t); });
+            if (!ours && !internal)
+                Refuse(shown, QStringLiteral("it holds a table \"%1\" that kvedit does not make").arg(name));
+            if (ours && !objects.Text(3).trimmed().startsWith(QLatin1String("CREATE TABLE"), Qt::CaseInsensitive))
+                Refuse(shown, QStringLiteral("its table \"%1\" is not a plain table").arg(name));
+            tables.insert(name);
+        } else if (type == QLatin1String("index")) {
+            const bool automatic = name.startsWith(QLatin1String("sqlite_autoindex_")) && objects.IsNull(3);
+            const bool ours = std::any_of(kIndexes.cbegin(), kIndexes.cend(), [&](const ExpectedIndex &i) {
+                return name == QLatin1String(i.name) && table == QLatin1String(i.table);
+            });
+            if (!(automatic || ours) || !std::any_of(std::begin(kTables), std::end(kTables), [&](const ExpectedTable &t) {
+                    return table == QLatin1String(t.name);
+                }))
+                Refuse(shown, QStringLiteral("it holds an index \"%1\" that kvedit does not make").arg(name));
+        } else {
+            Refuse(shown, QStringLiteral("it holds a %1 \"%2\", which kvedit never makes").arg(type, name));
+        }
+    }
+    for (const ExpectedTable &t : kTables) {
+        const QString name = QString::fromLatin1(t.name);
+        if (!tables.contains(name)) {
+            if (t.since <= schema)
+                Refuse(shown, QStringLiteral("its table \"%1\" is missing").arg(name));
+            continue;
+        }
+        QStringList columns;
+        Statement info(db, "SELECT name, hidden FROM pragma_table_xinfo(?)");
+        info.Bind(1, name);
+        while (info.Step()) {
+            if (info.Int(1) != 0)
+                Refuse(shown, QStringLiteral("its table \"%1\" has a computed column \"%2\"").arg(name, info.Text(0)));
+            columns << info.Text(0);
+        }
+        if (columns.join(u',') != QLatin1String(t.columns))
+            Refuse(shown, QStringLiteral("its table \"%1\" has the columns (%2), not (%3)")
+                              .arg(name, columns.join(QLatin1String(", ")),
+                                   QString::fromLatin1(t.columns).replace(u',', QLatin1String(", "))));
+    }
+}
+
+// Runs the loading under a bound of steps in proportion to the file's size; past it SQLite
+// stops with SQLITE_INTERRUPT.
+class StepBound {
+public:
+    explicit StepBound(sqlite3 *db) : m_db(db)
+    {
+        m_left = (kBaseSteps + kStepsPerPage * PragmaInt(db, "PRAGMA page_count")) / kStepsPerCall;
+        sqlite3_progress_handler(db, kStepsPerCall, &StepBound::Tick, this);
+    }
+    ~StepBound() { sqlite3_progress_handler(m_db, 0, nullptr, nullptr); }
+    StepBound(const StepBound &) = delete;
+    StepBound &operator=(const StepBound &) = delete;
+
+private:
+    static int Tick(void *self) { return --static_cast<StepBound *>(self)->m_left < 0 ? 1 : 0; }
+    sqlite3 *m_db;
+    qint64 m_left = 0;
+};
+
 void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents)
 {
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
+    CheckSchema(db, shown, schema);
+    const StepBound bound(db);
+    info.targetLanguage.clear();   // the file must name it; the type's default is no answer
     bool hasMaximum = false;
     QStringList disabledCheckRules;
     {
@@ -289,10 +409,57 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
     }
 }
 
-bool IsAccessFailure(int code)
+// Whether this process may write the file and make the -wal and -shm files beside it.
+bool CanWrite(const QString &path)
+{
+    const QByteArray file = QFile::encodeName(QFileInfo(path).absoluteFilePath());
+    const QByteArray folder = QFile::encodeName(QFileInfo(path).absolutePath());
+    return faccessat(AT_FDCWD, file.constData(), W_OK, AT_EACCESS) == 0
+           && faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+// A full or failing disk is said to be one: the file itself may be intact.
+QString DiskReason(const SqliteFailure &f)
+{
+    switch (f.code & 0xFF) {
+    case SQLITE_FULL: return QStringLiteral("the disk is full (%1)").arg(f.message);
+    case SQLITE_IOERR: return QStringLiteral("input/output error; the disk may be full or failing (%1)").arg(f.message);
+    default: return {};
+    }
+}
+
+int OpenErrorNumber(int code)
 {
     const int primary = code & 0xFF;
-    return primary == SQLITE_READONLY || primary == SQLITE_CANTOPEN || primary == SQLITE_PERM;
+    if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_FULL || primary == SQLITE_IOERR
+        || primary == SQLITE_CANTOPEN || primary == SQLITE_PERM || primary == SQLITE_READONLY)
+        return errFileAccess;
+    return errStorage;
+}
+
+QString OpenFailure(const QString &shown, const SqliteFailure &f)
+{
+    const QString disk = DiskReason(f);
+    if (!disk.isEmpty())
+        return QStringLiteral("Cannot read workspace file %1: %2").arg(shown, disk);
+    switch (f.code & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return QStringLiteral("Workspace file %1 is locked by another program: %2").arg(shown, f.message);
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+        return QStringLiteral("Cannot open workspace file %1: %2").arg(shown, f.message);
+    case SQLITE_INTERRUPT:
+        return QStringLiteral("Workspace file %1 is damaged or not a kvedit workspace: reading it does not come to "
+                              "an end").arg(shown);
+    case SQLITE_TOOBIG:
+    case SQLITE_NOMEM:
+        return QStringLiteral("Workspace file %1 is damaged or not a kvedit workspace: it holds a value too large to "
+                              "be ours").arg(shown);
+    default:
+        return QStringLiteral("Workspace file %1 is damaged or unreadable: %2").arg(shown, f.message);
+    }
 }
 
 // Saves append to a write-ahead log that is synced on commit: one small sync per Save,
@@ -407,24 +574,36 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
     WorkspaceInfo info;
     Connection connection;
     try {
-        try {
-            // Falls back to read-only for a write-protected file; Save then fails cleanly.
+        if (CanWrite(path)) {
             connection.db = OpenDatabase(path, SQLITE_OPEN_READWRITE);
-            Load(connection.db, shown, schema, info, contents);
-        } catch (const SqliteFailure &f) {
-            if (!IsAccessFailure(f.code))
-                throw;
-            // A write-protected folder: read the file as it is; it cannot be saved.
-            qCInfo(lcServer) << "opening" << path << "unchangeable:" << f.message;
-            sqlite3_close(connection.release());
-            connection.db = OpenUnchangeable(path);
-            Load(connection.db, shown, schema, info, contents);
+        } else {
+            // A write-protected file or folder is read where it lies, creating and changing
+            // nothing beside it: a -shm made now would outlive the protection and block every
+            // later save. Saved changes still in the write-ahead log can only be read through
+            // an existing -shm; without one the file is refused rather than shown stale.
+            const QFileInfo wal(path + QStringLiteral("-wal"));
+            if (wal.exists() && wal.size() > 0) {
+                try {
+                    connection.db = OpenUnchangeable(path, "mode=ro&readonly_shm=1");
+                    PragmaInt(connection.db, "PRAGMA schema_version");
+                } catch (const SqliteFailure &f) {
+                    if ((f.code & 0xFF) != SQLITE_CANTOPEN)
+                        throw;
+                    throw KvError(errFileAccess,
+                                  QStringLiteral("Workspace file %1 cannot be read as last saved: its latest saves are "
+                                                 "in %2, which cannot be read without %3 in a write-protected place; "
+                                                 "open it once where it can be written")
+                                      .arg(shown, Quoted(path + QStringLiteral("-wal")),
+                                           Quoted(path + QStringLiteral("-shm"))));
+                }
+            } else {
+                connection.db = OpenUnchangeable(path);
+            }
+            qCInfo(lcServer) << "opening" << path << "read-only";
         }
+        Load(connection.db, shown, schema, info, contents);
     } catch (const SqliteFailure &f) {
-        const int primary = f.code & 0xFF;
-        if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED)
-            throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is locked by another program: %2").arg(shown, f.message));
-        throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged or unreadable: %2").arg(shown, f.message));
+        throw KvError(OpenErrorNumber(f.code), OpenFailure(shown, f));
     }
     UseWriteAheadLog(connection.db);
 
@@ -531,7 +710,8 @@ void SqliteStore::Write(const ChangeSet &changes)
             throw;
         }
     } catch (const SqliteFailure &f) {
-        throw KvError(errStorage, QStringLiteral("Cannot save workspace %1: %2").arg(DisplayName(), f.message));
+        const QString disk = DiskReason(f);
+        throw KvError(errStorage, QStringLiteral("Cannot save workspace %1: %2").arg(DisplayName(), disk.isEmpty() ? f.message : disk));
     }
 }
 

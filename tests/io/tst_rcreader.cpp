@@ -3,6 +3,7 @@
 
 #include "IoTestSupport.h"
 
+#include "io/Preprocessor.h"
 #include "io/RcReader.h"
 
 #include <QtTest>
@@ -86,6 +87,10 @@ private slots:
     void everyErrorOfAFileIsReported();
     void idsAboveTheRange_data();
     void idsAboveTheRange();
+    void errorsStopAtTheLimit();
+    void includesStayInTheirFolders_data();
+    void includesStayInTheirFolders();
+    void staleStagingFoldersAreRemoved();
 };
 
 void TestRcReader::sampleScript()
@@ -426,6 +431,15 @@ void TestRcReader::errorsNameFileAndLine_data()
                                                    << "LANGUAGE needs a language and a sub-language";
     QTest::newRow("unknown language name") << QByteArray("LANGUAGE LANG_KLINGON, 1\n") + Table("1 \"a\"") << 1
                                            << "\"LANG_KLINGON\" is not defined";
+    // Ids from crafted scripts: each overflows 64 bits, none may wrap into a valid id or trap.
+    const char *overflows[] = {"(-9223372036854775807-1)/-1", "0x7fffffffffffffff+1", "(-9223372036854775807-1)-1",
+                               "4294967296*4294967296", "-(-9223372036854775807-1)"};
+    for (const char *id : overflows)
+        QTest::newRow(id) << Table(QByteArray(id) + " \"a\"") << 3 << "out of range (it overflows 64-bit arithmetic)";
+    QTest::newRow("number beyond 64 bits") << Table("99999999999999999999 \"a\"") << 3 << "is not a number (or too large";
+    QTest::newRow("12000 nested parentheses") << Table(QByteArray(12000, '(') + '1' + QByteArray(12000, ')') + " \"a\"")
+                                              << 3 << "the expression nests more than 128 levels deep";
+    QTest::newRow("12000 signs") << Table(QByteArray(12000, '-') + "1 \"a\"") << 3 << "nests more than 128 levels";
 }
 
 void TestRcReader::errorsNameFileAndLine()
@@ -504,6 +518,92 @@ void TestRcReader::idsAboveTheRange()
     for (const SkippedString &s : r.skipped)
         left << s.id;
     QCOMPARE(left, skipped);
+}
+
+void TestRcReader::errorsStopAtTheLimit()
+{
+    // A file in another code page than the one named: one error per line, up to the limit.
+    std::optional<FileError> error;
+    ReadBytesAsScript(Table(QByteArray("1 \"caf\xE9\"\n").repeated(300)), {}, &error);
+    QVERIFY(error);
+    QCOMPARE(error->Errors().size(), 50);
+    // An unknown code page given from outside is one error about the file, not one per line.
+    RcReadOptions options;
+    options.codePage = 99999;
+    ReadBytesAsScript(Table(QByteArray("1 \"caf\xE9\"\n").repeated(300)), options, &error);
+    QCOMPARE(error->Errors().size(), 1);
+    QCOMPARE(error->Errors().first().message, QStringLiteral("unknown code page 99999"));
+}
+
+void TestRcReader::includesStayInTheirFolders_data()
+{
+    QTest::addColumn<QByteArray>("include");    // ROOT stands for the folder above the script's
+    QTest::addColumn<bool>("includeRoot");      // ROOT given as an include folder
+    QTest::addColumn<bool>("anywhere");
+    QTest::addColumn<QString>("refused");       // the file named in the error; empty: read
+    QTest::newRow("subfolder") << QByteArray("\"sub/inner.h\"") << false << false << "";
+    QTest::newRow("up and out") << QByteArray("\"../secret.h\"") << false << false << "ROOT/secret.h";
+    QTest::newRow("absolute path") << QByteArray("\"ROOT/secret.h\"") << false << false << "ROOT/secret.h";
+    QTest::newRow("link leading out") << QByteArray("\"link.h\"") << false << false << "ROOT/secret.h";
+    QTest::newRow("include folder") << QByteArray("<secret.h>") << true << false << "";
+    QTest::newRow("anywhere allowed") << QByteArray("\"../secret.h\"") << false << true << "";
+}
+
+void TestRcReader::includesStayInTheirFolders()
+{
+    QFETCH(QByteArray, include);
+    QFETCH(bool, includeRoot);
+    QFETCH(bool, anywhere);
+    QFETCH(QString, refused);
+    QTemporaryDir dir;
+    const QString root = QFileInfo(dir.path()).canonicalFilePath();
+    WriteBytes(dir, QStringLiteral("secret.h"), "\"a secret\"\n");
+    WriteBytes(dir, QStringLiteral("project/sub/inner.h"), "\"a secret\"\n");
+    QVERIFY(QFile::link(root + QStringLiteral("/secret.h"), root + QStringLiteral("/project/link.h")));
+    const QString script = WriteBytes(dir, QStringLiteral("project/script.rc"),
+                                      "STRINGTABLE\nBEGIN\n1\n#include " + include.replace("ROOT", QFile::encodeName(root))
+                                          + "\nEND\n");
+    RcReadOptions options;
+    if (includeRoot)
+        options.includeDirs << root;
+    options.includeAnywhere = anywhere;
+    try {
+        const ResourceStrings r = ReadResourceScript(script, options);
+        QVERIFY2(refused.isEmpty(), "the include must be refused");
+        QCOMPARE(Listing(r), QStringList{"1 a secret"});
+    } catch (const FileError &e) {
+        QVERIFY2(!refused.isEmpty(), qPrintable(e.Description()));
+        QCOMPARE(e.Errors().size(), 1);
+        const Diagnostic d = e.Errors().first();
+        QCOMPARE(d.file, script);
+        QCOMPARE(d.line, 4);
+        QCOMPARE(d.message, QStringLiteral("the included file \"%1\" lies outside the script's folder, the include "
+                                           "folders and the headers' folders; refused (--allow-include-anywhere "
+                                           "permits it)").arg(refused.replace("ROOT", root)));
+        QVERIFY(!e.Description().contains(QLatin1String("a secret")));
+    }
+}
+
+void TestRcReader::staleStagingFoldersAreRemoved()
+{
+    QTemporaryDir temp;
+    QTemporaryDir outside;
+    WriteBytes(outside, QStringLiteral("keep.txt"), "the user's");
+    QProcess ended;
+    ended.start(QStringLiteral("true"), {});
+    const qint64 endedPid = ended.processId();
+    QVERIFY(ended.waitForFinished());
+    const QDir t(temp.path());
+    const QString dead = QStringLiteral("kvedit-rc-%1-aaaaaa").arg(endedPid);
+    const QString live = QStringLiteral("kvedit-rc-%1-bbbbbb").arg(QCoreApplication::applicationPid());
+    for (const QString &name : {dead, live, QStringLiteral("kvedit-rc-cccccc")})
+        QVERIFY(t.mkpath(name + QStringLiteral("/mirror")));
+    // The staging links into the user's folders; removing it must leave their files alone.
+    QVERIFY(QFile::link(outside.path(), temp.filePath(dead + QStringLiteral("/mirror/user"))));
+
+    QCOMPARE(RemoveStaleStagingFolders(temp.path()), 1);
+    QCOMPARE(t.entryList(QDir::Dirs | QDir::NoDotAndDotDot), (QStringList{live, QStringLiteral("kvedit-rc-cccccc")}));
+    QVERIFY(QFile::exists(outside.filePath(QStringLiteral("keep.txt"))));
 }
 
 QTEST_GUILESS_MAIN(TestRcReader)

@@ -72,6 +72,108 @@ void SavedFile(const QString &path, const QStringList &texts, int maximumCount =
     ws->Set()->Save(ssEnglishDefault, false);
 }
 
+
+// Permissions do not bind the superuser: as root, the block runs as "nobody" (the saved user
+// id lets the destructor return).
+class AsOrdinaryUser {
+public:
+    AsOrdinaryUser()
+    {
+        if (geteuid() == 0)
+            m_dropped = setresgid(65534, 65534, 0) == 0 && setresuid(65534, 65534, 0) == 0;
+    }
+    ~AsOrdinaryUser()
+    {
+        if (m_dropped && setresuid(0, 0, 0) == 0)
+            setresgid(0, 0, 0);
+    }
+    AsOrdinaryUser(const AsOrdinaryUser &) = delete;
+    AsOrdinaryUser &operator=(const AsOrdinaryUser &) = delete;
+
+private:
+    bool m_dropped = false;
+};
+
+// Every file of a folder with its digest: what an open must leave as it was.
+QStringList FolderState(const QString &folder)
+{
+    QStringList state;
+    for (const QString &name : QDir(folder).entryList(QDir::Files | QDir::Hidden))
+        state << name + u' ' + QString::fromLatin1(Digest(folder + u'/' + name).toHex());
+    return state;
+}
+
+// A disk that fails on demand: every file of the default file system is wrapped, and writes or
+// the growth of shared memory fail with the code set here while it is non-zero.
+namespace failing {
+int writeCode = 0;
+int shmCode = 0;
+sqlite3_vfs *real = nullptr;
+sqlite3_vfs vfs;
+
+struct File {
+    sqlite3_file base;
+    sqlite3_io_methods methods;
+    sqlite3_file *inner;
+};
+sqlite3_file *Inner(sqlite3_file *f) { return reinterpret_cast<File *>(f)->inner; }
+
+int Open(sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags)
+{
+    auto *f = reinterpret_cast<File *>(file);
+    f->inner = reinterpret_cast<sqlite3_file *>(f + 1);
+    const int rc = real->xOpen(real, name, f->inner, flags, outFlags);
+    if (!f->inner->pMethods) {
+        f->base.pMethods = nullptr;
+        return rc;
+    }
+    f->methods = *f->inner->pMethods;
+    // Each call goes to the wrapped file; only writes and shared memory may fail.
+    f->methods.xClose = [](sqlite3_file *x) { return Inner(x)->pMethods->xClose(Inner(x)); };
+    f->methods.xRead = [](sqlite3_file *x, void *b, int n, sqlite3_int64 o) { return Inner(x)->pMethods->xRead(Inner(x), b, n, o); };
+    f->methods.xWrite = [](sqlite3_file *x, const void *b, int n, sqlite3_int64 o) {
+        return writeCode ? writeCode : Inner(x)->pMethods->xWrite(Inner(x), b, n, o);
+    };
+    f->methods.xTruncate = [](sqlite3_file *x, sqlite3_int64 n) { return Inner(x)->pMethods->xTruncate(Inner(x), n); };
+    f->methods.xSync = [](sqlite3_file *x, int fl) { return Inner(x)->pMethods->xSync(Inner(x), fl); };
+    f->methods.xFileSize = [](sqlite3_file *x, sqlite3_int64 *n) { return Inner(x)->pMethods->xFileSize(Inner(x), n); };
+    f->methods.xLock = [](sqlite3_file *x, int l) { return Inner(x)->pMethods->xLock(Inner(x), l); };
+    f->methods.xUnlock = [](sqlite3_file *x, int l) { return Inner(x)->pMethods->xUnlock(Inner(x), l); };
+    f->methods.xCheckReservedLock = [](sqlite3_file *x, int *r) { return Inner(x)->pMethods->xCheckReservedLock(Inner(x), r); };
+    f->methods.xFileControl = [](sqlite3_file *x, int op, void *a) { return Inner(x)->pMethods->xFileControl(Inner(x), op, a); };
+    f->methods.xSectorSize = [](sqlite3_file *x) { return Inner(x)->pMethods->xSectorSize(Inner(x)); };
+    f->methods.xDeviceCharacteristics = [](sqlite3_file *x) { return Inner(x)->pMethods->xDeviceCharacteristics(Inner(x)); };
+    f->methods.xShmMap = [](sqlite3_file *x, int p, int sz, int ext, void volatile **m) {
+        return shmCode ? shmCode : Inner(x)->pMethods->xShmMap(Inner(x), p, sz, ext, m);
+    };
+    f->methods.xShmLock = [](sqlite3_file *x, int o, int n, int fl) { return Inner(x)->pMethods->xShmLock(Inner(x), o, n, fl); };
+    f->methods.xShmBarrier = [](sqlite3_file *x) { Inner(x)->pMethods->xShmBarrier(Inner(x)); };
+    f->methods.xShmUnmap = [](sqlite3_file *x, int d) { return Inner(x)->pMethods->xShmUnmap(Inner(x), d); };
+    f->methods.xFetch = [](sqlite3_file *x, sqlite3_int64 o, int n, void **p) { return Inner(x)->pMethods->xFetch(Inner(x), o, n, p); };
+    f->methods.xUnfetch = [](sqlite3_file *x, sqlite3_int64 o, void *p) { return Inner(x)->pMethods->xUnfetch(Inner(x), o, p); };
+    f->base.pMethods = &f->methods;
+    return rc;
+}
+
+// Installed as the default file system for its lifetime.
+struct Disk {
+    Disk()
+    {
+        real = sqlite3_vfs_find(nullptr);
+        vfs = *real;
+        vfs.zName = "failing";
+        vfs.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
+        vfs.xOpen = Open;
+        sqlite3_vfs_register(&vfs, 1);
+    }
+    ~Disk()
+    {
+        writeCode = shmCode = 0;
+        sqlite3_vfs_unregister(&vfs);
+    }
+};
+} // namespace failing
+
 } // namespace
 
 class TestWorkspaceFile : public QObject {
@@ -278,6 +380,25 @@ private slots:
         QTest::newRow("newer schema") << "newer" << int(errStorage) << "newer version";
         QTest::newRow("no schema version") << "noschema" << int(errStorage) << "damaged";
         QTest::newRow("record out of range") << "badrecord" << int(errStorage) << "damaged";
+        QTest::newRow("no target language") << "DELETE FROM meta WHERE key = 'target_language'" << int(errStorage)
+                                            << "names no target language";
+        // Crafted schema objects that would make opening hang, swallow memory or act on reads.
+        QTest::newRow("recursive view for records")
+            << "DROP TABLE records; CREATE VIEW records AS WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 "
+               "FROM r) SELECT 0 AS source, 1 AS id, 'x' AS text, '' AS description, 0 AS properties, '' AS "
+               "shortcut_character, 0 AS shortcut_mode, 0 AS revision, 0 AS status FROM r"
+            << int(errStorage) << "it holds a view \"records\", which kvedit never makes";
+        QTest::newRow("trigger") << "CREATE TRIGGER t AFTER INSERT ON symbols BEGIN DELETE FROM records; END"
+                                 << int(errStorage) << "it holds a trigger \"t\"";
+        QTest::newRow("table of another program") << "CREATE TABLE notes(x)" << int(errStorage)
+                                                  << "it holds a table \"notes\" that kvedit does not make";
+        QTest::newRow("index of another program") << "CREATE INDEX byText ON records(text)" << int(errStorage)
+                                                  << "it holds an index \"byText\"";
+        QTest::newRow("renamed column") << "ALTER TABLE symbols RENAME COLUMN symbol TO name" << int(errStorage)
+                                        << "its table \"symbols\" has the columns (id, name), not (id, symbol)";
+        QTest::newRow("computed column") << "ALTER TABLE symbols ADD COLUMN big AS (zeroblob(1000000000))"
+                                         << int(errStorage) << "its table \"symbols\" has a computed column \"big\"";
+        QTest::newRow("missing table") << "DROP TABLE parameters" << int(errStorage) << "its table \"parameters\" is missing";
     }
     void openRefuses()
     {
@@ -314,6 +435,9 @@ private slots:
             ExecOn(path, "INSERT INTO records(source, id, text) VALUES (3, 11, 'beyond the maximum')");
         } else if (kind == "nofolder") {
             path = PathOf("no/such/folder/file.kvw");
+        } else if (kind != "missing") {   // SQL that changes a saved workspace
+            SavedFile(path, {"one"});
+            ExecOn(path, qPrintable(kind));
         }
         const QByteArray before = Digest(path);
         const QStringList filesBefore = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
@@ -339,6 +463,113 @@ private slots:
         QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         QVERIFY(error.Number() != 0);
         QVERIFY(error.Description().contains(QDir::toNativeSeparators(path)));
+    }
+
+    void writeProtectedPlaces_data()
+    {
+        QTest::addColumn<bool>("folderProtected");   // else only the file is
+        QTest::addColumn<bool>("withLog");           // the last save still in the -wal
+        QTest::addColumn<bool>("withShm");
+        QTest::addColumn<QString>("refusal");        // empty: opens and shows the last save
+        QTest::newRow("file") << false << false << false << "";
+        QTest::newRow("folder") << true << false << false << "";
+        QTest::newRow("folder, log and -shm") << true << true << true << "";
+        QTest::newRow("folder, log without -shm") << true << true << false << "cannot be read as last saved";
+        QTest::newRow("file, log without -shm") << false << true << false << "cannot be read as last saved";
+    }
+    void writeProtectedPlaces()
+    {
+        QFETCH(bool, folderProtected);
+        QFETCH(bool, withLog);
+        QFETCH(bool, withShm);
+        QFETCH(QString, refusal);
+        QVERIFY(QFile::setPermissions(m_dir->path(), QFileDevice::Permissions(0x7777)));
+        const QString source = PathOf("source.kvw");
+        const QString place = PathOf("place");
+        const QString path = place + "/file.kvw";
+        QVERIFY(QDir().mkpath(place));
+        SavedFile(source, {"as first saved"});
+        {
+            // A copy taken while the last save is only in the log, as after a crash.
+            const WorkspacePtr ws = Workspace::Open(source);
+            Edit(ws->Tables(), 1, ssEnglishDefault, "last saved");
+            ws->Tables()->Save(ssEnglishDefault, false);
+            QVERIFY(QFile::copy(source, path));
+            for (const char *suffix : {"-wal", "-shm"})
+                if ((suffix[1] == 'w' && withLog) || (suffix[1] == 's' && withShm))
+                    QVERIFY(QFile::copy(source + suffix, path + suffix));
+        }
+        const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+        for (const QString &name : QDir(place).entryList(QDir::Files))
+            QVERIFY(QFile::setPermissions(place + u'/' + name, readOnly));
+        if (folderProtected)
+            QVERIFY(QFile::setPermissions(place, readOnly | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther));
+        const QStringList before = FolderState(place);
+        {
+            const AsOrdinaryUser user;
+            const KvError error = ErrorOf([&] {
+                const WorkspacePtr ws = Workspace::Open(path);
+                QCOMPARE(ws->Tables()->Text(1, ssEnglishDefault), QString(withLog ? "last saved" : "as first saved"));
+            });
+            QVERIFY2(refusal.isEmpty() ? error.Number() == 0
+                                       : error.Description().contains(refusal) && error.Description().contains(path),
+                     qPrintable(error.Description()));
+        }
+        QCOMPARE(FolderState(place), before);   // no -wal or -shm made or changed
+
+        // Writable again, it saves: nothing left behind stands in the way.
+        QVERIFY(QFile::setPermissions(place, QFileDevice::Permissions(0x7777)));
+        for (const QString &name : QDir(place).entryList(QDir::Files))
+            QVERIFY(QFile::setPermissions(place + u'/' + name, QFileDevice::Permissions(0x6666)));
+        if (!refusal.isEmpty())
+            return;
+        const AsOrdinaryUser user;
+        const WorkspacePtr ws = Workspace::Open(path);
+        Edit(ws->Tables(), 1, ssEnglishDefault, "saved again");
+        ws->Tables()->Save(ssEnglishDefault, false);
+        QCOMPARE(Workspace::Open(path)->Tables()->Text(1, ssEnglishDefault), QString("saved again"));
+    }
+
+    void diskFailuresAreNamed_data()
+    {
+        QTest::addColumn<bool>("atOpen");   // else at a save
+        QTest::addColumn<int>("shmCode");
+        QTest::addColumn<int>("writeCode");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("no room for the -shm at open") << true << int(SQLITE_IOERR_SHMSIZE) << 0
+                                                      << "input/output error; the disk may be full or failing";
+        QTest::newRow("disk full at save") << false << 0 << int(SQLITE_FULL) << "the disk is full";
+        QTest::newRow("failing write at save") << false << 0 << int(SQLITE_IOERR_WRITE) << "input/output error";
+    }
+    void diskFailuresAreNamed()
+    {
+        QFETCH(bool, atOpen);
+        QFETCH(int, shmCode);
+        QFETCH(int, writeCode);
+        QFETCH(QString, reason);
+        const QString path = PathOf("disk.kvw");
+        SavedFile(path, {"intact"});
+        const QByteArray before = Digest(path);
+        const failing::Disk disk;
+        WorkspacePtr ws;
+        if (!atOpen)
+            ws = Workspace::Open(path);
+        failing::shmCode = shmCode;
+        failing::writeCode = writeCode;
+        const KvError error = ErrorOf([&] {
+            if (atOpen)
+                Workspace::Open(path);
+            else {
+                Edit(ws->Tables(), 1, ssEnglishDefault, "changed");
+                ws->Tables()->Save(ssEnglishDefault, false);
+            }
+        });
+        failing::shmCode = failing::writeCode = 0;
+        QVERIFY2(error.Description().contains(reason) && error.Description().contains(path), qPrintable(error.Description()));
+        QVERIFY(!error.Description().contains("damaged"));
+        ws.reset();
+        QCOMPARE(Digest(path), before);
+        QCOMPARE(Workspace::Open(path)->Tables()->Text(1, ssEnglishDefault), QString("intact"));
     }
 
     void inMemoryWorkspaceSaves()
