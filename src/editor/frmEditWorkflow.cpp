@@ -66,7 +66,8 @@ private:
     bool m_done = true;
 };
 
-// Esc in the filter's text box clears it, and a second Esc goes back to the list.
+// Esc in the filter's text box clears it and Return keeps it; both go back to the list, where the
+// commands' keys work again (the box takes some of them, Ctrl+E among them, for itself).
 class FilterKeys final : public QObject {
 public:
     FilterKeys(QLineEdit *box, QWidget *list) : QObject(box), m_box(box), m_list(list) {}
@@ -74,15 +75,15 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (watched == m_box && event->type() == QEvent::KeyPress
-            && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
-            if (m_box->text().isEmpty())
-                m_list->setFocus();
-            else
-                m_box->clear();
-            return true;
-        }
-        return false;
+        if (watched != m_box || event->type() != QEvent::KeyPress)
+            return false;
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Escape)
+            m_box->clear();
+        else if (key != Qt::Key_Return && key != Qt::Key_Enter)
+            return false;
+        m_list->setFocus(Qt::ShortcutFocusReason);
+        return true;
     }
 
 private:

@@ -59,6 +59,8 @@ public:
     StringStates states;
     ListFilter filter;
     QStringMatcher finder;   // the filter's text, its skip table built once per filter
+    bool findsIds = false;       // the text could be part of an id (digits only)
+    bool findsSymbols = false;   // ... or of a symbol (an identifier's characters only)
 
     TextServerPtr Server() const { return workspace ? workspace->TextServer() : nullptr; }
     StringTableSetPtr Tables() const
@@ -180,6 +182,11 @@ void CDVDataSource::setFilter(const ListFilter &filter)
     d->filter = filter;
     d->finder.setPattern(filter.text);
     d->finder.setCaseSensitivity(Qt::CaseInsensitive);
+    // Ids and symbols are asked only where the text could be part of one: most filter texts
+    // are words, and the pass stays within what typing allows.
+    const auto all = [&](auto test) { return !filter.text.isEmpty() && std::all_of(filter.text.cbegin(), filter.text.cend(), test); };
+    d->findsIds = all([](QChar c) { return c.isDigit(); });
+    d->findsSymbols = all([](QChar c) { return c.isLetterOrNumber() || c == u'_'; });
 }
 
 bool CDVDataSource::Matches(qint32 id) const
@@ -198,10 +205,12 @@ bool CDVDataSource::Matches(qint32 id) const
     const auto contains = [&](const QString &text) {
         if (d->finder.indexIn(text) >= 0)
             return true;
-        // Cleaned as Find cleans a caption, so "Open" finds "&Open".
-        return text.contains(u'&') && d->finder.indexIn(CleanAccessMarkers(text)) >= 0;
+        // Cleaned as Find cleans a caption, so "Open" finds "&Open"; a text without the first
+        // letter looked for is spared the cleaning.
+        return text.contains(u'&') && text.contains(needle.front(), Qt::CaseInsensitive)
+               && d->finder.indexIn(CleanAccessMarkers(text)) >= 0;
     };
-    return QString::number(id).contains(needle) || contains(tables->Symbol(stringId))
+    return (d->findsIds && QString::number(id).contains(needle)) || (d->findsSymbols && contains(tables->Symbol(stringId)))
            || contains(tables->Text(stringId, ssEnglishDefault))
            || (d->version != ssEnglishDefault && contains(tables->Text(stringId, d->version)))
            || contains(tables->Description(stringId, ssEnglishDefault));
