@@ -430,7 +430,8 @@ private:
         if (m_xml.hasError())
             return;
         if (!haveSource)
-            Fail(QStringLiteral("the trans-unit \"%1\" has no <source>").arg(s.written));
+            Fail(s.written.isEmpty() ? QStringLiteral("a trans-unit without an id has no <source>")
+                                     : QStringLiteral("the trans-unit \"%1\" has no <source>").arg(s.written));
         if (!m_ours) {
             s.origin.targetState = state;
             s.origin.stateQualifier = qualifier;
