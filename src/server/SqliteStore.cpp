@@ -159,21 +159,11 @@ CREATE TABLE symbols(
     id INTEGER PRIMARY KEY NOT NULL,
     symbol TEXT NOT NULL
 );
-)sql" R"sql(
-CREATE TABLE exchange_origins(
-    id INTEGER PRIMARY KEY NOT NULL,
-    original TEXT NOT NULL,
-    unit TEXT NOT NULL,
-    source_markup TEXT NOT NULL DEFAULT '',
-    target_markup TEXT NOT NULL DEFAULT '',
-    target_state TEXT NOT NULL DEFAULT '',
-    state_qualifier TEXT NOT NULL DEFAULT ''
-);
 )sql";
 
-// What schema 1 lacks; run inside the first save's transaction, so the file changes version and
-// gains the table together or not at all.
-const char kMigrateFrom1[] = R"sql(
+// The tables schema 2 added, made with a new file and, in an older one, inside its first save's
+// transaction, so the file changes version and gains them together or not at all.
+const char kTablesSince2[] = R"sql(
 CREATE TABLE IF NOT EXISTS exchange_origins(
     id INTEGER PRIMARY KEY NOT NULL,
     original TEXT NOT NULL,
@@ -183,7 +173,6 @@ CREATE TABLE IF NOT EXISTS exchange_origins(
     target_state TEXT NOT NULL DEFAULT '',
     state_qualifier TEXT NOT NULL DEFAULT ''
 );
-PRAGMA user_version = 2;
 )sql";
 
 // Every schema object a workspace file may hold: our tables, with their columns in order, and
@@ -503,6 +492,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Create(const QString &path, const Work
         db = OpenDatabase(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
         Exec(db, "BEGIN IMMEDIATE");
         Exec(db, kSchema);
+        Exec(db, kTablesSince2);
         Exec(db, QByteArray("PRAGMA application_id = " + QByteArray::number(kApplicationId)).constData());
         Exec(db, QByteArray("PRAGMA user_version = " + QByteArray::number(kSchemaVersion)).constData());
         Statement meta(db, "INSERT INTO meta(key, value) VALUES (?, ?)");
@@ -620,8 +610,10 @@ void SqliteStore::Write(const ChangeSet &changes)
     try {
         try {
             Exec(m_db, "BEGIN IMMEDIATE");
-            if (m_schema < 2)
-                Exec(m_db, kMigrateFrom1);
+            if (m_schema < 2) {
+                Exec(m_db, kTablesSince2);
+                Exec(m_db, "PRAGMA user_version = 2");
+            }
             Statement putRecord(m_db, "INSERT OR REPLACE INTO records(source, id, text, description, properties, "
                                       "shortcut_character, shortcut_mode, revision, status) "
                                       "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
