@@ -186,6 +186,25 @@ QString ListedIds(frmEdit &form)
     return ids.join(u' ');
 }
 
+// Translations, approved and saved, with two faults: 3 lacks the English full stop (a warning),
+// 4 the English %1 (an error).
+server::WorkspacePtr Faulty()
+{
+    server::WorkspacePtr ws = Strings({"Open %1", "Save", "Quit.", "Close %1", "Print"});
+    const QStringList german{"Öffnen %1", "Speichern", "Beenden", "Schließen", "Drucken"};
+    for (StringId id = 1; id <= 5; ++id)
+        Put(ws->Tables(), id, german.at(id - 1), false, true);
+    ws->Tables()->Save(ssLocalEdited, false);
+    return ws;
+}
+
+// A translation stored through the editor, as the translate dialog's Save does.
+void Translate(frmEdit &form, StringId id, const QString &text)
+{
+    const StringEntryPtr e = form.DataSource()->Tables()->Entry(id, ssLocalEdited);
+    form.UpdateEntry(e, e->CreateEdited(id, text, e->EntryText(), false, false, false, {}, 0, e->ParameterDefinitions(), true));
+}
+
 // What the tables hold for some ids in a source: text, revision, approval; for the English
 // default the parameter count and symbol too; "-" where the source has no record of its own.
 QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initializer_list<int> ids)
@@ -831,6 +850,98 @@ private slots:
         QCOMPARE(CurrentId(*form), 5);
         QCOMPARE(form->FilterState()->currentIndex(), 0);
         QCOMPARE(form->DataSource()->GetRecordCount(), 6);
+    }
+
+    // A string's problems mark its row, name themselves in its tooltip, make the filter's "Has
+    // problems", and are counted in the progress; each change to the tables is checked again.
+    void problems_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("signs");      // ids 1 to 5: E error, W warning
+        QTest::addColumn<QString>("tip");        // the problem lines of 4's tooltip
+        QTest::addColumn<QString>("filtered");   // the rows "Has problems" shows
+        QTest::addColumn<QString>("counted");
+        const QString lacks = "error [placeholders]: the translation lacks %1";
+        QTest::newRow("as saved") << "" << "- - W E -" << lacks << "3 4" << "1 error \u00b7 1 warning";
+        QTest::newRow("error fixed") << "fix" << "- - W - -" << "" << "3" << "1 warning";
+        QTest::newRow("fix undone") << "fix undo" << "- - W E -" << lacks << "3 4" << "1 error \u00b7 1 warning";
+        QTest::newRow("another error") << "break" << "- E W E -" << lacks << "2 3 4" << "2 errors \u00b7 1 warning";
+        QTest::newRow("a rule switched off, saved") << "rule" << "- - - E -" << lacks << "4" << "1 error";
+    }
+    void problems()
+    {
+        QFETCH(QString, change);
+        QFETCH(QString, signs);
+        QFETCH(QString, tip);
+        QFETCH(QString, filtered);
+        QFETCH(QString, counted);
+        server::WorkspacePtr ws = Faulty();
+        auto form = OpenEditor(ws, ssLocalEdited);
+        CDVDataSource *source = form->DataSource();
+        QVERIFY(!form->ProgressText().isEmpty());   // the checks ran once as the list opened
+        if (change.startsWith(QLatin1String("fix")))
+            Translate(*form, 4, QStringLiteral("Schließen %1"));
+        if (change.endsWith(QLatin1String("undo")))
+            form->UndoStack()->undo();
+        if (change == QLatin1String("break"))
+            Translate(*form, 2, QStringLiteral("Speichern %1"));
+        if (change == QLatin1String("rule")) {
+            ws->Tables()->SetDisabledCheckRules({QStringLiteral("punctuation")});
+            Translate(*form, 5, QStringLiteral("Drucken"));
+            form->FileItem(2)->trigger();
+        }
+        QStringList shown;
+        for (int id = 1; id <= 5; ++id) {
+            const int sign = source->RowSign(id);
+            shown << (sign & rsError ? "E" : sign & rsWarning ? "W" : "-");
+            QCOMPARE(sign & rsShapeMask, int(rsApproved));   // the state's sign stays under it
+        }
+        QCOMPARE(shown.join(u' '), signs);
+        QCOMPARE(source->RowToolTip(4).section(u'\n', 1), tip);
+        QStringList problems;
+        for (const QString &part : form->ProgressText().split(QStringLiteral(" \u00b7 ")))
+            if (part.contains(QLatin1String("error")) || part.contains(QLatin1String("warning")))
+                problems << part;
+        QCOMPARE(problems.join(QStringLiteral(" \u00b7 ")), counted);
+        form->FilterState()->setCurrentIndex(form->FilterState()->findText(QStringLiteral("Has problems")));
+        QCOMPARE(ListedIds(*form), filtered);
+    }
+
+    // Find Next Problem (F8) walks the rows with problems from the current one, wrapping, and
+    // says so when no other has one; it sits after the translation searches.
+    void findNextProblem_data()
+    {
+        QTest::addColumn<bool>("fixed");   // 4's error fixed first: 3 is the only one left
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("presses");
+        QTest::addColumn<QString>("visited");
+        QTest::addColumn<QString>("notice");
+        QTest::newRow("down the list, wrapping") << false << 1 << 3 << "3 4 3" << "";
+        QTest::newRow("from the last problem") << false << 4 << 1 << "3" << "";
+        QTest::newRow("from a row after the others") << true << 5 << 1 << "3" << "";
+        QTest::newRow("the only one: stays, done") << true << 3 << 1 << "3" << "Done finding problems";
+    }
+    void findNextProblem()
+    {
+        QFETCH(bool, fixed);
+        QFETCH(int, from);
+        QFETCH(int, presses);
+        QFETCH(QString, visited);
+        QFETCH(QString, notice);
+        auto form = OpenEditor(Faulty(), ssLocalEdited);
+        auto *action = form->findChild<QAction *>("mnuEditFindNextProblem");
+        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
+        QCOMPARE(menu.indexOf(action), menu.indexOf(form->EditItem(9)) + 1);
+        if (fixed)
+            Translate(*form, 4, QStringLiteral("Schließen %1"));
+        form->DataView()->ShowId(from);
+        QStringList ids;
+        for (int i = 0; i < presses; ++i) {
+            QTest::keyClick(form.get(), Qt::Key_F8);
+            ids << QString::number(CurrentId(*form));
+        }
+        QCOMPARE(ids.join(u' '), visited);
+        QCOMPARE(services->prompts->Notices(), notice.isEmpty() ? QStringList() : QStringList{notice});
     }
 
     // Save && Next stores the text and opens the next string that needs work, in the list's
