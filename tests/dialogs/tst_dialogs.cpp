@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTextEdit>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -568,6 +569,58 @@ private slots:
         QVERIFY(result != entry);
         QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
         QCOMPARE(Snapshot(entry), before);
+    }
+
+    // The line under the translation lists the problems of the text as it is typed, underlining
+    // the characters at fault; it asks nothing and Save stores the text all the same.
+    void translateShowsProblemsAsTyped_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("caret");     // where the deleting starts
+        QTest::addColumn<int>("deletes");
+        QTest::addColumn<QString>("typedLine");
+        QTest::addColumn<QString>("underlined");
+        QTest::addColumn<QString>("deletedLine");
+        const QString lacks = "error [placeholders]: the translation lacks %1";
+        const QString extra = "error [placeholders]: the translation has %2, which the English text lacks";
+        QTest::newRow("placeholder typed, then deleted") << "%1 entfernen?" << 0 << 2 << "" << "" << lacks;
+        QTest::newRow("extra placeholder, then deleted") << "%1 entfernen %2?" << 12 << 3 << extra << "%2" << "";
+        QTest::newRow("after blanks Save trims") << "   %1 %2 entfernen?" << 0 << 0 << extra << "%2" << extra;
+    }
+    void translateShowsProblemsAsTyped()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, caret);
+        QFETCH(int, deletes);
+        QFETCH(QString, typedLine);
+        QFETCH(QString, underlined);
+        QFETCH(QString, deletedLine);
+        tables->Put(kId, ssEnglishDefault, {.text = "Delete %1?"});
+        tables->Put(kId, ssLocalEdited, {});
+        QString text;
+        const StringEntryPtr result = Translate(ssLocalEdited, [&](frmTranslate *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            auto *line = Find<QLabel>(dialog, "lblProblems");
+            QCOMPARE(line->text(), QString());
+            QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
+            QTest::keyClicks(box, typed);
+            QCOMPARE(line->text(), typedLine);
+            QStringList marked;
+            for (const QTextEdit::ExtraSelection &mark : box->extraSelections()) {
+                marked << mark.cursor.selectedText();
+                QCOMPARE(mark.format.underlineStyle(), QTextCharFormat::WaveUnderline);
+            }
+            QCOMPARE(marked.join(u' '), underlined);
+            SetCaret(box, caret);
+            for (int i = 0; i < deletes; ++i)
+                QTest::keyClick(box, Qt::Key_Delete);
+            QCOMPARE(line->text(), deletedLine);
+            text = box->toPlainText();
+            Click(dialog, "cmdSave");
+        });
+        QVERIFY(result);
+        QCOMPARE(result->Text(), text.trimmed());
+        QVERIFY(services->prompts->calls.isEmpty());
     }
 
     void translateCancelLeavesTheEntryUnchanged()
