@@ -576,50 +576,41 @@ private slots:
     void translateShowsProblemsAsTyped_data()
     {
         QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("caret");     // where the deleting starts
+        QTest::addColumn<int>("caret");   // where the deleting starts
         QTest::addColumn<int>("deletes");
-        QTest::addColumn<QString>("typedLine");
-        QTest::addColumn<QString>("underlined");
-        QTest::addColumn<QString>("deletedLine");
+        QTest::addColumn<QString>("shown");   // the line after typing | the underlined | the line after deleting
         const QString lacks = "error [placeholders]: the translation lacks %1";
         const QString extra = "error [placeholders]: the translation has %2, which the English text lacks";
-        QTest::newRow("placeholder typed, then deleted") << "%1 entfernen?" << 0 << 2 << "" << "" << lacks;
-        QTest::newRow("extra placeholder, then deleted") << "%1 entfernen %2?" << 12 << 3 << extra << "%2" << "";
-        QTest::newRow("after blanks Save trims") << "   %1 %2 entfernen?" << 0 << 0 << extra << "%2" << extra;
+        QTest::newRow("placeholder typed, then deleted") << "%1 entfernen?" << 0 << 2 << "||" + lacks;
+        QTest::newRow("extra placeholder, then deleted") << "%1 entfernen %2?" << 12 << 3 << extra + "|%2|";
+        QTest::newRow("after blanks Save trims") << "   %1 %2 entfernen?" << 0 << 0 << extra + "|%2|" + extra;
     }
     void translateShowsProblemsAsTyped()
     {
         QFETCH(QString, typed);
         QFETCH(int, caret);
         QFETCH(int, deletes);
-        QFETCH(QString, typedLine);
-        QFETCH(QString, underlined);
-        QFETCH(QString, deletedLine);
+        QFETCH(QString, shown);
         tables->Put(kId, ssEnglishDefault, {.text = "Delete %1?"});
         tables->Put(kId, ssLocalEdited, {});
-        QString text;
+        QStringList seen;
         const StringEntryPtr result = Translate(ssLocalEdited, [&](frmTranslate *dialog) {
             auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
             auto *line = Find<QLabel>(dialog, "lblProblems");
-            QCOMPARE(line->text(), QString());
             QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
             QTest::keyClicks(box, typed);
-            QCOMPARE(line->text(), typedLine);
-            QStringList marked;
-            for (const QTextEdit::ExtraSelection &mark : box->extraSelections()) {
-                marked << mark.cursor.selectedText();
-                QCOMPARE(mark.format.underlineStyle(), QTextCharFormat::WaveUnderline);
-            }
-            QCOMPARE(marked.join(u' '), underlined);
+            seen << line->text() << QString();
+            for (const QTextEdit::ExtraSelection &mark : box->extraSelections())
+                if (mark.format.underlineStyle() == QTextCharFormat::WaveUnderline)
+                    seen.last() += mark.cursor.selectedText();
             SetCaret(box, caret);
             for (int i = 0; i < deletes; ++i)
                 QTest::keyClick(box, Qt::Key_Delete);
-            QCOMPARE(line->text(), deletedLine);
-            text = box->toPlainText();
+            seen << line->text();
             Click(dialog, "cmdSave");
         });
-        QVERIFY(result);
-        QCOMPARE(result->Text(), text.trimmed());
+        QCOMPARE(seen.join(u'|'), shown);
+        QVERIFY(result && !result->Text().startsWith(u' '));   // saved, as Save trims it
         QVERIFY(services->prompts->calls.isEmpty());
     }
 
