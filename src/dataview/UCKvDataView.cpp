@@ -100,7 +100,7 @@ void PaintSign(QPainter *painter, const QRectF &box, int sign)
         // Over the state's sign at the upper left, with a light rim so it reads on any of them:
         // an error is a round red badge, a warning an amber triangle; both carry a "!".
         const qreal d = s * 0.8;
-        const QRectF badge(r.left() - d * 0.45, r.top() - d * 0.25, d, d);
+        const QRectF badge(r.left() - d * 0.2, r.top() - d * 0.3, d, d);
         painter->setPen(QPen(QColor(0xff, 0xff, 0xff), 1));
         if (sign & rsError) {
             painter->setBrush(QColor(0xd3, 0x2f, 0x2f));
@@ -267,7 +267,9 @@ public:
         }
         if (index.row() != m_view->currentIndex().row())
             return;
-        const QPointF centre = sign != rsNone ? QPointF(r.left() + size * 0.6 + 1, QRectF(r).center().y()) : QRectF(r).center();
+        // Further left beside a problem badge, which reaches out of the sign's box.
+        const qreal left = sign & (rsError | rsWarning) ? 0.4 : 0.6;
+        const QPointF centre = sign != rsNone ? QPointF(r.left() + size * left + 1, QRectF(r).center().y()) : QRectF(r).center();
         QPainterPath arrow;
         arrow.moveTo(centre.x() - size * 0.35, centre.y() - size / 2);
         arrow.lineTo(centre.x() + size * 0.45, centre.y());
