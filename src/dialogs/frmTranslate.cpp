@@ -939,8 +939,10 @@ void frmTranslate::EditParameterDefinitions()
     Reporting("frmTranslate", "EditParameterDefinitions", [&] {
         frmParameters parameters(this);
         // Only the rows are rebuilt: the count box keeps the number it showed on opening.
-        if (parameters.Edit(this, m_entry))
+        if (parameters.Edit(this, m_entry)) {
             RefreshParameters();
+            UpdateProblems();   // the definitions are checked against the text
+        }
     });
 }
 
