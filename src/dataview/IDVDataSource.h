@@ -50,7 +50,8 @@ public:
 };
 
 // The signs of the marker column: one shape per state, so that they differ without colour; a
-// local edit adds a small badge to the state's sign.
+// local edit adds a small badge to the state's sign, and a string with problems a warning or an
+// error sign over it (the error's when it has both).
 enum RowSign : int {
     rsNone = 0,
     rsMissing = 1,        // hollow circle
@@ -60,6 +61,8 @@ enum RowSign : int {
     rsPending = 5,        // filled square: an English correction waits
     rsShapeMask = 0x0f,
     rsLocalEdit = 0x10,   // badge: a dot at the lower right
+    rsError = 0x20,       // badge: a filled circle with "!" at the upper left
+    rsWarning = 0x40,     // badge: a triangle with "!" at the upper left
 };
 
 } // namespace kvedit

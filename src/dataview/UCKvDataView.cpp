@@ -35,7 +35,7 @@ constexpr int kSignRole = Qt::UserRole + 1;
 void PaintSign(QPainter *painter, const QRectF &box, int sign)
 {
     const int shape = sign & rsShapeMask;
-    if (shape == rsNone && !(sign & rsLocalEdit))
+    if (shape == rsNone && !(sign & (rsLocalEdit | rsError | rsWarning)))
         return;
     const qreal s = qMin(box.width(), box.height());
     const QRectF r(box.center().x() - s / 2, box.center().y() - s / 2, s, s);
@@ -95,6 +95,30 @@ void PaintSign(QPainter *painter, const QRectF &box, int sign)
         painter->setPen(QPen(QColor(0xff, 0xff, 0xff), 1));
         painter->setBrush(QColor(0x7b, 0x1f, 0xa2));
         painter->drawEllipse(dot);
+    }
+    if (sign & (rsError | rsWarning)) {
+        // Over the state's sign at the upper left, with a light rim so it reads on any of them:
+        // an error is a round red badge, a warning an amber triangle; both carry a "!".
+        const qreal d = s * 0.8;
+        const QRectF badge(r.left() - d * 0.2, r.top() - d * 0.3, d, d);
+        painter->setPen(QPen(QColor(0xff, 0xff, 0xff), 1));
+        if (sign & rsError) {
+            painter->setBrush(QColor(0xd3, 0x2f, 0x2f));
+            painter->drawEllipse(badge);
+        } else {
+            painter->setBrush(QColor(0xfb, 0xc0, 0x2d));
+            const QPointF points[] = {{badge.center().x(), badge.top()}, {badge.right(), badge.bottom()},
+                                      {badge.left(), badge.bottom()}};
+            painter->drawPolygon(points, 3);
+        }
+        // The "!": a stroke and a dot, drawn, so it needs no font at this size.
+        const QColor mark = sign & rsError ? QColor(0xff, 0xff, 0xff) : QColor(0x21, 0x21, 0x21);
+        const qreal w = qMax<qreal>(1.0, d / 7);
+        painter->setPen(QPen(mark, w, Qt::SolidLine, Qt::RoundCap));
+        const qreal x = badge.center().x();
+        const qreal top = badge.top() + d * (sign & rsError ? 0.22 : 0.36);
+        painter->drawLine(QPointF(x, top), QPointF(x, badge.top() + d * 0.62));
+        painter->drawPoint(QPointF(x, badge.top() + d * 0.8));
     }
     painter->restore();
 }
@@ -243,7 +267,9 @@ public:
         }
         if (index.row() != m_view->currentIndex().row())
             return;
-        const QPointF centre = sign != rsNone ? QPointF(r.left() + size * 0.6 + 1, QRectF(r).center().y()) : QRectF(r).center();
+        // Further left beside a problem badge, which reaches out of the sign's box.
+        const qreal left = sign & (rsError | rsWarning) ? 0.4 : 0.6;
+        const QPointF centre = sign != rsNone ? QPointF(r.left() + size * left + 1, QRectF(r).center().y()) : QRectF(r).center();
         QPainterPath arrow;
         arrow.moveTo(centre.x() - size * 0.35, centre.y() - size / 2);
         arrow.lineTo(centre.x() + size * 0.45, centre.y());

@@ -1,5 +1,6 @@
 #include "dialogs/frmTranslate.h"
 
+#include "checks/Checks.h"
 #include "common/basCheckJapanese.h"
 #include "common/basGlobals.h"
 #include "dialogs/DialogSupport.h"
@@ -24,6 +25,7 @@
 #include <QShortcut>
 #include <QTextCursor>
 #include <QTextBlock>
+#include <QTextEdit>
 #include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -176,6 +178,10 @@ void frmTranslate::CreateControls()
     cmdCopyOriginal->setToolTip(QStringLiteral("Put the original text into the translation (Ctrl+B)"));
     lblDescription = named(new QLabel(QStringLiteral("&Description:")), "lblDescription");
     lblId = named(new QLabel(QStringLiteral("String &Resource Id:")), "lblId");
+    lblProblems = named(new QLabel, "lblProblems");
+    lblProblems->setWordWrap(true);
+    lblProblems->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    lblProblems->setTextFormat(Qt::PlainText);
 
     lblId->setBuddy(txtId);
     lblDescription->setBuddy(txtDescription);
@@ -225,7 +231,11 @@ void frmTranslate::CreateControls()
     commandColumn->addWidget(cmdReport);
     commandColumn->addWidget(cmdCopyOriginal);
     commandColumn->addStretch(1);
-    translateGrid->addWidget(rtfTranslate, 0, 0, 1, 4);
+    auto *textColumn = new QVBoxLayout;
+    textColumn->setSpacing(2);
+    textColumn->addWidget(rtfTranslate, 1);
+    textColumn->addWidget(lblProblems);
+    translateGrid->addLayout(textColumn, 0, 0, 1, 4);
     translateGrid->addLayout(commandColumn, 0, 4);
     auto *propertyColumn = new QVBoxLayout;
     propertyColumn->setSpacing(2);
@@ -289,6 +299,12 @@ void frmTranslate::CreateControls()
     connect(cmdInsert, &QPushButton::clicked, this, &frmTranslate::cmdInsert_Click);
     connect(cmdReport, &QPushButton::clicked, this, &frmTranslate::cmdReport_Click);
     connect(cmdEditParameterDefs, &QPushButton::clicked, this, &frmTranslate::cmdEditParameterDefs_Click);
+    // The problems follow the text and every property the checks read.
+    connect(rtfTranslate, &QPlainTextEdit::textChanged, this, &frmTranslate::UpdateProblems);
+    for (QCheckBox *check : chkProperties)
+        connect(check, &QCheckBox::toggled, this, &frmTranslate::UpdateProblems);
+    for (QComboBox *box : {cboShortcutCharacter, cboShortcutMode})
+        connect(box, &QComboBox::currentIndexChanged, this, &frmTranslate::UpdateProblems);
 
 }
 
@@ -303,6 +319,8 @@ void frmTranslate::FinishLayout()
     txtCount->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000")) + 12);
     rtfOriginal->setMinimumHeight(lineHeight * 4 + 12);
     rtfTranslate->setMinimumHeight(lineHeight * 5 + 12);
+    // Two lines, kept as the problems come and go, so the dialog never jumps as one types.
+    lblProblems->setFixedHeight(lineHeight * 2);
     txtProperties->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("Allow tab characterWW")) + 12);
     lvwParameters->setMinimumHeight(lineHeight * 5 + 12);
     const QSize designed(TwipsToPixelsX(10800), TwipsToPixelsY(9000));
@@ -344,6 +362,13 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
             fraTranslate->setTitle(QStringLiteral("&New translation for ") + entry->TargetName());
         }
         m_entry = entry;
+        m_checkEnglish = entry->StringSource() == ssEnglishDefault || entry->StringSource() == ssEnglishEdited;
+        m_english.reset();
+        if (!m_checkEnglish) {
+            const StringTableSetPtr tables = entry->TextTable();
+            if (const StringEntryPtr english = tables ? tables->Entry(entry->Id(), ssEnglishDefault) : nullptr)
+                m_english = std::make_shared<const checks::StringValues>(checks::StringValues::Of(*english, false));
+        }
         if (const ParameterDefinitionsPtr parameters = entry->ParameterDefinitions())
             m_openingParameters = parameters->Items();
         LoadOriginalsComboBox();
@@ -351,6 +376,7 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
         const QString pending = entry->PendingText();
         if (!pending.isEmpty())
             rtfTranslate->setPlainText(pending);
+        UpdateProblems();
         PlaceDialog(this, owner);
         StartFocusTimer();
         exec();
@@ -806,6 +832,69 @@ QString frmTranslate::TranslationText() const
     return BoxText(rtfTranslate);
 }
 
+void frmTranslate::UpdateProblems()
+{
+    Reporting("frmTranslate", "UpdateProblems", [&] {
+        if (!m_entry)
+            return;
+        checks::Problems problems;
+        // Save stores the text without its outer blanks; the ranges are found in that text and
+        // shown in the box, where each CR LF is one character.
+        const QString typed = TranslationText();
+        const QString stored = TrimBlanks(typed);
+        if (m_checkEnglish || m_english) {
+            checks::StringValues values;
+            values.text = stored;
+            values.allowShortcut = AllowShortcut();
+            values.multipleLines = LineMode() == 0;
+            values.allowTab = AllowTab();
+            values.shortcutCharacter = ShortcutCharacter();
+            values.shortcutMode = ShortcutMode();
+            values.description = txtDescription->text();
+            if (m_checkEnglish) {
+                if (const ParameterDefinitionsPtr parameters = m_entry->ParameterDefinitions())
+                    for (const ParameterDefinition &definition : parameters->Items())
+                        values.parameters.append(definition.Id());
+                problems = checks::CheckEnglish(values);
+            } else {
+                problems = checks::Check(*m_english, values);
+            }
+        }
+        int lead = 0;
+        while (lead < typed.size() && typed.at(lead) == u' ')
+            ++lead;
+        const auto boxPosition = [&](int position) {
+            const int inTyped = position + lead;
+            return inTyped - static_cast<int>(QStringView(typed).left(inTyped).count(QStringLiteral("\r\n")));
+        };
+        QStringList lines;
+        QList<QTextEdit::ExtraSelection> marks;
+        bool errors = false;
+        for (const checks::Problem &problem : std::as_const(problems)) {
+            lines << checks::Describe(problem);
+            errors = errors || problem.severity == checks::Severity::Error;
+            if (problem.start < 0)
+                continue;
+            QTextEdit::ExtraSelection mark;
+            mark.cursor = QTextCursor(rtfTranslate->document());
+            const int end = boxPosition(problem.start + qMax(1, problem.length));
+            mark.cursor.setPosition(qMin(boxPosition(problem.start), rtfTranslate->document()->characterCount() - 1));
+            mark.cursor.setPosition(qMin(end, rtfTranslate->document()->characterCount() - 1), QTextCursor::KeepAnchor);
+            mark.format.setUnderlineStyle(QTextCharFormat::WaveUnderline);
+            mark.format.setUnderlineColor(problem.severity == checks::Severity::Error ? QColor(0xd3, 0x2f, 0x2f)
+                                                                                      : QColor(0xe6, 0x8a, 0x00));
+            marks << mark;
+        }
+        rtfTranslate->setExtraSelections(marks);
+        // All of them in the line, the first ones readable at once; one per line in its tooltip.
+        lblProblems->setText(lines.join(QStringLiteral("; ")));
+        lblProblems->setToolTip(lines.join(u'\n'));
+        QPalette palette = lblProblems->palette();
+        palette.setColor(QPalette::WindowText, errors ? QColor(0xb7, 0x1c, 0x1c) : QColor(0x8a, 0x5a, 0x00));
+        lblProblems->setPalette(palette);
+    });
+}
+
 // --- Parameters ------------------------------------------------------------------------------
 
 void frmTranslate::SetupParameterDisplay()
@@ -850,8 +939,10 @@ void frmTranslate::EditParameterDefinitions()
     Reporting("frmTranslate", "EditParameterDefinitions", [&] {
         frmParameters parameters(this);
         // Only the rows are rebuilt: the count box keeps the number it showed on opening.
-        if (parameters.Edit(this, m_entry))
+        if (parameters.Edit(this, m_entry)) {
             RefreshParameters();
+            UpdateProblems();   // the definitions are checked against the text
+        }
     });
 }
 

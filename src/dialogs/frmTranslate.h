@@ -10,6 +10,7 @@
 // (allow tab characters), and lblProperties_0 .. lblProperties_2 likewise.
 // rtfTranslate, rtfOriginal and txtProperties are QPlainTextEdits; their line breaks stand for
 // CR LF in the texts the dialog reads and writes. lvwParameters is a two-column QTreeWidget.
+// lblProblems, under the new text, lists what the quality checks find in it as it is typed.
 
 #include "model/StringTables.h"
 #include "model/Types.h"
@@ -17,6 +18,8 @@
 #include <QDialog>
 #include <QList>
 #include <QString>
+
+#include <memory>
 
 class QCheckBox;
 class QComboBox;
@@ -29,6 +32,10 @@ class QTimer;
 class QTreeWidget;
 
 namespace kvedit {
+
+namespace checks {
+struct StringValues;
+}
 
 class frmTranslate : public QDialog {
     Q_OBJECT
@@ -96,6 +103,9 @@ private:
     void cmdReport_Click();
     StringEntryPtr CreateResultEntry();
     QString TranslationText() const;
+    // Checks the text as Save would store it against the English entry (or, for an English
+    // text, alone) and shows the problems under the box, underlining their characters in it.
+    void UpdateProblems();
 
     // Parameters.
     void SetupParameterDisplay();
@@ -132,6 +142,7 @@ private:
     QPushButton *cmdCopyOriginal;
     QLabel *lblDescription;
     QLabel *lblId;
+    QLabel *lblProblems;
 
     StringEntryPtr m_entry;
     bool m_saved = false;
@@ -145,6 +156,10 @@ private:
     // The entry's definitions as they were on opening; the parameter dialog edits the entry's
     // working copy in place, so Cancel puts them back.
     QList<ParameterDefinition> m_openingParameters;
+    // What the typed text is checked against: the English default's values for a translation;
+    // null for an English text, which is checked alone.
+    std::shared_ptr<const checks::StringValues> m_english;
+    bool m_checkEnglish = false;
 };
 
 } // namespace kvedit

@@ -107,6 +107,8 @@ public:
     void ProcessEditMenuFindMissingTranslation();
     void ProcessEditMenuFindOutOfDateTranslation();
     void ProcessEditMenuFindUnapprovedTranslation();
+    // The next row, after the current one and wrapping, whose string the quality checks fault.
+    void ProcessEditMenuFindNextProblem();
 
     // Entry commands.
     void ProcessEditMenuGoTo();
@@ -136,7 +138,7 @@ protected:
     QMenu *createPopupMenu() override;
 
 private:
-    enum class Scan { Text, NextText, Missing, OutOfDate, Unapproved };
+    enum class Scan { Text, NextText, Missing, OutOfDate, Unapproved, Problem };
 
     void Form_Load();
     void Form_QueryUnload(bool &cancel);

@@ -1,4 +1,4 @@
-// Searches: Find, Find Next and the three translation checks. All walk the list from the current
+// Searches: Find, Find Next, the three translation checks and Find Next Problem. All walk the list from the current
 // row, wrap from the last row to the first and stop at the first row that qualifies.
 
 #include "editor/frmEdit.h"
@@ -79,6 +79,13 @@ void frmEdit::ProcessEditMenuFindUnapprovedTranslation()
     });
 }
 
+void frmEdit::ProcessEditMenuFindNextProblem()
+{
+    Reporting("frmEdit", "ProcessEditMenuFindNextProblem", [&] {
+        RunScan(Scan::Problem, QString(), QStringLiteral("Done finding problems"));
+    });
+}
+
 // Runs inside the calling command's error context: a failure leaves the current row as it was.
 void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMessage)
 {
@@ -142,6 +149,11 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
         const TranslationState state = StringStates::Compute(tables, id, version).translation;
         return state == TranslationState::Missing || state == TranslationState::OutOfDate
                || (scan == Scan::Unapproved && state == TranslationState::Unapproved);
+    }
+    case Scan::Problem: {
+        // From the checks' cache, which every change the editor makes keeps current.
+        checks::TableChecker *checker = m_DVDS.Checks();
+        return checker && !checker->ProblemsOf(id).isEmpty();
     }
     }
     return false;

@@ -141,6 +141,17 @@ void frmEdit::SetupWorkflow()
     connect(m_txtFilter, &QLineEdit::textChanged, this, [this] { ApplyFilter(); });
     connect(m_cboFilterState, &QComboBox::currentIndexChanged, this, [this] { ApplyFilter(); });
 
+    // Find Next Problem follows the translation searches, outside the items and their indexes.
+    auto *findProblem = new QAction(QStringLiteral("Find Next Pro&blem"), this);
+    findProblem->setObjectName(QStringLiteral("mnuEditFindNextProblem"));
+    findProblem->setShortcut(QKeySequence(Qt::Key_F8));
+    findProblem->setIconVisibleInMenu(false);
+    connect(findProblem, &QAction::triggered, this, [this] {
+        ProcessEditMenuFindNextProblem();
+        UpdateMenuState();
+    });
+    m_mnuEdit->insertAction(EditItem(10), findProblem);
+
     auto *focusFilter = new QAction(this);
     focusFilter->setObjectName(QStringLiteral("actFocusFilter"));
     focusFilter->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
@@ -222,6 +233,14 @@ void frmEdit::UpdateProgress()
               << QStringLiteral("%1 missing").arg(c.missing) << QStringLiteral("%1 out of date").arg(c.outOfDate)
               << QStringLiteral("%1 unapproved").arg(c.unapproved);
     }
+    if (checks::TableChecker *checker = m_DVDS.Checks()) {
+        const checks::Totals problems = checker->Count();
+        if (problems.errors > 0)
+            parts << (problems.errors == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(problems.errors));
+        if (problems.warnings > 0)
+            parts << (problems.warnings == 1 ? QStringLiteral("1 warning")
+                                             : QStringLiteral("%1 warnings").arg(problems.warnings));
+    }
     if (HasEdits())
         parts << QStringLiteral("Modified");
     m_sbrProgress->setText(parts.join(QStringLiteral(" \u00b7 ")));
@@ -230,6 +249,7 @@ void frmEdit::UpdateProgress()
 void frmEdit::NoteChanged(std::initializer_list<StringId> ids)
 {
     StringStates &states = m_DVDS.States();
+    m_DVDS.InvalidateChecks(QList<StringId>(ids));
     if (ids.size() == 0) {
         states.Recount();
         return;

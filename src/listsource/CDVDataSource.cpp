@@ -57,6 +57,7 @@ public:
     qint32 limit = 0;
     std::unique_ptr<CStringList> list;
     StringStates states;
+    std::unique_ptr<checks::TableChecker> checker;
     ListFilter filter;
     QStringMatcher finder;   // the filter's text, its skip table built once per filter
     bool findsIds = false;       // the text could be part of an id (digits only)
@@ -72,6 +73,25 @@ public:
     {
         const TextServerPtr server = Server();
         return server ? qBound(0, server->MaximumCount(), kMaxStringId) : kMaxStringId;
+    }
+    // States and checks follow the tables and version shown; the checks cost nothing until asked.
+    void Attach()
+    {
+        const StringTableSetPtr tables = Tables();
+        states.Attach(tables, version, MaximumCount());
+        checker.reset();
+        if (tables)
+            checker = std::make_unique<checks::TableChecker>(tables, version, MaximumCount(), Rules(*tables));
+    }
+    static checks::RuleSet Rules(const StringTableSet &tables)
+    {
+        return checks::RuleSet::AllBut(tables.DisabledCheckRules());
+    }
+    checks::Problems ProblemsOf(qint32 id) const
+    {
+        if (!checker || id <= 0 || id > kMaxStringId)
+            return {};
+        return checker->ProblemsOf(static_cast<StringId>(id));
     }
     // A heading the tables name; logged, not reported, because headings are asked while painting.
     QString Heading(int source) const
@@ -98,7 +118,7 @@ void CDVDataSource::setWorkspace(const ResourceWorkspacePtr &workspace)
     // The ids of another workspace mean nothing here, and its server may count differently; the
     // list is filled again by TableVersion(Let) or RefreshStringList.
     d->list.reset();
-    d->states.Attach(d->Tables(), d->version, d->MaximumCount());
+    d->Attach();
 }
 
 ResourceWorkspacePtr CDVDataSource::Workspace() const { return d->workspace; }
@@ -113,7 +133,7 @@ void CDVDataSource::setTableVersion(kvedit::TableVersion version)
 {
     Reporting(kModule, "TableVersion(Let)", [&] {
         d->version = version;
-        d->states.Attach(d->Tables(), version, d->MaximumCount());
+        d->Attach();
         emit UpdateTitle(version);
         RefreshStringList();
     });
@@ -175,6 +195,23 @@ void CDVDataSource::RefreshStringList()
 
 StringStates &CDVDataSource::States() { return d->states; }
 
+checks::TableChecker *CDVDataSource::Checks() { return d->checker.get(); }
+
+void CDVDataSource::InvalidateChecks(const QList<StringId> &ids)
+{
+    if (!d->checker)
+        return;
+    if (!ids.isEmpty()) {
+        for (const StringId id : ids)
+            d->checker->Invalidate(id);
+        return;
+    }
+    // A Save, Reset or undo may bring the workspace's rules back as they were.
+    if (const StringTableSetPtr tables = d->Tables())
+        d->checker->SetRules(Private::Rules(*tables));
+    d->checker->InvalidateAll();
+}
+
 ListFilter CDVDataSource::Filter() const { return d->filter; }
 
 void CDVDataSource::setFilter(const ListFilter &filter)
@@ -195,6 +232,8 @@ bool CDVDataSource::Matches(qint32 id) const
         return false;
     const auto stringId = static_cast<StringId>(id);
     if (!d->states.Matches(stringId, d->filter.state))
+        return false;
+    if (d->filter.state == StateFilter::HasProblems && d->ProblemsOf(id).isEmpty())
         return false;
     const QString &needle = d->filter.text;
     if (needle.isEmpty())
@@ -229,7 +268,11 @@ int CDVDataSource::RowSign(qint32 lngEntry)
     case TranslationState::Approved: sign = rsApproved; break;
     case TranslationState::None: sign = state.pendingCorrection ? rsPending : rsNone; break;
     }
-    return state.localEdit ? sign | rsLocalEdit : sign;
+    if (state.localEdit)
+        sign |= rsLocalEdit;
+    for (const checks::Problem &problem : d->ProblemsOf(lngEntry))
+        sign |= problem.severity == checks::Severity::Error ? rsError : rsWarning;
+    return sign;
 }
 
 QString CDVDataSource::RowToolTip(qint32 lngEntry)
@@ -249,6 +292,8 @@ QString CDVDataSource::RowToolTip(qint32 lngEntry)
         const QString description = tables->Description(id, ssEnglishDefault);
         if (!description.isEmpty())
             lines << QStringLiteral("Description: ") + description;
+        for (const checks::Problem &problem : d->ProblemsOf(lngEntry))
+            lines << checks::Describe(problem);
         tip = lines.join(u'\n');
     });
     return tip;

@@ -1,6 +1,7 @@
 #pragma once
 // Feeds the resource list from the string-table set being edited.
 
+#include "checks/TableChecker.h"
 #include "dataview/IDVDataSource.h"
 #include "model/CStringList.h"
 #include "model/StringTables.h"
@@ -49,6 +50,12 @@ public:
     // The states of the table version's strings, counted when the version is set; the editor
     // updates them after each change.
     StringStates &States();
+    // The quality checks of the table version, made when the version is set with the rules the
+    // workspace leaves on; null without tables. The editor invalidates them after each change.
+    checks::TableChecker *Checks();
+    // After a change to the tables: the checks of these ids (none: of every id, with the
+    // workspace's rules read again) are made afresh on the next query.
+    void InvalidateChecks(const QList<StringId> &ids = {});
     // A filter applies from the next RefreshStringList: the rows of the fill that match it, in
     // their order.
     ListFilter Filter() const;

@@ -91,6 +91,7 @@ bool StringStates::Matches(StringId id, StateFilter filter) const
     case StateFilter::Approved: return s.translation == TranslationState::Approved;
     case StateFilter::LocallyEdited: return s.localEdit;
     case StateFilter::PendingCorrection: return s.pendingCorrection;
+    case StateFilter::HasProblems: return s.listed;
     }
     return false;
 }
@@ -117,7 +118,8 @@ QList<QPair<StateFilter, QString>> StringStates::FilterChoices(TableVersion vers
 {
     if (version == ssEnglishDefault)
         return {{StateFilter::All, QStringLiteral("All")},
-                {StateFilter::PendingCorrection, QStringLiteral("Correction pending")}};
+                {StateFilter::PendingCorrection, QStringLiteral("Correction pending")},
+                {StateFilter::HasProblems, QStringLiteral("Has problems")}};
     QList<QPair<StateFilter, QString>> choices{{StateFilter::All, QStringLiteral("All")},
                                                {StateFilter::NeedsWork, QStringLiteral("Needs work")},
                                                {StateFilter::Missing, QStringLiteral("Missing")},
@@ -126,6 +128,7 @@ QList<QPair<StateFilter, QString>> StringStates::FilterChoices(TableVersion vers
                                                {StateFilter::Approved, QStringLiteral("Approved")}};
     if (version != ssLocalDefault)
         choices.append({StateFilter::LocallyEdited, QStringLiteral("Locally edited")});
+    choices.append({StateFilter::HasProblems, QStringLiteral("Has problems")});
     return choices;
 }
 

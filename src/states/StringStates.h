@@ -48,8 +48,9 @@ struct StateCounts {
     bool operator==(const StateCounts &) const = default;
 };
 
-// The state choices of the list's filter.
-enum class StateFilter { All, NeedsWork, Missing, OutOfDate, Unapproved, Approved, LocallyEdited, PendingCorrection };
+// The state choices of the list's filter. HasProblems is decided by the quality checks, which
+// the states do not know: here it lets every string of the table through.
+enum class StateFilter { All, NeedsWork, Missing, OutOfDate, Unapproved, Approved, LocallyEdited, PendingCorrection, HasProblems };
 
 class StringStates {
 public:

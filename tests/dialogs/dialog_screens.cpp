@@ -44,6 +44,11 @@ int main(int argc, char **argv)
 
     Save<frmTranslate>(out.filePath("translate-edit.png"), [&](frmTranslate &f) { f.Edit(nullptr, english); });
     Save<frmTranslate>(out.filePath("translate-translate.png"), [&](frmTranslate &f) { f.Edit(nullptr, german); });
+    // A translation with faults: the problem line under the box and the underlined characters.
+    tables.Put(1208, ssEnglishDefault, {"Close all %1 windows?", "Question before closing", "", 0, 0});
+    tables.Put(1208, ssLocalEdited, {"Alle  %2 Fenster schließen.", "Question before closing", "", 0, 0});
+    Save<frmTranslate>(out.filePath("translate-problems.png"),
+                       [&](frmTranslate &f) { f.Edit(nullptr, tables.Entry(1208, ssLocalEdited)); });
     Save<frmParameters>(out.filePath("parameters.png"), [&](frmParameters &f) { f.Edit(nullptr, english); });
     Save<frmInsert>(out.filePath("insert.png"), [&](frmInsert &f) { f.SelectSpecial(english); });
     const QString codes = "Größe:\t%1 KB\r\n" + QString(QChar(0x8A9E));

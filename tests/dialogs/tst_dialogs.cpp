@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTextEdit>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -245,7 +246,9 @@ private slots:
         const StringEntryPtr result = Translate(StringSource(source), [&](frmTranslate *dialog) {
             auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
             // Past the focus timer, which gives the focus to the translation (selecting it all)
-            // or, for an English string, to its id; a late one would take it from the box again.
+            // or, for an English string, to its id (where the focus may already be before it
+            // fires); a late one would take it from the box again.
+            QTRY_VERIFY(!dialog->findChild<QTimer *>(QStringLiteral("tmrFocus"))->isActive());
             QTRY_COMPARE(QApplication::focusWidget(), source != ssEnglishDefault ? static_cast<QWidget *>(box)
                                                                                  : Find(dialog, "txtId"));
             SetCaret(box, 11, 6);
@@ -570,6 +573,49 @@ private slots:
         QVERIFY(result != entry);
         QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
         QCOMPARE(Snapshot(entry), before);
+    }
+
+    // The line under the translation lists the problems of the text as it is typed, underlining
+    // the characters at fault; it asks nothing and Save stores the text all the same.
+    void translateShowsProblemsAsTyped_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("caret");   // where the deleting starts
+        QTest::addColumn<int>("deletes");
+        QTest::addColumn<QString>("shown");   // the line after typing | the underlined | the line after deleting
+        const QString lacks = "error [placeholders]: the translation lacks %1";
+        const QString extra = "error [placeholders]: the translation has %2, which the English text lacks";
+        QTest::newRow("placeholder typed, then deleted") << "%1 entfernen?" << 0 << 2 << "||" + lacks;
+        QTest::newRow("extra placeholder, then deleted") << "%1 entfernen %2?" << 12 << 3 << extra + "|%2|";
+        QTest::newRow("after blanks Save trims") << "   %1 %2 entfernen?" << 0 << 0 << extra + "|%2|" + extra;
+    }
+    void translateShowsProblemsAsTyped()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, caret);
+        QFETCH(int, deletes);
+        QFETCH(QString, shown);
+        tables->Put(kId, ssEnglishDefault, {.text = "Delete %1?"});
+        tables->Put(kId, ssLocalEdited, {});
+        QStringList seen;
+        const StringEntryPtr result = Translate(ssLocalEdited, [&](frmTranslate *dialog) {
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            auto *line = Find<QLabel>(dialog, "lblProblems");
+            QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
+            QTest::keyClicks(box, typed);
+            seen << line->text() << QString();
+            for (const QTextEdit::ExtraSelection &mark : box->extraSelections())
+                if (mark.format.underlineStyle() == QTextCharFormat::WaveUnderline)
+                    seen.last() += mark.cursor.selectedText();
+            SetCaret(box, caret);
+            for (int i = 0; i < deletes; ++i)
+                QTest::keyClick(box, Qt::Key_Delete);
+            seen << line->text();
+            Click(dialog, "cmdSave");
+        });
+        QCOMPARE(seen.join(u'|'), shown);
+        QVERIFY(result && !result->Text().startsWith(u' '));   // saved, as Save trims it
+        QVERIFY(services->prompts->calls.isEmpty());
     }
 
     void translateCancelLeavesTheEntryUnchanged()

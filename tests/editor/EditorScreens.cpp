@@ -8,6 +8,7 @@
 #include "server/Workspace.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -30,6 +31,12 @@ int main(int argc, char **argv)
         form.DataView()->setCurrentRecord(5);
         const QString file = out.filePath(QStringLiteral("editor-version-%1.png").arg(int(version)));
         qInfo("%s %s", form.grab().save(file) ? "saved" : "could not save", qPrintable(file));
+        if (version != ssLocalEdited)
+            continue;
+        // The demo's deliberate problems, alone in the list.
+        form.FilterState()->setCurrentIndex(form.FilterState()->findText(QStringLiteral("Has problems")));
+        const QString problems = out.filePath(QStringLiteral("editor-problems.png"));
+        qInfo("%s %s", form.grab().save(problems) ? "saved" : "could not save", qPrintable(problems));
     }
     return 0;
 }

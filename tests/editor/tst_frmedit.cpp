@@ -186,6 +186,25 @@ QString ListedIds(frmEdit &form)
     return ids.join(u' ');
 }
 
+// Translations, approved and saved, with two faults: 3 lacks the English full stop (a warning),
+// 4 the English %1 (an error).
+server::WorkspacePtr Faulty()
+{
+    server::WorkspacePtr ws = Strings({"Open %1", "Save", "Quit.", "Close %1", "Print"});
+    const QStringList german{"Öffnen %1", "Speichern", "Beenden", "Schließen", "Drucken"};
+    for (StringId id = 1; id <= 5; ++id)
+        Put(ws->Tables(), id, german.at(id - 1), false, true);
+    ws->Tables()->Save(ssLocalEdited, false);
+    return ws;
+}
+
+// A translation stored through the editor, as the translate dialog's Save does.
+void Translate(frmEdit &form, StringId id, const QString &text)
+{
+    const StringEntryPtr e = form.DataSource()->Tables()->Entry(id, ssLocalEdited);
+    form.UpdateEntry(e, e->CreateEdited(id, text, e->EntryText(), false, false, false, {}, 0, e->ParameterDefinitions(), true));
+}
+
 // What the tables hold for some ids in a source: text, revision, approval; for the English
 // default the parameter count and symbol too; "-" where the source has no record of its own.
 QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initializer_list<int> ids)
@@ -831,6 +850,73 @@ private slots:
         QCOMPARE(CurrentId(*form), 5);
         QCOMPARE(form->FilterState()->currentIndex(), 0);
         QCOMPARE(form->DataSource()->GetRecordCount(), 6);
+    }
+
+    // A string's problems mark its row, name themselves in its tooltip, make the filter's "Has
+    // problems", are counted in the progress and walked by Find Next Problem (F8, after the
+    // translation searches: wrapping, a notice when no other row has one); each change to the
+    // tables is checked again.
+    void problems_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("signs");      // ids 1 to 5: E error, W warning
+        QTest::addColumn<QString>("tip");        // the problem lines of 4's tooltip
+        QTest::addColumn<QString>("counted");
+        QTest::addColumn<QString>("filtered");   // the rows "Has problems" shows
+        QTest::addColumn<QString>("walk");       // F8 three times from row 1
+        QTest::addColumn<int>("notices");
+        const QString lacks = "error [placeholders]: the translation lacks %1";
+        QTest::newRow("as saved") << "" << "- - W E -" << lacks << "1 error \u00b7 1 warning" << "3 4" << "3 4 3" << 0;
+        QTest::newRow("error fixed") << "fix" << "- - W - -" << "" << "1 warning" << "3" << "3 3 3" << 2;
+        QTest::newRow("fix undone") << "fix undo" << "- - W E -" << lacks << "1 error \u00b7 1 warning" << "3 4" << "3 4 3" << 0;
+        QTest::newRow("another error") << "break" << "- E W E -" << lacks << "2 errors \u00b7 1 warning" << "2 3 4" << "2 3 4" << 0;
+        QTest::newRow("a rule switched off, saved") << "rule" << "- - - E -" << lacks << "1 error" << "4" << "4 4 4" << 2;
+    }
+    void problems()
+    {
+        QFETCH(QString, change);
+        QFETCH(QString, signs);
+        QFETCH(QString, tip);
+        QFETCH(QString, counted);
+        QFETCH(QString, filtered);
+        QFETCH(QString, walk);
+        QFETCH(int, notices);
+        server::WorkspacePtr ws = Faulty();
+        auto form = OpenEditor(ws, ssLocalEdited);
+        CDVDataSource *source = form->DataSource();
+        if (change.startsWith(QLatin1String("fix")))
+            Translate(*form, 4, QStringLiteral("Schließen %1"));
+        if (change.endsWith(QLatin1String("undo")))
+            form->UndoStack()->undo();
+        if (change == QLatin1String("break"))
+            Translate(*form, 2, QStringLiteral("Speichern %1"));
+        if (change == QLatin1String("rule")) {
+            ws->Tables()->SetDisabledCheckRules({QStringLiteral("punctuation")});
+            Translate(*form, 5, QStringLiteral("Drucken"));
+            form->FileItem(2)->trigger();
+        }
+        QStringList shown;
+        for (int id = 1; id <= 5; ++id) {
+            const int sign = source->RowSign(id);
+            shown << (sign & rsError ? "E" : sign & rsWarning ? "W" : "-");
+            QCOMPARE(sign & rsShapeMask, int(rsApproved));   // the state's sign stays under it
+        }
+        QCOMPARE(shown.join(u' '), signs);
+        QCOMPARE(source->RowToolTip(4).section(u'\n', 1), tip);
+        QCOMPARE(form->ProgressText().remove(QStringLiteral(" \u00b7 Modified")).section(QStringLiteral(" \u00b7 "), 4), counted);
+
+        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
+        QCOMPARE(menu.indexOf(form->findChild<QAction *>("mnuEditFindNextProblem")), menu.indexOf(form->EditItem(9)) + 1);
+        QStringList ids;
+        form->DataView()->ShowId(1);
+        for (int i = 0; i < 3; ++i) {
+            QTest::keyClick(form.get(), Qt::Key_F8);
+            ids << QString::number(CurrentId(*form));
+        }
+        QCOMPARE(ids.join(u' '), walk);
+        QCOMPARE(services->prompts->Notices(), QStringList(notices, QStringLiteral("Done finding problems")));
+        form->FilterState()->setCurrentIndex(form->FilterState()->findText(QStringLiteral("Has problems")));
+        QCOMPARE(ListedIds(*form), filtered);
     }
 
     // Save && Next stores the text and opens the next string that needs work, in the list's
