@@ -8,6 +8,7 @@
 #include "io/Xliff.h"
 #include "server/Entry.h"
 #include "server/TableSet.h"
+#include "states/StringStates.h"
 
 #include "model/StandardLocale.h"
 
@@ -358,15 +359,17 @@ void WriteFile(const QString &path, const QByteArray &data)
         throw FileError(path, 0, QStringLiteral("cannot write the file: %1").arg(f.errorString()));
 }
 
+// The state the editor shows, in the exchange files' terms.
 TranslationState StateOf(const StringTableSet &set, StringId id, TableVersion table)
 {
-    if (!set.HasText(id, table))
-        return TranslationState::Missing;
-    if (set.Revision(id, table) < set.Revision(id, ssEnglishDefault))
-        return TranslationState::OutOfDate;
-    if (!set.HasStatus(id, table, sfApproved))
-        return TranslationState::Unapproved;
-    return TranslationState::Approved;
+    switch (StringStates::Compute(set, id, table).translation) {
+    case kvedit::TranslationState::OutOfDate: return TranslationState::OutOfDate;
+    case kvedit::TranslationState::Unapproved: return TranslationState::Unapproved;
+    case kvedit::TranslationState::Approved: return TranslationState::Approved;
+    case kvedit::TranslationState::Missing:
+    case kvedit::TranslationState::None: break;
+    }
+    return TranslationState::Missing;
 }
 
 TextProperties PropertiesOf(const StringEntry &entry)
