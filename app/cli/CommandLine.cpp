@@ -201,13 +201,13 @@ bool RefuseImportAddingErrors(server::Workspace &workspace, const QString &file,
     checks::TableChecker would(trial->Tables(), summary.source, maximum, rules);
     int added = 0;
     for (const StringId id : imported) {
-        if (would.Count({id}).errors <= was.Count({id}).errors)
+        if (would.Count(id).errors <= was.Count(id).errors)
             continue;
         for (const checks::Problem &p : would.ProblemsOf(id))
             if (p.severity == checks::Severity::Error)
                 err << ProblemLine(file + QStringLiteral(": string"), id, trial->Symbol(id), p).replace(
                     file + QStringLiteral(": string:"), file + QStringLiteral(": string ")) << '\n';
-        added += would.Count({id}).errors - was.Count({id}).errors;
+        added += would.Count(id).errors - was.Count(id).errors;
     }
     if (added == 0)
         return false;

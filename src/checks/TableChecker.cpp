@@ -230,18 +230,28 @@ QList<StringId> TableChecker::IdsWithProblems()
 
 Totals TableChecker::Count(const QList<StringId> &ids)
 {
-    Refresh();
     Totals totals;
     for (const StringId id : ids) {
-        if (!Valid(id))
-            continue;
-        const Slot &slot = m_slots[static_cast<size_t>(id)];
-        for (const Problems *list : {&slot.local, &slot.clash})
-            for (const Problem &p : *list)
-                ++(p.severity == Severity::Error ? totals.errors : totals.warnings);
-        if (!slot.local.isEmpty() || !slot.clash.isEmpty())
-            ++totals.strings;
+        const Totals one = Count(id);
+        totals.errors += one.errors;
+        totals.warnings += one.warnings;
+        totals.strings += one.strings;
     }
+    return totals;
+}
+
+Totals TableChecker::Count(StringId id)
+{
+    Totals totals;
+    if (!Valid(id))
+        return totals;
+    Refresh();
+    const Slot &slot = m_slots[static_cast<size_t>(id)];
+    for (const Problems *list : {&slot.local, &slot.clash})
+        for (const Problem &p : *list)
+            ++(p.severity == Severity::Error ? totals.errors : totals.warnings);
+    if (!slot.local.isEmpty() || !slot.clash.isEmpty())
+        ++totals.strings;
     return totals;
 }
 

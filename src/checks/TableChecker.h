@@ -40,6 +40,8 @@ public:
     Totals Count();
     // Totals over some ids only (those an import brought, for example).
     Totals Count(const QList<StringId> &ids);
+    // One string's totals, without making a list: cheap enough for every row a list paints.
+    Totals Count(StringId id);
 
     // After an edit of the id in any source: the id and every string of its shortcut group, as
     // it was and as it is now, are checked again on the next query.

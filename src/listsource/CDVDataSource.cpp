@@ -93,6 +93,13 @@ public:
             return {};
         return checker->ProblemsOf(static_cast<StringId>(id));
     }
+    // Counted from the cache without copying the problems: asked for every row painted.
+    checks::Totals TotalsOf(qint32 id) const
+    {
+        if (!checker || id <= 0 || id > kMaxStringId)
+            return {};
+        return checker->Count(static_cast<StringId>(id));
+    }
     // A heading the tables name; logged, not reported, because headings are asked while painting.
     QString Heading(int source) const
     {
@@ -233,7 +240,7 @@ bool CDVDataSource::Matches(qint32 id) const
     const auto stringId = static_cast<StringId>(id);
     if (!d->states.Matches(stringId, d->filter.state))
         return false;
-    if (d->filter.state == StateFilter::HasProblems && d->ProblemsOf(id).isEmpty())
+    if (d->filter.state == StateFilter::HasProblems && d->TotalsOf(id).strings == 0)
         return false;
     const QString &needle = d->filter.text;
     if (needle.isEmpty())
@@ -270,8 +277,11 @@ int CDVDataSource::RowSign(qint32 lngEntry)
     }
     if (state.localEdit)
         sign |= rsLocalEdit;
-    for (const checks::Problem &problem : d->ProblemsOf(lngEntry))
-        sign |= problem.severity == checks::Severity::Error ? rsError : rsWarning;
+    const checks::Totals problems = d->TotalsOf(lngEntry);
+    if (problems.errors > 0)
+        sign |= rsError;
+    if (problems.warnings > 0)
+        sign |= rsWarning;
     return sign;
 }
 
