@@ -94,6 +94,8 @@ struct Text {
     QString text;
     quint8 properties = 0;
     int parameters = 0;
+    QString shortcutCharacter;
+    quint8 shortcutMode = 0;
 };
 
 // One string's text in a language. A translation has its source's kind and placeholders and,
@@ -106,11 +108,20 @@ Text MakeText(Random &random, const char *const (&vocabulary)[N], Kind kind, dou
     switch (kind) {
     case Kind::Caption: {
         QString caption = Capitalised(Words(random, vocabulary, random.Between(1, 3)));
-        caption.insert(qMin<qsizetype>(random.Between(0, 2), caption.size() - 1), u'&');
+        qsizetype marker = qMin<qsizetype>(random.Between(0, 2), caption.size() - 1);
+        if (!caption.at(marker).isLetter())
+            marker = 0;   // a marker goes on a letter, never on the blank after a short word
+        caption.insert(marker, u'&');
         if (random.Unit() < 0.3)
             caption += QStringLiteral("...");
         t.text = caption;
         t.properties = kvedit::tpAllowShortcut;
+        // As a resource script's import sets them: placed by the marker, and the character
+        // named where it is a plain letter or digit.
+        const QChar marked = caption.at(marker + 1).toUpper();
+        if ((marked >= u'A' && marked <= u'Z') || (marked >= u'0' && marked <= u'9'))
+            t.shortcutCharacter = QString(marked);
+        t.shortcutMode = 1;
         break;
     }
     case Kind::Prompt:
@@ -205,6 +216,8 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
         source.text = english.text;
         source.hasText = true;
         source.properties = english.properties;
+        source.shortcutCharacter = english.shortcutCharacter;
+        source.shortcutMode = english.shortcutMode;
         if (english.properties & tpAllowShortcut && random.Unit() < 0.2) {
             source.shortcutCharacter = QString(QChar(u'A' + random.Between(0, 25)));
             source.shortcutMode = static_cast<quint8>(random.Between(1, 4));
@@ -239,8 +252,12 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
             t.hasText = true;
             t.properties = german.properties;
             t.description = source.description;
-            t.shortcutCharacter = source.shortcutCharacter;
-            t.shortcutMode = source.shortcutMode;
+            // A translation marks its own character; one whose English has its shortcut set by
+            // hand keeps that setting.
+            const bool byHand = source.shortcutCharacter != english.shortcutCharacter
+                                || source.shortcutMode != english.shortcutMode;
+            t.shortcutCharacter = byHand ? source.shortcutCharacter : german.shortcutCharacter;
+            t.shortcutMode = byHand ? source.shortcutMode : german.shortcutMode;
             t.revision = source.revision;
             t.status = sfApproved;
             return t;
