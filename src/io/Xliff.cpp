@@ -650,21 +650,6 @@ bool DefaultParameters(const QList<ParameterDefinition> &parameters, const QStri
     return true;
 }
 
-// Other tools may collapse white space unless told to keep it.
-bool NeedsPreservedSpace(const QString &text)
-{
-    if (text.isEmpty())
-        return false;
-    if (text.front().isSpace() || text.back().isSpace())
-        return true;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        if (c == u'\n' || c == u'\r' || c == u'\t' || (c == u' ' && i + 1 < text.size() && text.at(i + 1).isSpace()))
-            return true;
-    }
-    return false;
-}
-
 // Our text properties where they differ from what the texts show, our string id on another
 // tool's unit, as the unit's extradata: "kvedit;ch=;md=0;p1=the file name". A value escapes
 // '%' and ';' as %25 and %3B.
@@ -724,9 +709,6 @@ void WriteUnit(QXmlStreamWriter &w, const ImportedString &u, bool withTargets)
     // carry it.
     if (approved && TranslationStateOf(stateName, true, false, qualifier) != TranslationState::Approved)
         w.writeAttribute(QStringLiteral("approved"), QStringLiteral("yes"));
-    if (NeedsPreservedSpace(u.sourceText) || (hasTarget && NeedsPreservedSpace(*u.target))
-        || NeedsPreservedSpace(u.description.value_or(QString())))
-        w.writeAttribute(QStringLiteral("xml:space"), QStringLiteral("preserve"));
     const QString extra = ExtraData(u, hasTarget);
     if (!extra.isEmpty())
         w.writeAttribute(QStringLiteral("extradata"), extra);
@@ -762,6 +744,9 @@ void WriteFileStart(QXmlStreamWriter &w, const XliffDocument &document, const QS
     if (!document.targetLanguage.isEmpty())
         w.writeAttribute(QStringLiteral("target-language"), document.targetLanguage);
     w.writeAttribute(QStringLiteral("datatype"), ours ? QStringLiteral("winres") : QStringLiteral("plaintext"));
+    // Every text keeps its blanks and line breaks exactly; said once for the file (units inherit
+    // it) rather than on thousands of units.
+    w.writeAttribute(QStringLiteral("xml:space"), QStringLiteral("preserve"));
     if (ours) {
         w.writeAttribute(QStringLiteral("tool-id"), QStringLiteral("kvedit"));
         w.writeStartElement(QStringLiteral("header"));
