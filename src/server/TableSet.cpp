@@ -281,6 +281,26 @@ EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
     return {r->hasText ? r->text : QString(), r->description, r->shortcutCharacter, r->properties, r->shortcutMode};
 }
 
+std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) const
+{
+    CheckId(id);
+    const auto values = [](const Record &r) {
+        return EntryValues{r.hasText ? r.text : QString(), r.description, r.shortcutCharacter, r.properties,
+                           r.shortcutMode};
+    };
+    if (const Record *now = m_data.sources[ssEnglishDefault].find(id); now && now->revision == revision)
+        return values(*now);
+    // An unsaved edit that raised the revision replaces the saved record, which the file does not
+    // keep as history until the Save.
+    const auto saved = m_savedRecords.constFind(KeyOf(ssEnglishDefault, id));
+    if (saved != m_savedRecords.cend() && saved->has_value() && (*saved)->revision == revision)
+        return values(**saved);
+    if (m_store)
+        if (const std::optional<Record> kept = m_store->EnglishHistory(id, revision))
+            return values(*kept);
+    return std::nullopt;
+}
+
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
