@@ -62,6 +62,10 @@ QGroupBox *frmTranslate::CreateChangePanel()
     lblChange->setTextFormat(Qt::RichText);
     lblChange->setWordWrap(true);
     lblChange->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // A struck comma must be seen at a glance: the difference is set a little larger.
+    QFont larger = lblChange->font();
+    larger.setPointSizeF(larger.pointSizeF() * 1.2);
+    lblChange->setFont(larger);
     lblChangeClass = new QLabel(fraChange);
     lblChangeClass->setObjectName(QStringLiteral("lblChangeClass"));
     cmdKeepApproval = new QPushButton(QStringLiteral("&Keep Approval"), fraChange);

@@ -149,7 +149,7 @@ bool IsTrivial(ChangeClass change)
 QString Describe(ChangeClass change)
 {
     switch (change) {
-    case ChangeClass::Text: return QStringLiteral("text changed");
+    case ChangeClass::Text: return QStringLiteral("text (words changed)");
     case ChangeClass::Punctuation: return QStringLiteral("punctuation or whitespace only");
     case ChangeClass::Shortcut: return QStringLiteral("shortcut marker only");
     case ChangeClass::Properties: return QStringLiteral("properties only");

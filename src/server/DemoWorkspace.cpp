@@ -626,11 +626,12 @@ WorkspacePtr CreateDemoWorkspace(const QString &path, bool replace)
         std::vector<std::pair<StringId, Record>> now;
         for (const EarlierEnglish &e : kEarlierEnglish) {
             const StringId id = set.IdOfSymbol(QString::fromLatin1(e.symbol));
-            Record earlier = *set.RecordOf(id, ssEnglishDefault);
-            now.emplace_back(id, earlier);
-            earlier.text = QString::fromUtf8(e.english);
+            const Record current = *set.RecordOf(id, ssEnglishDefault);
+            now.emplace_back(id, current);
+            Record earlier = RecordFor(QString::fromUtf8(e.english), current.description);
             earlier.properties ^= static_cast<quint8>(e.properties);
-            earlier.revision = static_cast<qint16>(earlier.revision - 1);
+            earlier.status = current.status;
+            earlier.revision = static_cast<qint16>(current.revision - 1);
             set.PutRecord(id, ssEnglishDefault, earlier);
         }
         set.Save(ssEnglishDefault, false);

@@ -73,7 +73,7 @@ private slots:
         QTest::addColumn<QStringList>("shown");   // empty: no panel at all
         QTest::addColumn<bool>("keep");
         QTest::newRow("word replaced") << "Could not open %1" << "Could not read %1"
-                                       << QStringList{"<s", "open", "read", "text changed"} << false;
+                                       << QStringList{"<s", "open", "read", "words changed"} << false;
         QTest::newRow("ellipsis added") << "Open" << "Open..." << QStringList{"...", "punctuation"} << true;
         QTest::newRow("current") << "Close" << "Close" << QStringList{} << false;
     }
