@@ -1,10 +1,13 @@
 // Grading English changes and carrying translations over the trivial ones, on pairs as a desktop
 // application's strings change; and the counts per class over a saved workspace.
 
+#include "cli/CommandLine.h"
 #include "history/EnglishChanges.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QtTest>
 
 using namespace kvedit;
@@ -160,6 +163,28 @@ private slots:
                      .arg(counts.shortcut).arg(counts.properties).arg(counts.none).arg(counts.unknown)));
         QVERIFY(!ChangeSince(*set, 6, ssLocalDefault));
         QCOMPARE(ChangeSince(*set, 2, ssLocalDefault)->before->text, QString("&Open"));
+    }
+
+    // kvedit stats on the demo, whose history has two of words, two of punctuation and one each
+    // of marker and property among the German default's out-of-date strings.
+    void statsPerClass()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("demo.kvw");
+        server::CreateDemoWorkspace(path);
+        QString text, errors;
+        QTextStream out(&text), err(&errors);
+        QCOMPARE(cli::RunCommandLine({"kvedit", "stats", path, "--table", "1", "--json"}, out, err), 0);
+        out.flush();
+        const QJsonObject byChange = QJsonDocument::fromJson(text.toUtf8()).object().value("outOfDateByChange").toObject();
+        QCOMPARE(byChange.value("text").toInt(), 2);
+        QCOMPARE(byChange.value("punctuation").toInt(), 2);
+        QCOMPARE(byChange.value("shortcut").toInt(), 1);
+        QCOMPARE(byChange.value("properties").toInt(), 1);
+        int sum = 0;
+        for (const QJsonValue v : byChange)
+            sum += v.toInt();
+        QCOMPARE(sum, server::DemoCounts(ssLocalDefault).outOfDate - server::DemoCounts(ssLocalDefault).missing);
     }
 };
 
