@@ -646,7 +646,7 @@ void SqliteStore::Write(const ChangeSet &changes)
             for (const ChangeSet::RecordChange &c : changes.records) {
                 if (c.record) {
                     const Record &r = *c.record;
-                    if (c.source == ssEnglishDefault) {
+                    if (c.source == ssEnglishDefault && c.replacesSaved) {
                         keepEnglish.Bind(1, static_cast<int>(c.id));
                         keepEnglish.Bind(2, static_cast<int>(r.revision));
                         keepEnglish.Run();

@@ -466,7 +466,9 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
             promoted.push_back({static_cast<StringSource>(source + 1), id, value});
             promoted.push_back({static_cast<StringSource>(source), id, std::nullopt});
         } else {
-            changes.records.push_back({static_cast<StringSource>(source), id, working});
+            // A string new since the last save replaces nothing, which saves the history's
+            // look-up for every string of an import into a new workspace.
+            changes.records.push_back({static_cast<StringSource>(source), id, working, m_savedRecords.value(key).has_value()});
         }
     }
     // After the plain edits, so a promoted value wins over an edit of the default itself.
