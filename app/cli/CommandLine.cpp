@@ -2,6 +2,8 @@
 
 #include "cli/QualityReport.h"
 
+#include "history/EnglishChanges.h"
+
 #include "io/CodePages.h"
 #include "io/WorkspaceTransfer.h"
 #include "model/StandardLocale.h"
@@ -438,6 +440,13 @@ int RunStats(const QStringList &arguments, QTextStream &out)
         int total, translated, missing, outOfDate, unapproved;
     } c{s.strings, s.strings - s.missing, s.missing, s.missing + s.outOfDate, s.NeedsWork()};
     const Language language = workspace->Tables()->SourceLanguage(version);
+    // The out-of-date translations (missing ones not included) by what changed in the English.
+    history::ClassCounts perClass = history::CountChanges(*workspace->Tables(), version, workspace->Set()->MaximumCount());
+    QList<QPair<history::ChangeClass, int>> classes;
+    for (const history::ChangeClass change : {history::ChangeClass::Text, history::ChangeClass::Punctuation,
+                                              history::ChangeClass::Shortcut, history::ChangeClass::Properties,
+                                              history::ChangeClass::None, history::ChangeClass::Unknown})
+        classes.append({change, perClass[change]});
     if (parser.isSet(json)) {
         QJsonObject o;
         o.insert(QStringLiteral("workspace"), path);
@@ -451,6 +460,10 @@ int RunStats(const QStringList &arguments, QTextStream &out)
         o.insert(QStringLiteral("approved"), s.approved);
         o.insert(QStringLiteral("locallyEdited"), s.localEdits);
         o.insert(QStringLiteral("correctionsPending"), s.pendingCorrections);
+        QJsonObject byClass;
+        for (const auto &[change, count] : classes)
+            byClass.insert(history::Key(change), count);
+        o.insert(QStringLiteral("outOfDateByChange"), byClass);
         out << QJsonDocument(o).toJson(QJsonDocument::Indented);
         return exitSuccess;
     }
@@ -472,6 +485,12 @@ int RunStats(const QStringList &arguments, QTextStream &out)
     for (const auto &row : rows)
         out << "  " << QString::fromLatin1(row.label).leftJustified(12) << ' '
             << QString::number(row.value).rightJustified(width) << row.remark << '\n';
+    if (perClass.Total() > 0) {
+        out << "  Out-of-date translations by their English change:\n";
+        for (const auto &[change, count] : std::as_const(classes))
+            if (count > 0)
+                out << "    " << QString::number(count).rightJustified(width) << "  " << history::Describe(change) << '\n';
+    }
     return exitSuccess;
 }
 

@@ -268,6 +268,7 @@ void frmTranslate::CreateControls()
 
     auto *form = new QVBoxLayout(this);
     form->addLayout(idRow);
+    form->addWidget(CreateChangePanel());
     form->addWidget(fraSource, 2);
     form->addWidget(fraTranslate, 3);
     form->addWidget(fraParameters, 2);
@@ -373,6 +374,7 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
             m_openingParameters = parameters->Items();
         LoadOriginalsComboBox();
         InitializeValues();
+        ShowEnglishChange();
         const QString pending = entry->PendingText();
         if (!pending.isEmpty())
             rtfTranslate->setPlainText(pending);

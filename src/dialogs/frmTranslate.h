@@ -11,6 +11,9 @@
 // rtfTranslate, rtfOriginal and txtProperties are QPlainTextEdits; their line breaks stand for
 // CR LF in the texts the dialog reads and writes. lvwParameters is a two-column QTreeWidget.
 // lblProblems, under the new text, lists what the quality checks find in it as it is typed.
+// fraChange, above the original, shows an out-of-date translation what its English went through
+// since (frmTranslateHistory.cpp): lblChangeRevisions, lblChange (the word difference),
+// lblChangeClass and, for a trivial change, cmdKeepApproval.
 
 #include "model/StringTables.h"
 #include "model/Types.h"
@@ -35,6 +38,9 @@ namespace kvedit {
 
 namespace checks {
 struct StringValues;
+}
+namespace history {
+struct EnglishChange;
 }
 
 class frmTranslate : public QDialog {
@@ -107,6 +113,11 @@ private:
     // text, alone) and shows the problems under the box, underlining their characters in it.
     void UpdateProblems();
 
+    // What changed in the English (frmTranslateHistory.cpp).
+    QGroupBox *CreateChangePanel();
+    void ShowEnglishChange();
+    void cmdKeepApproval_Click();
+
     // Parameters.
     void SetupParameterDisplay();
     void SetupParameterColumns();
@@ -143,6 +154,11 @@ private:
     QLabel *lblDescription;
     QLabel *lblId;
     QLabel *lblProblems;
+    QGroupBox *fraChange = nullptr;
+    QLabel *lblChangeRevisions = nullptr;
+    QLabel *lblChange = nullptr;
+    QLabel *lblChangeClass = nullptr;
+    QPushButton *cmdKeepApproval = nullptr;
 
     StringEntryPtr m_entry;
     bool m_saved = false;
@@ -160,6 +176,8 @@ private:
     // null for an English text, which is checked alone.
     std::shared_ptr<const checks::StringValues> m_english;
     bool m_checkEnglish = false;
+    // The English change of an out-of-date translation; null when it is current.
+    std::shared_ptr<const history::EnglishChange> m_change;
 };
 
 } // namespace kvedit

@@ -109,6 +109,8 @@ public:
     void ProcessEditMenuFindUnapprovedTranslation();
     // The next row, after the current one and wrapping, whose string the quality checks fault.
     void ProcessEditMenuFindNextProblem();
+    // Carry Over Trivial Changes (frmEditHistory.cpp).
+    void ProcessEditMenuCarryOver();
 
     // Entry commands.
     void ProcessEditMenuGoTo();
@@ -159,6 +161,7 @@ private:
 
     // Added to the window beside its specified parts.
     void SetupWorkflow();
+    void SetupCarryOver();
     void SetupFilterChoices();
     void UpdateProgress();
     // After the tables changed for these ids (none: anything), the states and the list follow.

@@ -151,6 +151,7 @@ void frmEdit::SetupWorkflow()
         UpdateMenuState();
     });
     m_mnuEdit->insertAction(EditItem(10), findProblem);
+    SetupCarryOver();
 
     auto *focusFilter = new QAction(this);
     focusFilter->setObjectName(QStringLiteral("actFocusFilter"));

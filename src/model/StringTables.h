@@ -213,6 +213,15 @@ public:
                     | (entry->Property(tpAllowTab) ? tpAllowTab : 0),
                 entry->ShortcutMode()};
     }
+    // The English default's text and text properties of an id as they stood at a revision: the
+    // current ones at the current revision, earlier ones where the server keeps what a Save
+    // replaced. nullopt when it cannot tell, which is all a server without a history answers.
+    virtual std::optional<EntryValues> EnglishAt(StringId id, qint16 revision) const
+    {
+        Q_UNUSED(id)
+        Q_UNUSED(revision)
+        return std::nullopt;
+    }
 };
 
 class TextServer {

@@ -15,6 +15,8 @@
 //   n % 25 == 21   revisions equal, not approved                    (unapproved)
 //   n % 25 == 16   English revision 2, German 2, approved           (changed, confirmed)
 //   otherwise      revision 1, approved                              (translated)
+// Six of the out-of-date ones (kEarlierEnglish) have the English they were translated from in
+// the file's history: two with words changed, two punctuation, a shortcut marker, a property.
 // The Japanese-edition strings have no German (those with even ids a record without text).
 // Local edits (source 0) lie over the defaults for the strings in kLocalEdits, and a few
 // English corrections wait in source 2 (kEnglishEdits).
@@ -46,6 +48,8 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <utility>
+#include <vector>
 
 namespace kvedit::server {
 
@@ -425,6 +429,24 @@ constexpr EnglishEdit kEnglishEdits[] = {
     {"IDS_TEXT_TIP_DRAG", "Did you know?\nYou can drag pictures from the desktop straight into a document."},
 };
 
+// The English some out-of-date translations were made from, before the English text of now
+// replaced it: written first and then replaced by a Save, which keeps it as history, so the
+// translate dialog can show what changed. One of each kind of change.
+struct EarlierEnglish {
+    const char *symbol;
+    const char *english;
+    int properties;   // toggled against the English of now
+};
+
+constexpr EarlierEnglish kEarlierEnglish[] = {
+    {"IDS_MSG_DELETE_STYLE", "Do you want to delete the style %1?", 0},                  // words
+    {"IDS_MSG_RESTART", "Changes take effect when the program is restarted.", 0},        // words
+    {"IDS_MSG_CONNECTION", "The server %1 could not be reached!", 0},                   // punctuation
+    {"IDS_EDIT_UNDO_PROMPT", "Undoes the last action.", 0},                               // punctuation
+    {"IDS_DLG_COPIES", "&Number of copies:", 0},                                          // shortcut marker
+    {"IDS_DLG_TITLE_SAVE_AS", "Save As", tpMultipleLines},                                // properties
+};
+
 struct DemoString {
     StringId id;
     QString symbol;
@@ -599,8 +621,23 @@ WorkspacePtr CreateDemoWorkspace(const QString &path, bool replace)
     info.name = QStringLiteral("Demo Application");
     info.targetLanguage = QStringLiteral("de-DE");
     const auto fill = [](Workspace &workspace) {
-        Fill(*workspace.Set());
-        workspace.Set()->Save(ssEnglishDefault, false);
+        TableSet &set = *workspace.Set();
+        Fill(set);
+        std::vector<std::pair<StringId, Record>> now;
+        for (const EarlierEnglish &e : kEarlierEnglish) {
+            const StringId id = set.IdOfSymbol(QString::fromLatin1(e.symbol));
+            const Record current = *set.RecordOf(id, ssEnglishDefault);
+            now.emplace_back(id, current);
+            Record earlier = RecordFor(QString::fromUtf8(e.english), current.description);
+            earlier.properties ^= static_cast<quint8>(e.properties);
+            earlier.status = current.status;
+            earlier.revision = static_cast<qint16>(current.revision - 1);
+            set.PutRecord(id, ssEnglishDefault, earlier);
+        }
+        set.Save(ssEnglishDefault, false);
+        for (const auto &[id, record] : now)
+            set.PutRecord(id, ssEnglishDefault, record);
+        set.Save(ssEnglishDefault, false);
     };
     if (path.isEmpty()) {
         WorkspacePtr workspace = Workspace::CreateInMemory(info);

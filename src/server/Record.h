@@ -131,6 +131,7 @@ struct ChangeSet {
         StringSource source;
         StringId id;
         std::optional<Record> record;   // nullopt deletes the record
+        bool replacesSaved = true;      // false: the file holds no record there to keep as history
     };
     struct ParameterChange {
         StringId id;

@@ -175,6 +175,20 @@ CREATE TABLE IF NOT EXISTS exchange_origins(
 );
 )sql";
 
+// Schema 3: the English default's texts as they were before a Save raised their revision, with
+// their text properties, so that an out-of-date translation can be shown what changed since.
+const char kTablesSince3[] = R"sql(
+CREATE TABLE IF NOT EXISTS english_history(
+    id INTEGER NOT NULL,
+    revision INTEGER NOT NULL,
+    text TEXT,
+    properties INTEGER NOT NULL DEFAULT 0,
+    shortcut_character TEXT NOT NULL DEFAULT '',
+    shortcut_mode INTEGER NOT NULL DEFAULT 0,
+    PRIMARY KEY (id, revision)
+) WITHOUT ROWID;
+)sql";
+
 // Every schema object a workspace file may hold: our tables, with their columns in order, and
 // the indexes we make. A file holding anything else (a view, a trigger, a table of another
 // shape) is not opened: a crafted object named like ours could make opening hang or swallow
@@ -191,6 +205,7 @@ const ExpectedTable kTables[] = {
     {"parameters", "id,position,number,description", 1},
     {"symbols", "id,symbol", 1},
     {"exchange_origins", "id,original,unit,source_markup,target_markup,target_state,state_qualifier", 2},
+    {"english_history", "id,revision,text,properties,shortcut_character,shortcut_mode", 3},
 };
 struct ExpectedIndex {
     const char *name;
@@ -493,6 +508,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Create(const QString &path, const Work
         Exec(db, "BEGIN IMMEDIATE");
         Exec(db, kSchema);
         Exec(db, kTablesSince2);
+        Exec(db, kTablesSince3);
         Exec(db, QByteArray("PRAGMA application_id = " + QByteArray::number(kApplicationId)).constData());
         Exec(db, QByteArray("PRAGMA user_version = " + QByteArray::number(kSchemaVersion)).constData());
         Statement meta(db, "INSERT INTO meta(key, value) VALUES (?, ?)");
@@ -610,10 +626,19 @@ void SqliteStore::Write(const ChangeSet &changes)
     try {
         try {
             Exec(m_db, "BEGIN IMMEDIATE");
-            if (m_schema < 2) {
+            if (m_schema < 2)
                 Exec(m_db, kTablesSince2);
-                Exec(m_db, "PRAGMA user_version = 2");
-            }
+            if (m_schema < 3)
+                Exec(m_db, kTablesSince3);
+            if (m_schema < kSchemaVersion)
+                Exec(m_db, QByteArray("PRAGMA user_version = " + QByteArray::number(kSchemaVersion)).constData());
+            // Before an English default record is replaced by one of another revision, the stored
+            // one is kept: taken from the file itself, it is exactly what the translations saved
+            // against that revision were made from, whatever the edits in memory went through.
+            Statement keepEnglish(m_db, "INSERT OR REPLACE INTO english_history(id, revision, text, properties, "
+                                        "shortcut_character, shortcut_mode) "
+                                        "SELECT id, revision, text, properties, shortcut_character, shortcut_mode "
+                                        "FROM records WHERE source = 3 AND id = ? AND revision <> ?");
             Statement putRecord(m_db, "INSERT OR REPLACE INTO records(source, id, text, description, properties, "
                                       "shortcut_character, shortcut_mode, revision, status) "
                                       "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
@@ -621,6 +646,11 @@ void SqliteStore::Write(const ChangeSet &changes)
             for (const ChangeSet::RecordChange &c : changes.records) {
                 if (c.record) {
                     const Record &r = *c.record;
+                    if (c.source == ssEnglishDefault && c.replacesSaved) {
+                        keepEnglish.Bind(1, static_cast<int>(c.id));
+                        keepEnglish.Bind(2, static_cast<int>(r.revision));
+                        keepEnglish.Run();
+                    }
                     putRecord.Bind(1, static_cast<int>(c.source));
                     putRecord.Bind(2, static_cast<int>(c.id));
                     if (r.hasText)
@@ -704,6 +734,32 @@ void SqliteStore::Write(const ChangeSet &changes)
     } catch (const SqliteFailure &f) {
         const QString disk = DiskReason(f);
         throw KvError(errStorage, QStringLiteral("Cannot save workspace %1: %2").arg(DisplayName(), disk.isEmpty() ? f.message : disk));
+    }
+}
+
+std::optional<Record> SqliteStore::EnglishHistory(StringId id, qint16 revision) const
+{
+    if (m_schema < 3)
+        return std::nullopt;   // not migrated yet: no save has kept anything
+    try {
+        Statement find(m_db, "SELECT text, properties, shortcut_character, shortcut_mode FROM english_history "
+                             "WHERE id = ? AND revision = ?");
+        find.Bind(1, static_cast<int>(id));
+        find.Bind(2, static_cast<int>(revision));
+        if (!find.Step())
+            return std::nullopt;
+        Record r;
+        r.hasText = !find.IsNull(0);
+        r.text = find.Text(0);
+        r.properties = static_cast<quint8>(find.Int(1) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+        r.shortcutCharacter = find.Text(2);
+        const int mode = find.Int(3);
+        r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+        r.revision = revision;
+        return r;
+    } catch (const SqliteFailure &f) {
+        throw KvError(errStorage, QStringLiteral("Cannot read the English history of string %1 in workspace %2: %3")
+                                      .arg(id).arg(DisplayName(), f.message));
     }
 }
 

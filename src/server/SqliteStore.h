@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 struct sqlite3;
 
@@ -17,8 +18,9 @@ class SqliteStore {
 public:
     // The application id ("KVW1") and the schema this build reads and writes.
     static constexpr int kApplicationId = 0x4B565731;
-    // Schema 2 added the exchange_origins table; a schema 1 file gains it on its first save.
-    static constexpr int kSchemaVersion = 2;
+    // Schema 2 added the exchange_origins table, schema 3 the English history; an older file
+    // gains them on its first save.
+    static constexpr int kSchemaVersion = 3;
 
     // A new file (KvError when it exists or cannot be made); an empty path makes an
     // in-memory database.
@@ -36,6 +38,10 @@ public:
     // All changes in one transaction; on failure nothing is written and KvError(errStorage)
     // names the file and the database's reason.
     void Write(const ChangeSet &changes);
+
+    // The English default's record of an id as it stood at a revision that a Save replaced
+    // (text and text properties only); nullopt when the file keeps none.
+    std::optional<Record> EnglishHistory(StringId id, qint16 revision) const;
 
 private:
     SqliteStore(QString path, sqlite3 *db);

@@ -281,6 +281,26 @@ EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
     return {r->hasText ? r->text : QString(), r->description, r->shortcutCharacter, r->properties, r->shortcutMode};
 }
 
+std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) const
+{
+    CheckId(id);
+    const auto values = [](const Record &r) {
+        return EntryValues{r.hasText ? r.text : QString(), r.description, r.shortcutCharacter, r.properties,
+                           r.shortcutMode};
+    };
+    if (const Record *now = m_data.sources[ssEnglishDefault].find(id); now && now->revision == revision)
+        return values(*now);
+    // An unsaved edit that raised the revision replaces the saved record, which the file does not
+    // keep as history until the Save.
+    const auto saved = m_savedRecords.constFind(KeyOf(ssEnglishDefault, id));
+    if (saved != m_savedRecords.cend() && saved->has_value() && (*saved)->revision == revision)
+        return values(**saved);
+    if (m_store)
+        if (const std::optional<Record> kept = m_store->EnglishHistory(id, revision))
+            return values(*kept);
+    return std::nullopt;
+}
+
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
     CheckIdAndSource(id, source);
@@ -446,7 +466,9 @@ ChangeSet TableSet::CollectChanges(int promoteFrom) const
             promoted.push_back({static_cast<StringSource>(source + 1), id, value});
             promoted.push_back({static_cast<StringSource>(source), id, std::nullopt});
         } else {
-            changes.records.push_back({static_cast<StringSource>(source), id, working});
+            // A string new since the last save replaces nothing, which saves the history's
+            // look-up for every string of an import into a new workspace.
+            changes.records.push_back({static_cast<StringSource>(source), id, working, m_savedRecords.value(key).has_value()});
         }
     }
     // After the plain edits, so a promoted value wins over an edit of the default itself.

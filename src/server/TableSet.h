@@ -46,6 +46,7 @@ public:
     QStringList DisabledCheckRules() const override;
     void SetDisabledCheckRules(const QStringList &ruleIds) override;   // an edit
     EntryValues Values(StringId id, kvedit::StringSource source) const override;
+    std::optional<EntryValues> EnglishAt(StringId id, qint16 revision) const override;
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }

@@ -429,7 +429,7 @@ private slots:
             QVERIFY(f.resize(f.size() / 2));
         } else if (kind == "newer" || kind == "noschema") {
             SavedFile(path, {"one"});
-            ExecOn(path, kind == "newer" ? "PRAGMA user_version = 3" : "PRAGMA user_version = 0");
+            ExecOn(path, kind == "newer" ? "PRAGMA user_version = 99" : "PRAGMA user_version = 0");
         } else if (kind == "badrecord") {
             SavedFile(path, {}, 10);
             ExecOn(path, "INSERT INTO records(source, id, text) VALUES (3, 11, 'beyond the maximum')");
