@@ -12,6 +12,7 @@
 // CR LF in the texts the dialog reads and writes. lvwParameters is a two-column QTreeWidget.
 // lblProblems, under the new text, lists what the quality checks find in it as it is typed.
 
+#include "memory/TranslationMemory.h"
 #include "model/StringTables.h"
 #include "model/Types.h"
 
@@ -51,6 +52,9 @@ public:
     // Whether the dialog closed by Save && Next: the caller stores the result and opens the next
     // string that needs work.
     bool SaveNextRequested() const { return m_saveNext; }
+
+    // The memory the suggestions come from (null: no suggestions), set before Edit.
+    void SetMemory(memory::TranslationMemoryPtr memory) { m_memory = std::move(memory); }
 
     // Property indexes of the chkProperties and lblProperties arrays.
     enum PropertyIndex { piShortcut = 0, piMultipleLines = 1, piTab = 2 };
@@ -160,6 +164,17 @@ private:
     // null for an English text, which is checked alone.
     std::shared_ptr<const checks::StringValues> m_english;
     bool m_checkEnglish = false;
+
+    // Suggestions from the translation memory (frmTranslateMemory.cpp): lstSuggestions in
+    // fraSuggestions, filled a moment after the dialog opens; Ctrl+1..Ctrl+5 insert one.
+    QGroupBox *CreateSuggestions();
+    void StartSuggestions();
+    void ShowSuggestions();
+    void InsertSuggestion(int index);
+    QGroupBox *fraSuggestions = nullptr;
+    QTreeWidget *lstSuggestions = nullptr;
+    QTimer *tmrSuggestions = nullptr;
+    memory::TranslationMemoryPtr m_memory;
 };
 
 } // namespace kvedit
