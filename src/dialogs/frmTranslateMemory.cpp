@@ -27,17 +27,26 @@ namespace kvedit {
 
 namespace {
 
-enum SuggestionColumn { scKey, scPercent, scTranslation, scEnglish, scOrigin };
+enum SuggestionColumn { scKey, scPercent, scTranslation, scOrigin };
 constexpr int kInsertRole = Qt::UserRole + 1;
 constexpr int kHtmlRole = Qt::UserRole + 2;
 constexpr int kMaxSuggestions = 5;
 // Long enough for the dialog to be painted and take keys first.
 constexpr int kLookupDelayMs = 80;
+// Below this the shared words are mostly the small ones ("the", "of"): no help to a translator.
+constexpr int kShownFloor = 60;
 
-// Paints a cell's marked-up text (the English with its differences) in one line.
+// Paints a cell's marked-up text: the translation over the English of the match, whose
+// differences to this string's English are marked.
 class HtmlDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const QSize plain = QStyledItemDelegate::sizeHint(option, index);
+        return {plain.width(), option.fontMetrics.lineSpacing() * 2 + 6};
+    }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
@@ -67,7 +76,7 @@ public:
 // One line of a text for a list cell.
 QString OneLine(const QString &text)
 {
-    return QString(text).replace(QStringLiteral("\r\n"), QStringLiteral(" \u21b5 "));
+    return QString(text).replace(QStringLiteral("\r\n"), QStringLiteral(" \u21b5 ")).replace(u'\t', QStringLiteral("  "));
 }
 
 } // namespace
@@ -81,18 +90,18 @@ QGroupBox *frmTranslate::CreateSuggestions()
     lstSuggestions->setRootIsDecorated(false);
     lstSuggestions->setUniformRowHeights(true);
     lstSuggestions->setAllColumnsShowFocus(true);
-    lstSuggestions->setHeaderLabels({QStringLiteral("Key"), QStringLiteral("Match"), QStringLiteral("Translation"),
-                                     QStringLiteral("English of the match (differences to this one)"),
+    lstSuggestions->setHeaderLabels({QStringLiteral("Key"), QStringLiteral("Match"),
+                                     QStringLiteral("Translation / English of the match, its differences to this one marked"),
                                      QStringLiteral("From")});
-    lstSuggestions->setItemDelegateForColumn(scEnglish, new HtmlDelegate(lstSuggestions));
+    lstSuggestions->setItemDelegateForColumn(scTranslation, new HtmlDelegate(lstSuggestions));
     QHeaderView *header = lstSuggestions->header();
     header->setStretchLastSection(false);
     header->setSectionResizeMode(scKey, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(scPercent, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(scTranslation, QHeaderView::Stretch);
-    header->setSectionResizeMode(scEnglish, QHeaderView::Stretch);
     header->setSectionResizeMode(scOrigin, QHeaderView::ResizeToContents);
-    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 7);
+    // Five suggestions of two lines each, under the header.
+    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 13);
     auto *layout = new QVBoxLayout(fraSuggestions);
     layout->addWidget(lstSuggestions);
     fraSuggestions->hide();
@@ -131,7 +140,7 @@ void frmTranslate::ShowSuggestions()
     const QString english = tables ? tables->Text(m_entry->Id(), ssEnglishDefault) : QString();
     QList<memory::Suggestion> found;
     try {
-        found = m_memory->Lookup(english, m_entry->Id(), 50, kMaxSuggestions);
+        found = m_memory->Lookup(english, m_entry->Id(), kShownFloor, kMaxSuggestions);
     } catch (const KvError &e) {
         // The dialog works without suggestions; the reason is there for a look.
         qCWarning(lcSuggestions) << e.Description();
@@ -145,12 +154,15 @@ void frmTranslate::ShowSuggestions()
         item->setText(scKey, QStringLiteral("Ctrl+%1").arg(i + 1));
         item->setText(scPercent, QStringLiteral("%1 %").arg(s.percent));
         item->setTextAlignment(scPercent, Qt::AlignRight | Qt::AlignVCenter);
-        item->setText(scTranslation, OneLine(s.insertText) + (s.approved ? QString() : QStringLiteral("  (unapproved)")));
+        item->setText(scTranslation, OneLine(s.insertText));
         item->setData(scTranslation, kInsertRole, s.insertText);
-        item->setText(scEnglish, OneLine(s.english));
-        item->setData(scEnglish, kHtmlRole,
-                      s.english == english ? OneLine(s.english).toHtmlEscaped()
-                                           : OneLine(textdiff::DiffHtml(textdiff::WordDiff(s.english, english))));
+        const QString marked = s.english == english
+                                   ? OneLine(s.english).toHtmlEscaped()
+                                   : textdiff::DiffHtml(textdiff::WordDiff(OneLine(s.english), OneLine(english)));
+        item->setData(scTranslation, kHtmlRole,
+                      OneLine(s.insertText).toHtmlEscaped()
+                          + (s.approved ? QString() : QStringLiteral(" <i>(unapproved)</i>"))
+                          + QStringLiteral("<br><span style=\"color:#555\">") + marked + QStringLiteral("</span>"));
         item->setText(scOrigin, QStringLiteral("%1, %2").arg(s.origin).arg(s.id));
         QString tip = QStringLiteral("Stored: %1\nEnglish: %2").arg(s.translation, s.english);
         if (s.adapted)
