@@ -23,7 +23,7 @@ QProcessEnvironment Environment(bool display)
     static QTemporaryDir data;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_DATA_HOME"), data.path());
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), data.path());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), data.path() + QStringLiteral("/config"));
     env.remove(QStringLiteral("DISPLAY"));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     if (display)
