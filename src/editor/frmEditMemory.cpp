@@ -12,9 +12,14 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QMenu>
+#include <QTimer>
 #include <QUndoStack>
 
 namespace kvedit {
+
+namespace {
+constexpr int kMemoryWarmDelayMs = 300;
+} // namespace
 
 void frmEdit::SetupMemory()
 {
@@ -51,6 +56,17 @@ void frmEdit::BindMemory(const ResourceWorkspacePtr &rfw)
                                            : QFileInfo(location).absoluteFilePath();
     const TextServerPtr server = rfw->TextServer();
     m_memory->SetWorkspace(Tables(), key, server ? server->MaximumCount() : kMaxStringId);
+    // A large workspace takes a moment to index the first time: done once the window is up,
+    // rather than when the first translate dialog opens.
+    QTimer::singleShot(kMemoryWarmDelayMs, this, [this, memory = m_memory] {
+        if (memory != m_memory)
+            return;
+        try {
+            memory->Warm();
+        } catch (const KvError &e) {
+            qCWarning(lcEditor) << "The translation memory cannot be used:" << e.Description();
+        }
+    });
 }
 
 void frmEdit::NoteMemoryChanged(std::initializer_list<StringId> ids)

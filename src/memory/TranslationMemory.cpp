@@ -16,6 +16,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kvedit::memory {
 
@@ -25,9 +26,9 @@ namespace {
 constexpr int kSchemaVersion = 1;
 constexpr int kBusyTimeoutMs = 2000;
 // Candidates the full-text search hands on to the word comparison.
-constexpr int kFuzzyCandidates = 40;
-// Words the full-text query looks for; the longest say most about a text.
-constexpr int kQueryWords = 12;
+constexpr int kFuzzyCandidates = 60;
+// Words looked up in the full-text index; the longest say most about a text.
+constexpr int kQueryWords = 8;
 
 const char *const kSchema = R"(
 CREATE TABLE sources(key INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, language TEXT NOT NULL DEFAULT '',
@@ -241,6 +242,25 @@ struct TranslationMemory::Private {
     bool ownIndexed = false;
     QString language;
     QList<QPair<QString, qint64>> others;   // path, source key
+    // Words in each indexed English text by rowid, for choosing fuzzy candidates; loaded on the
+    // first fuzzy lookup after the index changed.
+    std::vector<quint16> wordCounts;
+
+    const std::vector<quint16> &WordCounts()
+    {
+        if (!wordCounts.empty())
+            return wordCounts;
+        Statement read(*this, "SELECT rowid, length(plain) - length(replace(plain, ' ', '')) + 1 FROM units");
+        while (read.Step()) {
+            const auto rowid = static_cast<size_t>(read.Int(0));
+            if (rowid >= wordCounts.size())
+                wordCounts.resize(rowid + 1 + rowid / 4, 0);
+            wordCounts[rowid] = static_cast<quint16>(qMin<qint64>(read.Int(1), 0xffff));
+        }
+        if (wordCounts.empty())
+            wordCounts.push_back(0);
+        return wordCounts;
+    }
 
     [[noreturn]] void Fail(const QString &what) const
     {
@@ -370,6 +390,7 @@ struct TranslationMemory::Private {
     // transaction: the caller's.
     void Index(qint64 source, const StringTableSet &tables, const QList<StringId> &ids, int maximumCount)
     {
+        wordCounts.clear();
         struct Stored {
             qint64 rowid;
             QString plain;
@@ -512,6 +533,12 @@ void TranslationMemory::Refresh(const QList<StringId> &ids)
     t.Commit();
 }
 
+void TranslationMemory::Warm()
+{
+    d->EnsureOwnIndexed();
+    d->WordCounts();
+}
+
 bool TranslationMemory::IsCurrent(const QString &path) const
 {
     Private::Statement find(*d, "SELECT stamp FROM sources WHERE path = ?");
@@ -602,7 +629,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
     };
 
     {
-        const QByteArray sql = "SELECT u.source, u.id, u.english, u.translation, u.approved FROM units u "
+        const QByteArray sql = "SELECT u.source, u.id, u.english, u.translation, u.approved FROM units u INDEXED BY units_loose "
                                "JOIN sources s ON s.key = u.source WHERE u.loose = ?" + where;
         Private::Statement exact(*d, sql.constData());
         exact.Bind(1, Loose(english));
@@ -611,8 +638,9 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
     }
 
     if (minPercent <= kBestFuzzy) {
-        // Any of the text's longer words, as trigram phrases; the best ranked are compared word
-        // by word.
+        // Candidates are the texts holding most of the query's longer words, a rare word counting
+        // more than a common one; the best of them are compared word by word. Scoring here rather
+        // than by the full-text rank keeps a lookup fast when common words match most rows.
         static const QRegularExpression word(QStringLiteral("[\\w']{3,}"), QRegularExpression::UseUnicodePropertiesOption);
         QStringList words;
         for (auto it = word.globalMatch(WithoutMarkers(english)); it.hasNext();) {
@@ -622,18 +650,55 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         }
         std::stable_sort(words.begin(), words.end(), [](const QString &a, const QString &b) { return a.size() > b.size(); });
         words = words.mid(0, kQueryWords);
+        // Per text: the weight of the query's words it holds (rare ones weigh more) and how many.
+        QHash<qint64, QPair<double, int>> held;
         if (!words.isEmpty()) {
-            QStringList phrases;
-            for (const QString &w : std::as_const(words))
-                phrases << u'"' + QString(w).replace(u'"', QStringLiteral("\"\"")) + u'"';
-            const QByteArray sql = "SELECT u.source, u.id, u.english, u.translation, u.approved FROM units_text "
-                                   "JOIN units u ON u.rowid = units_text.rowid JOIN sources s ON s.key = u.source "
-                                   "WHERE units_text MATCH ?" + where + " ORDER BY units_text.rank LIMIT "
-                                   + QByteArray::number(kFuzzyCandidates);
-            Private::Statement fuzzy(*d, sql.constData());
-            fuzzy.Bind(1, phrases.join(QStringLiteral(" OR ")));
-            bindSources(fuzzy, 2);
-            take(fuzzy, false);
+            Private::Statement size(*d, "SELECT max(rowid) FROM units");
+            size.Step();
+            const double rows = qMax<double>(1, size.Int(0));
+            Private::Statement posting(*d, "SELECT rowid FROM units_text WHERE units_text MATCH ?");
+            for (const QString &w : std::as_const(words)) {
+                QList<qint64> matched;
+                posting.Bind(1, u'"' + QString(w).replace(u'"', QStringLiteral("\"\"")) + u'"');
+                while (posting.Step())
+                    matched << posting.Int(0);
+                posting.Reset();
+                const double weight = std::log(1.0 + rows / qMax<double>(1, matched.size()));
+                for (const qint64 rowid : std::as_const(matched)) {
+                    QPair<double, int> &h = held[rowid];
+                    h.first += weight;
+                    ++h.second;
+                }
+            }
+        }
+        // Ranked as the word similarity will be, roughly: shared words against both lengths.
+        const std::vector<quint16> &counts = d->WordCounts();
+        const int queryWords = static_cast<int>(WithoutMarkers(english).simplified().count(u' ')) + 1;
+        struct Candidate {
+            double estimate, weight;
+            qint64 rowid;
+        };
+        QList<Candidate> ranked;
+        ranked.reserve(held.size());
+        for (auto it = held.cbegin(); it != held.cend(); ++it) {
+            const auto rowid = static_cast<size_t>(it.key());
+            const int words = rowid < counts.size() ? counts[rowid] : queryWords;
+            ranked.append({2.0 * it->second / (queryWords + qMax(1, words)), it->first, it.key()});
+        }
+        const qsizetype keep = qMin<qsizetype>(ranked.size(), kFuzzyCandidates);
+        std::partial_sort(ranked.begin(), ranked.begin() + keep, ranked.end(), [](const Candidate &a, const Candidate &b) {
+            if (a.estimate != b.estimate)
+                return a.estimate > b.estimate;
+            return a.weight > b.weight || (a.weight == b.weight && a.rowid < b.rowid);
+        });
+        const QByteArray sql = "SELECT u.source, u.id, u.english, u.translation, u.approved FROM units u "
+                               "JOIN sources s ON s.key = u.source WHERE u.rowid = ?" + where;
+        Private::Statement candidate(*d, sql.constData());
+        for (qsizetype i = 0; i < keep; ++i) {
+            candidate.Bind(1, ranked.at(i).rowid);
+            bindSources(candidate, 2);
+            take(candidate, false);
+            candidate.Reset();
         }
     }
 

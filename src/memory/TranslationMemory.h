@@ -63,7 +63,7 @@ public:
 
     // The workspace being edited: its translations (Local Edited as shown) become suggestions for
     // each other, named "this workspace". key tells it apart in the index (its file's path);
-    // language is its target language, which other workspaces must share to be suggested.
+    // other workspaces are suggested when their target language is this one's.
     // Indexed on the first lookup, or by Refresh.
     void SetWorkspace(const StringTableSetPtr &tables, const QString &key, int maximumCount);
     // Brings the index of the workspace being edited up to date for these ids (all when empty),
@@ -78,6 +78,10 @@ public:
     void UseIndexed(const QString &path);
     // The other workspaces in use, in the order they were added.
     QStringList Workspaces() const;
+
+    // Does now what the first lookup would otherwise do first (index the workspace being edited,
+    // read what choosing fuzzy candidates needs), so that lookup is as quick as the others.
+    void Warm();
 
     // Up to max suggestions for an English text, best first, at or above minPercent; the string
     // excludeId of the workspace being edited is left out (it is the one being translated).
