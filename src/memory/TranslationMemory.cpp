@@ -28,7 +28,7 @@ constexpr int kBusyTimeoutMs = 2000;
 // Candidates the full-text search hands on to the word comparison.
 constexpr int kFuzzyCandidates = 60;
 // Words looked up in the full-text index; the longest say most about a text.
-constexpr int kQueryWords = 8;
+constexpr int kQueryWords = 5;
 
 const char *const kSchema = R"(
 CREATE TABLE sources(key INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, language TEXT NOT NULL DEFAULT '',
@@ -651,23 +651,32 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         std::stable_sort(words.begin(), words.end(), [](const QString &a, const QString &b) { return a.size() > b.size(); });
         words = words.mid(0, kQueryWords);
         // Per text: the weight of the query's words it holds (rare ones weigh more) and how many.
-        QHash<qint64, QPair<double, int>> held;
+        std::vector<float> weights;     // by rowid
+        std::vector<quint8> shared;
+        std::vector<qint64> touched;
         if (!words.isEmpty()) {
             Private::Statement size(*d, "SELECT max(rowid) FROM units");
             size.Step();
-            const double rows = qMax<double>(1, size.Int(0));
+            const auto rows = static_cast<size_t>(qMax<qint64>(1, size.Int(0)));
+            weights.assign(rows + 1, 0);
+            shared.assign(rows + 1, 0);
             Private::Statement posting(*d, "SELECT rowid FROM units_text WHERE units_text MATCH ?");
+            std::vector<qint64> matched;
             for (const QString &w : std::as_const(words)) {
-                QList<qint64> matched;
+                matched.clear();
                 posting.Bind(1, u'"' + QString(w).replace(u'"', QStringLiteral("\"\"")) + u'"');
                 while (posting.Step())
-                    matched << posting.Int(0);
+                    matched.push_back(posting.Int(0));
                 posting.Reset();
-                const double weight = std::log(1.0 + rows / qMax<double>(1, matched.size()));
-                for (const qint64 rowid : std::as_const(matched)) {
-                    QPair<double, int> &h = held[rowid];
-                    h.first += weight;
-                    ++h.second;
+                const auto weight = static_cast<float>(std::log(1.0 + double(rows) / double(qMax<size_t>(1, matched.size()))));
+                for (const qint64 rowid : matched) {
+                    const auto r = static_cast<size_t>(rowid);
+                    if (r > rows)
+                        continue;
+                    if (shared[r] == 0)
+                        touched.push_back(rowid);
+                    weights[r] += weight;
+                    shared[r] = static_cast<quint8>(qMin(255, shared[r] + 1));
                 }
             }
         }
@@ -679,11 +688,11 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
             qint64 rowid;
         };
         QList<Candidate> ranked;
-        ranked.reserve(held.size());
-        for (auto it = held.cbegin(); it != held.cend(); ++it) {
-            const auto rowid = static_cast<size_t>(it.key());
-            const int words = rowid < counts.size() ? counts[rowid] : queryWords;
-            ranked.append({2.0 * it->second / (queryWords + qMax(1, words)), it->first, it.key()});
+        ranked.reserve(static_cast<qsizetype>(touched.size()));
+        for (const qint64 rowid : touched) {
+            const auto r = static_cast<size_t>(rowid);
+            const int words = r < counts.size() ? counts[r] : queryWords;
+            ranked.append({2.0 * shared[r] / (queryWords + qMax(1, words)), weights[r], rowid});
         }
         const qsizetype keep = qMin<qsizetype>(ranked.size(), kFuzzyCandidates);
         std::partial_sort(ranked.begin(), ranked.begin() + keep, ranked.end(), [](const Candidate &a, const Candidate &b) {
