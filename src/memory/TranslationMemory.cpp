@@ -567,14 +567,6 @@ void TranslationMemory::UseIndexed(const QString &path)
     d->others.append({absolute, d->SourceKey(absolute)});
 }
 
-QStringList TranslationMemory::Workspaces() const
-{
-    QStringList out;
-    for (const auto &other : std::as_const(d->others))
-        out << other.first;
-    return out;
-}
-
 QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId excludeId, int minPercent, int max)
 {
     d->EnsureOwnIndexed();

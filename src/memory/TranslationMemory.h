@@ -76,8 +76,6 @@ public:
     void AddWorkspace(const QString &path, const StringTableSetPtr &tables, int maximumCount);
     // A workspace already indexed and current, used without opening it.
     void UseIndexed(const QString &path);
-    // The other workspaces in use, in the order they were added.
-    QStringList Workspaces() const;
 
     // Does now what the first lookup would otherwise do first (index the workspace being edited,
     // read what choosing fuzzy candidates needs), so that lookup is as quick as the others.

@@ -95,6 +95,19 @@ private slots:
         QCOMPARE(typed, expected);
     }
 
+    void saveRefreshesTheIndex()
+    {
+        QCOMPARE(m_form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // indexed as opened
+        const StringEntryPtr print = m_ws->Tables()->Entry(3, ssLocalEdited);
+        m_form->UpdateEntry(print, print->CreateEdited(3, QStringLiteral("Drucken"), print->EntryText(), false, false,
+                                                       true, {}, 0, print->ParameterDefinitions(), true));
+        QCOMPARE(m_form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // not saved yet
+        m_form->ProcessFileMenuSave(false);
+        const QList<memory::Suggestion> found = m_form->Memory()->Lookup(QStringLiteral("Print"));
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found.first().translation, QStringLiteral("Drucken"));
+    }
+
     void pretranslateFiltered_data()
     {
         QTest::addColumn<QString>("filter");
