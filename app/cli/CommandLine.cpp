@@ -498,7 +498,7 @@ int RunDemo(const QStringList &arguments, QTextStream &out)
 
 // Fills missing translations from the memory: this workspace's own translations, the workspaces
 // in the user's settings and those given with --memory. One Save: all or nothing.
-int RunPretranslate(const QStringList &arguments, QTextStream &out)
+int RunPretranslate(const QStringList &arguments, QTextStream &out, QTextStream &err)
 {
     QCommandLineParser parser;
     const QCommandLineOption table(QStringLiteral("table"), QStringLiteral("Table version 0 or 1."), QStringLiteral("n"));
@@ -523,7 +523,10 @@ int RunPretranslate(const QStringList &arguments, QTextStream &out)
     const server::WorkspacePtr workspace = server::Workspace::Open(path);
     memory::TranslationMemory memory;
     memory.SetWorkspace(workspace->Tables(), QFileInfo(path).absoluteFilePath(), workspace->Info().maximumCount);
-    app::AddMemoryWorkspaces(memory, app::MemoryWorkspaces(parser.values(memoryFile)), false);
+    // A listed workspace that is gone is left out; a given one must be right.
+    for (const QString &warning : app::AddMemoryWorkspaces(memory, app::ListedMemoryWorkspaces(), true))
+        err << "kvedit pretranslate: " << warning << " (left out)\n";
+    app::AddMemoryWorkspaces(memory, parser.values(memoryFile), false);
     const QList<memory::Filled> filled =
         memory::Pretranslate(memory, workspace->Tables(), version, {}, min, workspace->Info().maximumCount);
     if (!filled.isEmpty())
@@ -575,7 +578,7 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
         else if (tool == QLatin1String("check"))
             code = RunCheck(rest, out);
         else if (tool == QLatin1String("pretranslate"))
-            code = RunPretranslate(rest, out);
+            code = RunPretranslate(rest, out, err);
         else
             code = RunStats(rest, out);
         out.flush();

@@ -249,7 +249,7 @@ int RunEditor(int argc, char **argv)
     memory::TranslationMemoryPtr memory;
     try {
         memory = std::make_shared<memory::TranslationMemory>();
-        for (const QString &warning : AddMemoryWorkspaces(*memory, MemoryWorkspaces({}), true))
+        for (const QString &warning : AddMemoryWorkspaces(*memory, ListedMemoryWorkspaces(), true))
             PrintError(warning);
     } catch (const KvError &e) {
         PrintError(e.Description() + QStringLiteral(" (the editor runs without suggestions)"));

@@ -15,13 +15,9 @@ QString SettingsFile()
     return QDir(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation)).filePath(QStringLiteral("kvedit.ini"));
 }
 
-QStringList MemoryWorkspaces(const QStringList &given)
+QStringList ListedMemoryWorkspaces()
 {
-    QStringList out = QSettings(SettingsFile(), QSettings::IniFormat).value(QStringLiteral("memory/workspaces")).toStringList();
-    for (const QString &path : given)
-        if (!out.contains(path))
-            out << path;
-    return out;
+    return QSettings(SettingsFile(), QSettings::IniFormat).value(QStringLiteral("memory/workspaces")).toStringList();
 }
 
 QStringList AddMemoryWorkspaces(memory::TranslationMemory &memory, const QStringList &paths, bool skipBroken)

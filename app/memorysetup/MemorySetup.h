@@ -12,8 +12,8 @@ namespace kvedit::app {
 
 // The user's settings file.
 QString SettingsFile();
-// The workspaces listed in the settings, then the given ones not among them.
-QStringList MemoryWorkspaces(const QStringList &given);
+// The workspaces listed in the settings.
+QStringList ListedMemoryWorkspaces();
 
 // Adds every workspace of paths to memory. A file that is missing or is no workspace throws a
 // KvError naming it; with skipBroken it is left out and its message returned instead.

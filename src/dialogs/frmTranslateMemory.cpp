@@ -100,8 +100,9 @@ QGroupBox *frmTranslate::CreateSuggestions()
     header->setSectionResizeMode(scPercent, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(scTranslation, QHeaderView::Stretch);
     header->setSectionResizeMode(scOrigin, QHeaderView::ResizeToContents);
-    // Five suggestions of two lines each, under the header.
-    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 13);
+    // Four suggestions of two lines each under the header: the dialog still fits a screen of 800
+    // lines, and the fifth is a scroll (or Ctrl+5) away.
+    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 11);
     auto *layout = new QVBoxLayout(fraSuggestions);
     layout->addWidget(lstSuggestions);
     fraSuggestions->hide();

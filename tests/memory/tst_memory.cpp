@@ -3,9 +3,11 @@
 
 #include "cli/CommandLine.h"
 #include "memory/TranslationMemory.h"
+#include "memorysetup/MemorySetup.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QtTest>
@@ -204,21 +206,28 @@ private slots:
     void pretranslate_data()
     {
         QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QStringList>("listed");   // in the user's settings
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("filled");   // "id:text ..." after the run
         QTest::addColumn<QString>("message");
-        QTest::newRow("exact only") << QStringList{} << 0 << "2:Öffnen" << "Pre-translated 1 string";
-        QTest::newRow("down to 97, adapted") << QStringList{"--min", "97"} << 0 << "2:Öffnen 3:&Öffnen…"
+        const QStringList none;
+        QTest::newRow("exact only") << QStringList{} << none << 0 << "2:Öffnen" << "Pre-translated 1 string";
+        QTest::newRow("down to 97, adapted") << QStringList{"--min", "97"} << none << 0 << "2:Öffnen 3:&Öffnen…"
                                              << "3\t97 %\t&Öffnen…";
-        QTest::newRow("from another workspace") << QStringList{"--memory", "OTHER"} << 0 << "2:Öffnen 4:Drucken"
+        QTest::newRow("from another workspace") << QStringList{"--memory", "OTHER"} << none << 0 << "2:Öffnen 4:Drucken"
                                                 << "4\t100 %\tDrucken\t(other.kvw)";
-        QTest::newRow("missing memory file") << QStringList{"--memory", "nowhere.kvw"} << 1 << "" << "nowhere.kvw";
-        QTest::newRow("English table") << QStringList{"--table", "2"} << 2 << "" << "--table takes 0 or 1";
-        QTest::newRow("minimum too low") << QStringList{"--min", "10"} << 2 << "" << "--min takes 50 to 100";
+        QTest::newRow("from the settings list") << QStringList{} << QStringList{"OTHER"} << 0 << "2:Öffnen 4:Drucken"
+                                                << "(other.kvw)";
+        QTest::newRow("a listed file gone") << QStringList{} << QStringList{"gone.kvw"} << 0 << "2:Öffnen"
+                                            << "gone.kvw does not exist (left out)";
+        QTest::newRow("missing memory file") << QStringList{"--memory", "nowhere.kvw"} << none << 1 << "" << "nowhere.kvw";
+        QTest::newRow("English table") << QStringList{"--table", "2"} << none << 2 << "" << "--table takes 0 or 1";
+        QTest::newRow("minimum too low") << QStringList{"--min", "10"} << none << 2 << "" << "--min takes 50 to 100";
     }
     void pretranslate()
     {
         QFETCH(QStringList, options);
+        QFETCH(QStringList, listed);
         QFETCH(int, code);
         QFETCH(QString, filled);
         QFETCH(QString, message);
@@ -228,6 +237,9 @@ private slots:
         if (!QFileInfo::exists(other))
             MakeWorkspace(other, {{9, "Print", "Drucken"}});
         options.replaceInStrings(QStringLiteral("OTHER"), other);
+        QSettings settings(app::SettingsFile(), QSettings::IniFormat);
+        settings.setValue(QStringLiteral("memory/workspaces"), listed.replaceInStrings(QStringLiteral("OTHER"), other));
+        settings.sync();
 
         QString out, err;
         QTextStream outStream(&out), errStream(&err);
