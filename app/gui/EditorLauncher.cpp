@@ -198,13 +198,14 @@ int RunEditor(int argc, char **argv)
             return 2;
         }
         if (!request.help && !request.version && request.screenshot.isEmpty()) {
-            if (!request.workspace.isEmpty()) {
-                try {
+            try {
+                if (!request.workspace.isEmpty())
                     server::Workspace::Open(request.workspace);
-                } catch (const KvError &e) {
-                    PrintError(e.Description());
-                    return 1;
-                }
+                for (const QString &path : request.memory)
+                    server::Workspace::Open(path);
+            } catch (const KvError &e) {
+                PrintError(e.Description());
+                return 1;
             }
             std::fprintf(stderr,
                          "kvedit: no display found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
