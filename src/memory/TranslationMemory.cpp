@@ -703,7 +703,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         }
     }
 
-    // Best first; among equals an approved translation, then this workspace, then the lower id.
+    // Best first; among equals an approved translation, then the lower id.
     std::stable_sort(found.begin(), found.end(), [](const Suggestion &a, const Suggestion &b) {
         if (a.percent != b.percent)
             return a.percent > b.percent;
