@@ -8,6 +8,7 @@
 #include "editor/frmEdit.h"
 #include "entry/CGlobals.h"
 #include "listsource/CDVDataSource.h"
+#include "memory/TranslationMemory.h"
 #include "server/Workspace.h"
 #include "services/Services.h"
 
@@ -267,7 +268,9 @@ ChildRun RunChild(const QString &program, const QStringList &arguments, const QL
 QList<QByteArray> ChildEnvironment(const Options &options)
 {
     return {QByteArray("QT_QPA_PLATFORM=offscreen:configfile=") + QFile::encodeName(options.screenConfig),
-            QByteArray("KVEDIT_EXIT_WHEN_SHOWN=1"), QByteArray("QT_LOGGING_RULES=kvedit.*.debug=false;kvedit.*.info=false")};
+            QByteArray("KVEDIT_EXIT_WHEN_SHOWN=1"), QByteArray("QT_LOGGING_RULES=kvedit.*.debug=false;kvedit.*.info=false"),
+            // The program opens the translation memory: one of the run's own, not the user's.
+            QByteArray("KVEDIT_MEMORY_INDEX=") + QFile::encodeName(QDir(options.workDir).filePath(QStringLiteral("memory.sqlite")))};
 }
 
 void Check(bool ok, const QString &what)
@@ -303,6 +306,7 @@ void AttachTargets(Results &results)
         {op::MemoryXliffImport, 80},
         {op::QualityTable, 30},
         {op::QualityOne, 200},
+        {op::MemoryLookup, 20},
     };
     for (const auto &t : targets)
         for (const int size : results.Sizes())
@@ -568,6 +572,56 @@ void MeasureSize(const Options &options, int strings, Results &results)
             one.samples.push_back(static_cast<double>(t.nsecsElapsed()) / 1e3 / 1000);
         }
         Progress(QStringLiteral("%1: %2 µs").arg(op::QualityOne).arg(one.Median(), 0, 'f', 2));
+    }
+
+    if (options.Wants(QStringLiteral("tm"))) {
+        // The translation memory on the workspace's own translations, each index built afresh.
+        const server::WorkspacePtr ws = server::Workspace::Open(path);
+        const int maximum = ws->Info().maximumCount;
+        Series &index = results.At(op::MemoryIndex, strings);
+        index.note = QStringLiteral("every current translation of table version 0 into a new index file, one transaction");
+        std::unique_ptr<memory::TranslationMemory> tm;
+        for (int i = 0; i < heavy; ++i) {
+            const QString file = QDir(options.workDir).filePath(QStringLiteral("memory-%1-%2.sqlite").arg(strings).arg(i));
+            tm = std::make_unique<memory::TranslationMemory>(file);
+            tm->SetWorkspace(ws->Tables(), path, maximum);
+            QElapsedTimer t;
+            t.start();
+            tm->Refresh();
+            index.samples.push_back(Ms(t));
+        }
+        Progress(QStringLiteral("%1: %2 ms").arg(op::MemoryIndex).arg(index.Median(), 0, 'f', 1));
+
+        // As the translate dialog asks, on a memory the editor has warmed: up to five matches of at
+        // least 60 % for a string's English.
+        tm->Warm();
+        Series &lookup = results.At(op::MemoryLookup, strings);
+        lookup.note = QStringLiteral("Lookup of one string's English (up to 5 matches of at least 60 %), %1 strings spread "
+                                     "over the table, each timed")
+                          .arg(repeats * 20);
+        int found = 0;
+        for (int n = 0; n < repeats * 20; ++n) {
+            const auto id = static_cast<StringId>(SyntheticId(n * strings / (repeats * 20), strings));
+            const QString english = ws->Tables()->Text(id, ssEnglishDefault);
+            QElapsedTimer t;
+            t.start();
+            found += static_cast<int>(tm->Lookup(english, id, 60, 5).size());
+            lookup.samples.push_back(Ms(t));
+        }
+        Progress(QStringLiteral("%1: %2 ms (max %3, %4 suggestions)").arg(op::MemoryLookup).arg(lookup.Median(), 0, 'f', 2)
+                     .arg(lookup.Max(), 0, 'f', 2).arg(found));
+
+        Series &fill = results.At(op::MemoryPretranslate, strings);
+        fill.note = QStringLiteral("every missing translation of table version 0 from exact matches, stored unsaved");
+        int filled = 0;
+        for (int i = 0; i < heavy; ++i) {
+            QElapsedTimer t;
+            t.start();
+            filled = static_cast<int>(memory::Pretranslate(*tm, ws->Tables(), kVersion, {}, 100, maximum).size());
+            fill.samples.push_back(Ms(t));
+            ws->Tables()->DiscardEdits();
+        }
+        Progress(QStringLiteral("%1: %2 ms (%3 filled)").arg(op::MemoryPretranslate).arg(fill.Median(), 0, 'f', 1).arg(filled));
     }
 
 #ifdef KVEDIT_BENCH_HAVE_IO

@@ -46,6 +46,9 @@ inline const QString XliffSize = QStringLiteral("XLIFF file size");
 inline const QString MemoryXliffImport = QStringLiteral("peak memory: XLIFF import");
 inline const QString QualityTable = QStringLiteral("quality checks: whole table");
 inline const QString QualityOne = QStringLiteral("quality checks: one string as typed");
+inline const QString MemoryIndex = QStringLiteral("translation memory: build the index");
+inline const QString MemoryLookup = QStringLiteral("translation memory: one lookup");
+inline const QString MemoryPretranslate = QStringLiteral("translation memory: pre-translate a table");
 } // namespace op
 
 struct Options {
@@ -57,7 +60,7 @@ struct Options {
     QString workDir;         // where the workspaces are written
     QString screenConfig;    // the offscreen platform's screen, passed on to child processes
     // Measurement groups to run (memory, program, open, refresh, editor, page, find, checks,
-    // quality, edit-one, edit-all, io); empty for all. For profiling one of them.
+    // quality, tm, edit-one, edit-all, io); empty for all. For profiling one of them.
     QStringList only;
 
     bool Wants(const QString &group) const { return only.isEmpty() || only.contains(group); }

@@ -123,7 +123,7 @@ int main(int argc, char **argv)
                                         QStringLiteral("DIR"));
     const QCommandLineOption onlyOption(QStringLiteral("only"),
                                         QStringLiteral("Run only these groups (memory, program, open, refresh, editor, page, "
-                                                       "find, workflow, checks, quality, edit-one, edit-all, io), for profiling."),
+                                                       "find, workflow, checks, quality, tm, edit-one, edit-all, io), for profiling."),
                                         QStringLiteral("GROUP,..."));
     parser.addOptions({onlyOption, sizesOption, repeatOption, heavyOption, quickOption, jsonOption, fromOption, compareOption,
                        growthOption, programOption, workOption});

@@ -5,6 +5,7 @@
 #include "history/EnglishChanges.h"
 
 #include "io/CodePages.h"
+#include "memorysetup/MemorySetup.h"
 #include "io/WorkspaceTransfer.h"
 #include "model/StandardLocale.h"
 #include "server/TableSet.h"
@@ -34,7 +35,7 @@ namespace kvedit::cli {
 
 namespace {
 
-const char *const kTools[] = {"new", "import", "export", "stats", "check", "demo"};
+const char *const kTools[] = {"new", "import", "export", "stats", "check", "demo", "pretranslate"};
 
 // A wrong command line: printed with the usage and ends with exit code 2.
 struct UsageError {
@@ -56,12 +57,15 @@ QString Usage()
         "  kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]\n"
         "                         [--save-rules]\n"
         "  kvedit demo WORKSPACE [--force]\n"
+        "  kvedit pretranslate WORKSPACE [--table 0..1] [--min 50..100] [--memory FILE]...\n"
         "FILE is a resource script (.rc) or an XLIFF 1.2 file (.xlf, .xliff). Tables: 0 Local Edited (the\n"
         "default), 1 Local Default, 2 English Edited, 3 English Default. An import goes by the file's\n"
         "language unless --as says otherwise, and refuses a file in another language than the source it\n"
         "fills unless --as or --language-mismatch=accept says so.\n"
         "FILE may also be a gettext catalog (.po, .pot) or a Qt TS file (.ts). check exits with 1 when a string\n"
-        "has an error; --strict imports nothing that would add one. Rules: ")
+        "has an error; --strict imports nothing that would add one. pretranslate fills missing translations\n"
+        "from the translation memory (matches of at least --min %, 100 by default), unapproved, and saves them\n"
+        "at once. Rules: ")
            + checks::RuleSet::All().Ids().join(QStringLiteral(", ")) + QStringLiteral(".\n");
 }
 
@@ -511,6 +515,50 @@ int RunDemo(const QStringList &arguments, QTextStream &out)
     return exitSuccess;
 }
 
+// Fills missing translations from the memory: this workspace's own translations, the workspaces
+// in the user's settings and those given with --memory. One Save: all or nothing.
+int RunPretranslate(const QStringList &arguments, QTextStream &out, QTextStream &err)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption table(QStringLiteral("table"), QStringLiteral("Table version 0 or 1."), QStringLiteral("n"));
+    const QCommandLineOption minimum(QStringLiteral("min"), QStringLiteral("Lowest match percentage."), QStringLiteral("n"));
+    const QCommandLineOption memoryFile(QStringLiteral("memory"), QStringLiteral("Another workspace to draw on."),
+                                        QStringLiteral("file"));
+    parser.addOptions({table, minimum, memoryFile});
+    Parse(parser, arguments);
+    if (parser.positionalArguments().size() != 1)
+        throw UsageError{QStringLiteral("pretranslate expects one workspace file")};
+    const TableVersion version = TableOption(parser, table);
+    if (version != ssLocalEdited && version != ssLocalDefault)
+        throw UsageError{QStringLiteral("--table takes 0 or 1 here: only the local tables hold translations"), false};
+    int min = memory::kExact;
+    if (parser.isSet(minimum)) {
+        bool ok = false;
+        min = parser.value(minimum).toInt(&ok);
+        if (!ok || min < 50 || min > 100)
+            throw UsageError{QStringLiteral("--min takes 50 to 100, not \"%1\"").arg(parser.value(minimum)), false};
+    }
+    const QString path = parser.positionalArguments().at(0);
+    const server::WorkspacePtr workspace = server::Workspace::Open(path);
+    memory::TranslationMemory memory;
+    memory.SetWorkspace(workspace->Tables(), QFileInfo(path).absoluteFilePath(), workspace->Info().maximumCount);
+    // A listed workspace that is gone is left out; a given one must be right.
+    for (const QString &warning : app::AddMemoryWorkspaces(memory, app::ListedMemoryWorkspaces(), true))
+        err << "kvedit pretranslate: " << warning << " (left out)\n";
+    app::AddMemoryWorkspaces(memory, parser.values(memoryFile), false);
+    const QList<memory::Filled> filled =
+        memory::Pretranslate(memory, workspace->Tables(), version, {}, min, workspace->Info().maximumCount);
+    if (!filled.isEmpty())
+        workspace->Tables()->Save(version, false);
+    for (const memory::Filled &f : filled)
+        out << f.id << '\t' << f.percent << " %\t" << QString(f.text).replace(QStringLiteral("\r\n"), QStringLiteral("\\n"))
+            << "\t(" << f.origin << ")\n";
+    out << "Pre-translated " << filled.size() << (filled.size() == 1 ? " string" : " strings") << " of "
+        << server::TableSet::FixedSourceName(version) << " in " << path << " (matches of at least " << min
+        << " %, left unapproved)\n";
+    return exitSuccess;
+}
+
 } // namespace
 
 bool IsCommandLineTool(const char *firstArg)
@@ -548,6 +596,8 @@ int RunCommandLine(const QStringList &arguments, QTextStream &out, QTextStream &
             code = RunDemo(rest, out);
         else if (tool == QLatin1String("check"))
             code = RunCheck(rest, out);
+        else if (tool == QLatin1String("pretranslate"))
+            code = RunPretranslate(rest, out, err);
         else
             code = RunStats(rest, out);
         out.flush();

@@ -9,6 +9,7 @@
 //   kvedit check WORKSPACE [--table 0..3] [--json] [--rule ID]... [--no-rule ID]... [--warnings-as-errors]
 //                          [--save-rules]
 //   kvedit demo WORKSPACE [--force]
+//   kvedit pretranslate WORKSPACE [--table 0..1] [--min 50..100] [--memory FILE]...
 // Exit codes: 0 success, 1 bad input (the message names file and line) or, for check, a string
 // with an error; 2 usage.
 

@@ -3,6 +3,8 @@
 #include "dataview/UCKvDataView.h"
 #include "editor/frmEdit.h"
 #include "entry/CGlobals.h"
+#include "entry/EditingRun.h"
+#include "memorysetup/MemorySetup.h"
 #include "server/Workspace.h"
 #include "services/ErrorContext.h"
 
@@ -102,6 +104,7 @@ struct Request {
     int table = 0;
     QString screenshot;
     QSize size;
+    QStringList memory;   // other workspaces for the translation memory
 };
 
 Request ParseRequest(const QStringList &arguments)
@@ -126,7 +129,13 @@ Request ParseRequest(const QStringList &arguments)
                                         QStringLiteral("FILE.png"));
     QCommandLineOption sizeOption(QStringLiteral("size"), QStringLiteral("Window size for --screenshot."),
                                   QStringLiteral("WxH"), QStringLiteral("1280x800"));
+    QCommandLineOption memoryOption(QStringLiteral("memory"),
+                                    QStringLiteral("Another workspace whose translations are suggested (repeatable; "
+                                                   "memory/workspaces in %1 lists more).")
+                                        .arg(QDir::toNativeSeparators(SettingsFile())),
+                                    QStringLiteral("FILE.kvw"));
     parser.addOption(tableOption);
+    parser.addOption(memoryOption);
     parser.addOption(screenshotOption);
     parser.addOption(sizeOption);
 
@@ -158,6 +167,7 @@ Request ParseRequest(const QStringList &arguments)
         return r;
     }
     r.screenshot = parser.value(screenshotOption);
+    r.memory = parser.values(memoryOption);
     const QStringList size = parser.value(sizeOption).split(u'x');
     r.size = QSize(size.value(0).toInt(), size.value(1).toInt());
     if (size.size() != 2 || r.size.width() < 200 || r.size.height() < 150)
@@ -188,13 +198,14 @@ int RunEditor(int argc, char **argv)
             return 2;
         }
         if (!request.help && !request.version && request.screenshot.isEmpty()) {
-            if (!request.workspace.isEmpty()) {
-                try {
+            try {
+                if (!request.workspace.isEmpty())
                     server::Workspace::Open(request.workspace);
-                } catch (const KvError &e) {
-                    PrintError(e.Description());
-                    return 1;
-                }
+                for (const QString &path : request.memory)
+                    server::Workspace::Open(path);
+            } catch (const KvError &e) {
+                PrintError(e.Description());
+                return 1;
             }
             std::fprintf(stderr,
                          "kvedit: no display found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
@@ -234,8 +245,31 @@ int RunEditor(int argc, char **argv)
         return 1;
     }
 
+    // The translation memory: this workspace, the ones listed in the settings (left out with a
+    // warning when gone) and the ones given (an error when wrong, as the workspace is).
+    memory::TranslationMemoryPtr memory;
+    try {
+        memory = std::make_shared<memory::TranslationMemory>();
+        for (const QString &warning : AddMemoryWorkspaces(*memory, ListedMemoryWorkspaces(), true))
+            PrintError(warning);
+    } catch (const KvError &e) {
+        PrintError(e.Description() + QStringLiteral(" (the editor runs without suggestions)"));
+        memory.reset();
+    }
+    if (memory) {
+        try {
+            AddMemoryWorkspaces(*memory, request.memory, false);
+        } catch (const KvError &e) {
+            PrintError(e.Description());
+            return 1;
+        }
+    } else if (!request.memory.isEmpty()) {
+        return 1;
+    }
+
     if (!request.screenshot.isEmpty()) {
         frmEdit form;
+        form.SetMemory(memory);
         form.Prepare(workspace, static_cast<TableVersion>(request.table));
         form.resize(request.size);
         form.show();
@@ -258,6 +292,11 @@ int RunEditor(int argc, char **argv)
     if (qEnvironmentVariableIntValue("KVEDIT_EXIT_WHEN_SHOWN") == 1)
         app.installEventFilter(&exitWhenShown);
 
+    setEditorFormFactory([memory] {
+        auto form = std::make_unique<frmEdit>();
+        form->SetMemory(memory);
+        return form;
+    });
     ResourceWorkspacePtr rfw = workspace;
     CGlobals globals;
     globals.EditStringResources(rfw, static_cast<TableVersion>(request.table));

@@ -271,6 +271,7 @@ void frmTranslate::CreateControls()
     form->addWidget(CreateChangePanel());
     form->addWidget(fraSource, 2);
     form->addWidget(fraTranslate, 3);
+    form->addWidget(CreateSuggestions(), 2);
     form->addWidget(fraParameters, 2);
     form->addLayout(buttons);
 
@@ -379,6 +380,7 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
         if (!pending.isEmpty())
             rtfTranslate->setPlainText(pending);
         UpdateProblems();
+        StartSuggestions();
         PlaceDialog(this, owner);
         StartFocusTimer();
         exec();

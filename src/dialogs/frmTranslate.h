@@ -15,6 +15,7 @@
 // since (frmTranslateHistory.cpp): lblChangeRevisions, lblChange (the word difference),
 // lblChangeClass and, for a trivial change, cmdKeepApproval.
 
+#include "memory/TranslationMemory.h"
 #include "model/StringTables.h"
 #include "model/Types.h"
 
@@ -57,6 +58,9 @@ public:
     // Whether the dialog closed by Save && Next: the caller stores the result and opens the next
     // string that needs work.
     bool SaveNextRequested() const { return m_saveNext; }
+
+    // The memory the suggestions come from (null: no suggestions), set before Edit.
+    void SetMemory(memory::TranslationMemoryPtr memory) { m_memory = std::move(memory); }
 
     // Property indexes of the chkProperties and lblProperties arrays.
     enum PropertyIndex { piShortcut = 0, piMultipleLines = 1, piTab = 2 };
@@ -178,6 +182,17 @@ private:
     bool m_checkEnglish = false;
     // The English change of an out-of-date translation; null when it is current.
     std::shared_ptr<const history::EnglishChange> m_change;
+
+    // Suggestions from the translation memory (frmTranslateMemory.cpp): lstSuggestions in
+    // fraSuggestions, filled a moment after the dialog opens; Ctrl+1..Ctrl+5 insert one.
+    QGroupBox *CreateSuggestions();
+    void StartSuggestions();
+    void ShowSuggestions();
+    void InsertSuggestion(int index);
+    QGroupBox *fraSuggestions = nullptr;
+    QTreeWidget *lstSuggestions = nullptr;
+    QTimer *tmrSuggestions = nullptr;
+    memory::TranslationMemoryPtr m_memory;
 };
 
 } // namespace kvedit

@@ -130,6 +130,7 @@ frmEdit::frmEdit(QWidget *parent) : QMainWindow(parent)
         item->setShortcut(editDesign[i].shortcut);
     }
     SetupWorkflow();
+    SetupMemory();
 
     connect(&m_DVDS, &CDVDataSource::UpdateTitle, this, &frmEdit::mw_DVDS_UpdateTitle);
     connect(m_qvtdatEdit, &UCKvDataView::DblClick, this, &frmEdit::qvtdatEdit_DblClick);
@@ -218,6 +219,7 @@ void frmEdit::Prepare(const ResourceWorkspacePtr &rfw, TableVersion enmTableVers
         m_sbrEdit->setToolTip(rfw ? rfw->Location() : QString());
 
         SetupMenus();
+        BindMemory(rfw);
         UpdateMenuState();
     });
 }

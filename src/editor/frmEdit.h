@@ -3,11 +3,13 @@
 // File and Edit menus, and every command they carry.
 
 #include "listsource/CDVDataSource.h"
+#include "memory/TranslationMemory.h"
 #include "model/StringTables.h"
 
 #include <QLoggingCategory>
 #include <QMainWindow>
 #include <QPoint>
+#include <QSet>
 #include <QString>
 
 #include <initializer_list>
@@ -172,7 +174,25 @@ private:
     void RecordChange(const StringTableSetPtr &tables, const QList<StringTableSet::Snapshot> &before,
                       qint32 focusBefore, qint32 focusAfter, const QString &text);
 
+    // The translation memory (frmEditMemory.cpp): the translate dialog's suggestions and
+    // pre-translation draw on it; without one (a host that gives none) neither is offered.
+    void SetupMemory();
+    void BindMemory(const ResourceWorkspacePtr &rfw);
+    void NoteMemoryChanged(std::initializer_list<StringId> ids);
+    void MemoryAfterSave();
+    memory::TranslationMemoryPtr m_memory;
+    QAction *m_actPretranslate = nullptr;
+    QSet<StringId> m_memoryChanged;   // since the last refresh of the index
+    bool m_memoryAllChanged = false;
+
 public:
+    // Set before the run; the editing run's workspace is indexed in it.
+    void SetMemory(memory::TranslationMemoryPtr memory);
+    memory::TranslationMemoryPtr Memory() const { return m_memory; }
+    // Fills the missing translations of the rows shown from the memory's matches at or above a
+    // percentage the user gives, unapproved, as one undoable change.
+    void ProcessEditMenuPretranslate();
+
     // Called by the undo commands once the tables hold an earlier or later state again.
     void AfterRestore(qint32 id);
 

@@ -140,6 +140,7 @@ void frmEdit::EditTranslationShowForm(const StringEntryPtr &entry, StringEntryPt
         result.reset();
         const int maximumCount = Require(m_DVDS.Server(), "TextServer")->MaximumCount();
         const auto form = std::make_unique<frmTranslate>(this);
+        form->SetMemory(m_memory);
         result = form->Edit(this, entry, maximumCount);
         m_saveNext = result && form->SaveNextRequested();
     });

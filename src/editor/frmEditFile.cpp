@@ -35,6 +35,7 @@ void frmEdit::ProcessFileMenuSave(bool saveAs)
         WaitCursor hourglass;
         const qint32 id = CurrentId();
         Require(Tables(), "StringTableSet")->Save(Version(), saveAs);
+        MemoryAfterSave();
         NoteChanged();
         ShowIdAfterRefresh(id);
         m_saved = true;

@@ -250,6 +250,7 @@ void frmEdit::UpdateProgress()
 void frmEdit::NoteChanged(std::initializer_list<StringId> ids)
 {
     StringStates &states = m_DVDS.States();
+    NoteMemoryChanged(ids);
     m_DVDS.InvalidateChecks(QList<StringId>(ids));
     if (ids.size() == 0) {
         states.Recount();

@@ -16,12 +16,14 @@ struct Result {
 };
 
 // The program's environment: with the offscreen platform or with no display at all, and its
-// user data folder (where the demo workspace is kept) in a folder of the test's own.
+// user data and settings folders (the demo workspace, the translation memory) in a folder of the
+// test's own.
 QProcessEnvironment Environment(bool display)
 {
     static QTemporaryDir data;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_DATA_HOME"), data.path());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), data.path() + QStringLiteral("/config"));
     env.remove(QStringLiteral("DISPLAY"));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     if (display)
