@@ -266,13 +266,29 @@ void frmTranslate::CreateControls()
     buttons->addWidget(cmdSave);
     buttons->addWidget(cmdCancel);
 
+    auto *fields = new QVBoxLayout;
+    fields->addWidget(fraSource, 2);
+    fields->addWidget(fraTranslate, 3);
+    fields->addWidget(fraParameters, 2);
+
+    // Beside the form, not above or below it: what changed in the English and the memory's
+    // suggestions. Stacked in the form they made it taller than a laptop's screen.
+    fraAssist = new QWidget(this);
+    fraAssist->setObjectName(QStringLiteral("fraAssist"));
+    auto *assist = new QVBoxLayout(fraAssist);
+    assist->setContentsMargins(0, 0, 0, 0);
+    assist->addWidget(CreateChangePanel());
+    assist->addWidget(CreateSuggestions(), 1);
+    assist->addStretch(0);
+    fraAssist->hide();
+
+    auto *body = new QHBoxLayout;
+    body->addLayout(fields, 1);
+    body->addWidget(fraAssist);
+
     auto *form = new QVBoxLayout(this);
     form->addLayout(idRow);
-    form->addWidget(CreateChangePanel());
-    form->addWidget(fraSource, 2);
-    form->addWidget(fraTranslate, 3);
-    form->addWidget(CreateSuggestions(), 2);
-    form->addWidget(fraParameters, 2);
+    form->addLayout(body, 1);
     form->addLayout(buttons);
 
     QWidget *tabOrder[] = {txtId, txtDescription, cboOriginal, rtfOriginal, rtfTranslate, cmdInsert, cmdReport,
@@ -327,6 +343,7 @@ void frmTranslate::FinishLayout()
     lvwParameters->setMinimumHeight(lineHeight * 5 + 12);
     const QSize designed(TwipsToPixelsX(10800), TwipsToPixelsY(9000));
     resize(designed.expandedTo(minimumSizeHint()));
+    fraAssist->setFixedWidth(TwipsToPixelsX(7200));
     // Lay the controls out now: the parameter columns are sized from the list's width before the
     // dialog is first shown, and hidden widgets get no resize events, so each frame's own layout
     // is activated as well.
@@ -335,6 +352,17 @@ void frmTranslate::FinishLayout()
     for (QWidget *child : findChildren<QWidget *>())
         if (child->layout())
             child->layout()->activate();
+}
+
+void frmTranslate::ShowAssist()
+{
+    // The column comes and goes with what it has to show; the form beside it keeps its width.
+    const bool wanted = !fraChange->isHidden() || !fraSuggestions->isHidden();
+    if (wanted == !fraAssist->isHidden())
+        return;
+    const int step = fraAssist->width() + layout()->spacing();
+    fraAssist->setVisible(wanted);
+    resize(width() + (wanted ? step : -step), height());
 }
 
 void frmTranslate::Form_Load()
@@ -381,6 +409,7 @@ StringEntryPtr frmTranslate::Edit(QWidget *owner, const StringEntryPtr &entry, i
             rtfTranslate->setPlainText(pending);
         UpdateProblems();
         StartSuggestions();
+        ShowAssist();
         PlaceDialog(this, owner);
         StartFocusTimer();
         exec();

@@ -11,9 +11,10 @@
 // rtfTranslate, rtfOriginal and txtProperties are QPlainTextEdits; their line breaks stand for
 // CR LF in the texts the dialog reads and writes. lvwParameters is a two-column QTreeWidget.
 // lblProblems, under the new text, lists what the quality checks find in it as it is typed.
-// fraChange, above the original, shows an out-of-date translation what its English went through
-// since (frmTranslateHistory.cpp): lblChangeRevisions, lblChange (the word difference),
-// lblChangeClass and, for a trivial change, cmdKeepApproval.
+// fraAssist, a column beside the form, holds fraChange and fraSuggestions. fraChange shows an
+// out-of-date translation what its English went through since (frmTranslateHistory.cpp):
+// lblChangeRevisions, lblChange (the word difference), lblChangeClass and, for a trivial change,
+// cmdKeepApproval.
 
 #include "memory/TranslationMemory.h"
 #include "model/StringTables.h"
@@ -120,6 +121,7 @@ private:
     // What changed in the English (frmTranslateHistory.cpp).
     QGroupBox *CreateChangePanel();
     void ShowEnglishChange();
+    void ShowAssist();
     void cmdKeepApproval_Click();
 
     // Parameters.
@@ -158,6 +160,7 @@ private:
     QLabel *lblDescription;
     QLabel *lblId;
     QLabel *lblProblems;
+    QWidget *fraAssist = nullptr;
     QGroupBox *fraChange = nullptr;
     QLabel *lblChangeRevisions = nullptr;
     QLabel *lblChange = nullptr;

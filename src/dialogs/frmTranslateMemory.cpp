@@ -19,6 +19,7 @@
 #include <QTextDocument>
 #include <QTimer>
 #include <QTreeWidget>
+#include <QtMath>
 #include <QVBoxLayout>
 
 Q_LOGGING_CATEGORY(lcSuggestions, "kvedit.dialogs.memory")
@@ -27,7 +28,7 @@ namespace kvedit {
 
 namespace {
 
-enum SuggestionColumn { scKey, scPercent, scTranslation, scOrigin };
+enum SuggestionColumn { scKey, scPercent, scTranslation };
 constexpr int kInsertRole = Qt::UserRole + 1;
 constexpr int kHtmlRole = Qt::UserRole + 2;
 constexpr int kMaxSuggestions = 5;
@@ -36,16 +37,21 @@ constexpr int kLookupDelayMs = 80;
 // Below this the shared words are mostly the small ones ("the", "of"): no help to a translator.
 constexpr int kShownFloor = 60;
 
-// Paints a cell's marked-up text: the translation over the English of the match, whose
-// differences to this string's English are marked.
+// Paints a cell's marked-up text, wrapped to the column: the translation over the English of the
+// match, whose differences to this string's English are marked, and where it comes from.
 class HtmlDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        const QSize plain = QStyledItemDelegate::sizeHint(option, index);
-        return {plain.width(), option.fontMetrics.lineSpacing() * 2 + 6};
+        const QString html = index.data(kHtmlRole).toString();
+        const auto *view = qobject_cast<const QTreeView *>(option.widget);
+        if (html.isEmpty() || !view)
+            return QStyledItemDelegate::sizeHint(option, index);
+        QTextDocument document;
+        Lay(document, option.font, html, view->columnWidth(index.column()) - 2 * kPadding);
+        return {view->columnWidth(index.column()), qCeil(document.size().height()) + 2 * kPadding};
     }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
@@ -57,19 +63,28 @@ public:
         initStyleOption(&plain, index);
         plain.text.clear();
         plain.widget->style()->drawControl(QStyle::CE_ItemViewItem, &plain, painter, plain.widget);
+        const QRect text = option.rect.adjusted(kPadding, kPadding, -kPadding, -kPadding);
         QTextDocument document;
-        document.setDefaultFont(option.font);
-        document.setDocumentMargin(0);
-        document.setHtml(html);
-        const QRect text = option.rect.adjusted(4, 0, -4, 0);
+        Lay(document, option.font, html, text.width());
         painter->save();
-        painter->translate(text.left(), text.top() + (text.height() - document.size().height()) / 2);
+        painter->translate(text.topLeft());
         painter->setClipRect(QRect(0, 0, text.width(), text.height()));
         QAbstractTextDocumentLayout::PaintContext context;
         if (option.state & QStyle::State_Selected)
             context.palette.setColor(QPalette::Text, option.palette.color(QPalette::HighlightedText));
         document.documentLayout()->draw(painter, context);
         painter->restore();
+    }
+
+private:
+    static constexpr int kPadding = 3;
+
+    static void Lay(QTextDocument &document, const QFont &font, const QString &html, int width)
+    {
+        document.setDefaultFont(font);
+        document.setDocumentMargin(0);
+        document.setHtml(html);
+        document.setTextWidth(qMax(width, 40));
     }
 };
 
@@ -88,21 +103,23 @@ QGroupBox *frmTranslate::CreateSuggestions()
     lstSuggestions = new QTreeWidget(fraSuggestions);
     lstSuggestions->setObjectName(QStringLiteral("lstSuggestions"));
     lstSuggestions->setRootIsDecorated(false);
-    lstSuggestions->setUniformRowHeights(true);
+    // Five rows whose texts wrap to the column: each as tall as its text.
+    lstSuggestions->setUniformRowHeights(false);
+    lstSuggestions->setWordWrap(true);
+    lstSuggestions->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     lstSuggestions->setAllColumnsShowFocus(true);
     lstSuggestions->setHeaderLabels({QStringLiteral("Key"), QStringLiteral("Match"),
-                                     QStringLiteral("Translation / English of the match, its differences to this one marked"),
-                                     QStringLiteral("From")});
+                                     QStringLiteral("Translation / English of the match / from")});
     lstSuggestions->setItemDelegateForColumn(scTranslation, new HtmlDelegate(lstSuggestions));
     QHeaderView *header = lstSuggestions->header();
-    header->setStretchLastSection(false);
     header->setSectionResizeMode(scKey, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(scPercent, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(scTranslation, QHeaderView::Stretch);
-    header->setSectionResizeMode(scOrigin, QHeaderView::ResizeToContents);
-    // Four suggestions of two lines each under the header: the dialog still fits a screen of 800
-    // lines, and the fifth is a scroll (or Ctrl+5) away.
-    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 11);
+    header->setStretchLastSection(true);
+    // Wrapped rows change height with their column.
+    connect(header, &QHeaderView::sectionResized, lstSuggestions, [this] { lstSuggestions->doItemsLayout(); });
+    // All five suggestions of two lines each under the header, in the column beside the form.
+    lstSuggestions->setMinimumHeight(fontMetrics().lineSpacing() * 13);
     auto *layout = new QVBoxLayout(fraSuggestions);
     layout->addWidget(lstSuggestions);
     fraSuggestions->hide();
@@ -163,8 +180,8 @@ void frmTranslate::ShowSuggestions()
         item->setData(scTranslation, kHtmlRole,
                       OneLine(s.insertText).toHtmlEscaped()
                           + (s.approved ? QString() : QStringLiteral(" <i>(unapproved)</i>"))
-                          + QStringLiteral("<br><span style=\"color:#555\">") + marked + QStringLiteral("</span>"));
-        item->setText(scOrigin, QStringLiteral("%1, %2").arg(s.origin).arg(s.id));
+                          + QStringLiteral("<br><span style=\"color:#555\">") + marked + QStringLiteral("</span>")
+                          + QStringLiteral("<br><small style=\"color:#777\">%1, %2</small>").arg(s.origin.toHtmlEscaped()).arg(s.id));
         QString tip = QStringLiteral("Stored: %1\nEnglish: %2").arg(s.translation, s.english);
         if (s.adapted)
             tip += QStringLiteral("\nPlaceholders, shortcut marker and ending adapted to this string's English");
