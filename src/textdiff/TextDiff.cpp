@@ -160,7 +160,10 @@ double WordSimilarity(const QString &a, const QString &b) {
 
 QString DiffHtml(const Diff &diff) {
   QString html;
-  for (const DiffPiece &piece : diff) {
+  for (qsizetype i = 0; i < diff.size(); ++i) {
+    const DiffPiece &piece = diff[i];
+    // A word struck out and the one that replaced it would read as one word run together.
+    if (i > 0 && piece.op == DiffOp::Added && diff[i - 1].op == DiffOp::Removed) html += QChar(0x2009);
     QString text = piece.text.toHtmlEscaped();
     text.replace(u'\n', QStringLiteral("<br>"));
     switch (piece.op) {
