@@ -23,7 +23,7 @@ constexpr int kMemoryWarmDelayMs = 300;
 
 void frmEdit::SetupMemory()
 {
-    m_actPretranslate = new QAction(QStringLiteral("Pre-translate from &Memory..."), this);
+    m_actPretranslate = new QAction(QStringLiteral("Pre-&translate from Memory..."), this);
     m_actPretranslate->setObjectName(QStringLiteral("mnuEditPretranslate"));
     m_actPretranslate->setToolTip(
         QStringLiteral("Fill the missing translations of the rows shown from the translation memory, unapproved"));
