@@ -219,6 +219,13 @@ void CDVDataSource::InvalidateChecks(const QList<StringId> &ids)
     d->checker->InvalidateAll();
 }
 
+void CDVDataSource::RereadCheckRules()
+{
+    if (d->checker)
+        if (const StringTableSetPtr tables = d->Tables())
+            d->checker->SetRules(Private::Rules(*tables));
+}
+
 ListFilter CDVDataSource::Filter() const { return d->filter; }
 
 void CDVDataSource::setFilter(const ListFilter &filter)
