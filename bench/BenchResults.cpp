@@ -42,7 +42,29 @@ QString TargetText(const Series &s)
     const std::optional<bool> met = s.MeetsTarget();
     if (!met)
         return QString();
-    return QStringLiteral("< %1 %2 %3").arg(Figure(s.target->limit, s.unit), s.unit, *met ? QStringLiteral("ok") : QStringLiteral("MISSED"));
+    QStringList limits;
+    if (s.target->limit > 0)
+        limits << QStringLiteral("< %1 %2").arg(Figure(s.target->limit, s.unit), s.unit);
+    if (s.target->ratioLimit > 0)
+        limits << QStringLiteral("ratio <= %1").arg(s.target->ratioLimit, 0, 'f', 1);
+    return QStringLiteral("%1 %2 (%3)").arg(limits.join(QStringLiteral(", ")), *met ? QStringLiteral("ok") : QStringLiteral("MISSED"),
+                                            s.Margin());
+}
+
+QString RatioText(const Series &s)
+{
+    const std::optional<double> ratio = s.Ratio();
+    if (!ratio)
+        return QString();
+    return QString::number(*ratio, 'f', *ratio < 10 ? 2 : *ratio < 100 ? 1 : 0);
+}
+
+// "12 % under" when value is below limit, "30 % over" above it.
+QString Distance(double value, double limit)
+{
+    const double percent = (value / limit - 1) * 100;
+    return percent <= 0 ? QStringLiteral("%1 % under").arg(-percent, 0, 'f', 0)
+                        : QStringLiteral("%1 % over").arg(percent, 0, 'f', 0);
 }
 
 } // namespace
@@ -66,11 +88,43 @@ double Series::Max() const
     return samples.empty() ? std::nan("") : *std::max_element(samples.begin(), samples.end());
 }
 
+double Series::ControlMedian() const
+{
+    Series c;
+    c.samples = control;
+    return c.Median();
+}
+
+std::optional<double> Series::Ratio() const
+{
+    if (control.empty() || samples.empty() || !(ControlMedian() > 0))
+        return std::nullopt;
+    return Median() / ControlMedian();
+}
+
 std::optional<bool> Series::MeetsTarget() const
 {
     if (!target || target->atStrings != strings || samples.empty())
         return std::nullopt;
-    return Median() < target->limit;
+    bool met = true;
+    if (target->limit > 0)
+        met = Median() < target->limit;
+    // A run without its control cannot say; the limit in the unit still does.
+    if (target->ratioLimit > 0 && Ratio())
+        met = met && *Ratio() <= target->ratioLimit;
+    return met;
+}
+
+QString Series::Margin() const
+{
+    if (!target || samples.empty())
+        return QString();
+    QStringList parts;
+    if (target->limit > 0)
+        parts << Distance(Median(), target->limit);
+    if (target->ratioLimit > 0 && Ratio())
+        parts << QStringLiteral("ratio %1").arg(Distance(*Ratio(), target->ratioLimit));
+    return parts.join(QStringLiteral(", "));
 }
 
 Series &Results::At(const QString &operation, int strings, const QString &unit)
@@ -122,12 +176,13 @@ QString Results::Table() const
     const auto line = [&](const QStringList &cells) {
         out += Cell(cells[0], nameWidth, false) + QStringLiteral("  ") + Cell(cells[1], 7) + Cell(cells[2], 10)
                + Cell(cells[3], 10) + Cell(cells[4], 10) + QStringLiteral("  ") + Cell(cells[5], 4, false)
-               + Cell(cells[6], 5) + QStringLiteral("  ") + cells[7];
+               + Cell(cells[6], 5) + Cell(cells[7], 8) + QStringLiteral("  ") + cells[8];
         out = out.trimmed() + QLatin1Char('\n');
     };
     line({QStringLiteral("operation"), QStringLiteral("strings"), QStringLiteral("median"), QStringLiteral("min"),
-          QStringLiteral("max"), QStringLiteral("unit"), QStringLiteral("runs"), QStringLiteral("target")});
-    out += QString(nameWidth + 52, u'-') + QLatin1Char('\n');
+          QStringLiteral("max"), QStringLiteral("unit"), QStringLiteral("runs"), QStringLiteral("ratio"),
+          QStringLiteral("target")});
+    out += QString(nameWidth + 60, u'-') + QLatin1Char('\n');
     // Grouped by operation, sizes ascending, so the growth of a figure reads down the table.
     for (const QString &operation : Operations()) {
         for (const int size : Sizes()) {
@@ -135,9 +190,18 @@ QString Results::Table() const
             if (!s || s->Empty())
                 continue;
             line({s->operation, QString::number(s->strings), Figure(s->Median(), s->unit), Figure(s->Min(), s->unit),
-                  Figure(s->Max(), s->unit), s->unit, QString::number(s->samples.size()), TargetText(*s)});
+                  Figure(s->Max(), s->unit), s->unit, QString::number(s->samples.size()), RatioText(*s), TargetText(*s)});
         }
     }
+    QStringList controls;
+    for (const QString &operation : Operations())
+        for (const int size : Sizes())
+            if (const Series *s = Find(operation, size); s && s->Ratio() && !s->controlName.isEmpty()
+                                                        && !controls.contains(s->controlName))
+                controls << s->controlName;
+    if (!controls.isEmpty())
+        out += QStringLiteral("ratio: the median over the median of its control, run interleaved with it: ") + controls.join(QStringLiteral("; "))
+               + QLatin1Char('\n');
     return out;
 }
 
@@ -213,8 +277,8 @@ QString Results::Comparison(const Results &before) const
     QString out;
     out += Cell(QStringLiteral("operation"), nameWidth, false) + QStringLiteral("  ") + Cell(QStringLiteral("strings"), 7)
            + Cell(QStringLiteral("before"), 10) + Cell(QStringLiteral("now"), 10) + Cell(QStringLiteral("change"), 9)
-           + QLatin1Char('\n');
-    out += QString(nameWidth + 38, u'-') + QLatin1Char('\n');
+           + Cell(QStringLiteral("ratio before"), 14) + Cell(QStringLiteral("now"), 8) + QLatin1Char('\n');
+    out += QString(nameWidth + 60, u'-') + QLatin1Char('\n');
     for (const QString &operation : Operations()) {
         for (const int size : Sizes()) {
             const Series *now = Find(operation, size);
@@ -227,10 +291,16 @@ QString Results::Comparison(const Results &before) const
                              .arg((now->Median() / then->Median() - 1) * 100, 0, 'f', 0);
             out += Cell(operation, nameWidth, false) + QStringLiteral("  ") + Cell(QString::number(size), 7)
                    + Cell(then && !then->Empty() ? Figure(then->Median(), then->unit) : QStringLiteral("-"), 10)
-                   + Cell(Figure(now->Median(), now->unit), 10) + Cell(change, 9) + QLatin1Char('\n');
+                   + Cell(Figure(now->Median(), now->unit), 10) + Cell(change, 9)
+                   + Cell(then ? RatioText(*then) : QString(), 14) + Cell(RatioText(*now), 8);
+            out = out.trimmed() + QLatin1Char('\n');
         }
     }
-    out += QStringLiteral("before: %1 on %2 (%3 cores)\n").arg(before.info.date, before.info.host).arg(before.info.cores);
+    // Times taken at different loads differ; the ratios to the controls should not.
+    out += QStringLiteral("before: %1 on %2 (%3 cores, load average %4); now: load average %5\n")
+               .arg(before.info.date, before.info.host).arg(before.info.cores)
+               .arg(std::max(before.info.loadBefore, before.info.loadAfter), 0, 'f', 2)
+               .arg(std::max(info.loadBefore, info.loadAfter), 0, 'f', 2);
     return out;
 }
 
@@ -250,6 +320,7 @@ QByteArray Results::ToJson() const
     run[QStringLiteral("sizes")] = sizes;
     run[QStringLiteral("loadBefore")] = info.loadBefore;
     run[QStringLiteral("loadAfter")] = info.loadAfter;
+    run[QStringLiteral("loadHighest")] = info.loadHighest;
 
     QJsonArray results;
     for (const Series &s : m_series) {
@@ -266,11 +337,25 @@ QByteArray Results::ToJson() const
         for (const double v : s.samples)
             samples.append(v);
         o[QStringLiteral("samples")] = samples;
+        if (!s.control.empty()) {
+            QJsonArray control;
+            for (const double v : s.control)
+                control.append(v);
+            o[QStringLiteral("control")] = control;
+            o[QStringLiteral("controlName")] = s.controlName;
+            o[QStringLiteral("controlMedian")] = s.ControlMedian();
+            if (const std::optional<double> ratio = s.Ratio())
+                o[QStringLiteral("ratio")] = *ratio;
+        }
         if (s.target) {
             o[QStringLiteral("target")] = s.target->limit;
             o[QStringLiteral("targetStrings")] = s.target->atStrings;
-            if (const std::optional<bool> met = s.MeetsTarget())
+            if (s.target->ratioLimit > 0)
+                o[QStringLiteral("targetRatio")] = s.target->ratioLimit;
+            if (const std::optional<bool> met = s.MeetsTarget()) {
                 o[QStringLiteral("targetMet")] = *met;
+                o[QStringLiteral("targetMargin")] = s.Margin();
+            }
         }
         if (!s.note.isEmpty())
             o[QStringLiteral("note")] = s.note;
@@ -305,14 +390,19 @@ std::optional<Results> Results::FromJson(const QByteArray &json, QString *error)
         r.info.sizes.append(v.toInt());
     r.info.loadBefore = run.value(QStringLiteral("loadBefore")).toDouble(-1);
     r.info.loadAfter = run.value(QStringLiteral("loadAfter")).toDouble(-1);
+    r.info.loadHighest = run.value(QStringLiteral("loadHighest")).toDouble(-1);
     for (const QJsonValue v : root.value(QStringLiteral("results")).toArray()) {
         const QJsonObject o = v.toObject();
         Series &s = r.At(o.value(QStringLiteral("operation")).toString(), o.value(QStringLiteral("strings")).toInt(),
                          o.value(QStringLiteral("unit")).toString(QStringLiteral("ms")));
         for (const QJsonValue sample : o.value(QStringLiteral("samples")).toArray())
             s.samples.push_back(sample.toDouble());
+        for (const QJsonValue sample : o.value(QStringLiteral("control")).toArray())
+            s.control.push_back(sample.toDouble());
+        s.controlName = o.value(QStringLiteral("controlName")).toString();
         if (o.contains(QStringLiteral("target")))
-            s.target = Target{o.value(QStringLiteral("target")).toDouble(), o.value(QStringLiteral("targetStrings")).toInt()};
+            s.target = Target{o.value(QStringLiteral("target")).toDouble(), o.value(QStringLiteral("targetStrings")).toInt(),
+                              o.value(QStringLiteral("targetRatio")).toDouble()};
         s.note = o.value(QStringLiteral("note")).toString();
     }
     if (r.m_series.empty()) {

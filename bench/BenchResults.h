@@ -12,10 +12,12 @@
 
 namespace kvedit::bench {
 
-// A figure the operation should stay below at the largest size.
+// A figure the operation should stay below at one size: a limit in the series' unit, a limit
+// on its ratio to the control, or both.
 struct Target {
-    double limit = 0;      // in the series' unit
-    int atStrings = 0;     // the size the limit applies to
+    double limit = 0;      // in the series' unit; 0 for none
+    int atStrings = 0;     // the size the target applies to
+    double ratioLimit = 0; // the highest ratio to the control; 0 for none
 };
 
 struct Series {
@@ -25,14 +27,24 @@ struct Series {
     std::vector<double> samples;
     std::optional<Target> target;
     QString note;          // what was measured, when the name alone does not say
+    // A control measured interleaved with the samples, one run before each: the same kind of
+    // work whose cost does not change with kvedit, so that the ratio of the two reads the same
+    // on a busy machine as on a quiet one.
+    std::vector<double> control;
+    QString controlName;   // what the control is
 
     double Median() const;
     double Min() const;
     double Max() const;
     bool Empty() const { return samples.empty(); }
-    // True when the median stays below the target at the target's size; nullopt when no target
-    // applies to this size.
+    double ControlMedian() const;
+    // The median over the control's median; nullopt without a control.
+    std::optional<double> Ratio() const;
+    // True when the median and the ratio stay within the target at the target's size; nullopt
+    // when no target applies to this size.
     std::optional<bool> MeetsTarget() const;
+    // How far the figures are from the target, as "12 % under" or "30 % over" for each limit.
+    QString Margin() const;
 };
 
 struct RunInfo {
@@ -48,6 +60,7 @@ struct RunInfo {
     // while other work shared the cores are slower, and this says how much was going on.
     double loadBefore = -1;
     double loadAfter = -1;
+    double loadHighest = -1;   // the highest of the samples taken as each size begins and ends
 };
 
 class Results {

@@ -17,6 +17,7 @@ inline const QString EditToPaint = QStringLiteral("EditStringResources to first 
 inline const QString ProgramToShown = QStringLiteral("kvedit WORKSPACE to shown window");
 inline const QString PageAll = QStringLiteral("page through whole list");
 inline const QString PageFrame = QStringLiteral("page through: slowest frame");
+inline const QString PageFrameP99 = QStringLiteral("page through: frame p99");
 inline const QString Find = QStringLiteral("Find (full pass, no match)");
 inline const QString FindMissing = QStringLiteral("Find Missing (full pass)");
 inline const QString FindOutOfDate = QStringLiteral("Find Out-of-Date (full pass)");
@@ -56,6 +57,7 @@ struct Options {
     int repeats = 7;         // runs of every cheap operation
     int heavyRepeats = 3;    // runs of paging, editing every string, and the memory probe
     QString program;         // the kvedit executable
+    QString labelProgram;    // the control of its start: a window with one label
     QString self;            // this executable, for the memory probe
     QString workDir;         // where the workspaces are written
     QString screenConfig;    // the offscreen platform's screen, passed on to child processes

@@ -5,6 +5,9 @@
 
 #include "BenchResults.h"
 #include "Measurements.h"
+#include "SyntheticWorkspace.h"
+
+#include "services/ErrorContext.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -19,6 +22,7 @@
 #include <QTemporaryDir>
 #include <QThread>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -81,6 +85,23 @@ int main(int argc, char **argv)
         QCoreApplication app(argc, argv);
         return RunTransferProbe(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]),
                                 QString::fromLocal8Bit(argv[4]));
+    }
+
+    // A synthetic workspace left on disk, to profile the program on: --make-workspace FILE N.
+    if (argc == 4 && std::strcmp(argv[1], "--make-workspace") == 0) {
+        QCoreApplication app(argc, argv);
+        const int strings = QByteArray(argv[3]).toInt();
+        if (strings < 1 || strings > 32767) {
+            std::fprintf(stderr, "kvedit_bench: sizes are 1 to 32767, not '%s'\n", argv[3]);
+            return 2;
+        }
+        try {
+            CreateSyntheticWorkspace(QString::fromLocal8Bit(argv[2]), strings, TranslationState::InProgress);
+        } catch (const kvedit::KvError &e) {
+            std::fprintf(stderr, "kvedit_bench: %s\n", qPrintable(e.Description()));
+            return 1;
+        }
+        return 0;
     }
 
     QTemporaryDir scratch;
@@ -162,6 +183,11 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "kvedit_bench: no kvedit program at %s; its figures are left out\n", qPrintable(options.program));
             options.program.clear();
         }
+        options.labelProgram = QStringLiteral(KVEDIT_LABEL_PROGRAM);
+        if (!QFileInfo(options.labelProgram).isExecutable()) {
+            std::fprintf(stderr, "kvedit_bench: no label window at %s; the start has no control\n", qPrintable(options.labelProgram));
+            options.labelProgram.clear();
+        }
         options.only = parser.value(onlyOption).split(u',', Qt::SkipEmptyParts);
         options.self = QCoreApplication::applicationFilePath();
         options.workDir = parser.isSet(workOption) ? parser.value(workOption) : scratch.path();
@@ -182,17 +208,21 @@ int main(int argc, char **argv)
         total.start();
         for (const int size : options.sizes) {
             std::fprintf(stderr, "%d strings\n", size);
+            results.info.loadHighest = std::max(results.info.loadHighest, LoadAverage());
             MeasureSize(options, size, results);
+            results.info.loadHighest = std::max(results.info.loadHighest, LoadAverage());
         }
         std::fprintf(stderr, "measured in %.1f s\n", total.elapsed() / 1000.0);
         results.info.loadAfter = LoadAverage();
         AttachTargets(results);
     }
 
-    Print(QStringLiteral("\nkvedit benchmarks, %1 (%2 cores, Qt %3, %4 build, %5 platform; load average %6 before, %7 after)\n\n")
+    Print(QStringLiteral("\nkvedit benchmarks, %1 (%2 cores, Qt %3, %4 build, %5 platform; load average %6 before, "
+                         "%7 after, %8 at the highest)\n\n")
               .arg(results.info.date).arg(results.info.cores).arg(results.info.qtVersion, results.info.buildType,
                                                                     results.info.platform)
-              .arg(results.info.loadBefore, 0, 'f', 2).arg(results.info.loadAfter, 0, 'f', 2));
+              .arg(results.info.loadBefore, 0, 'f', 2).arg(results.info.loadAfter, 0, 'f', 2)
+              .arg(results.info.loadHighest, 0, 'f', 2));
     Print(results.Table());
 
     if (parser.isSet(growthOption)) {

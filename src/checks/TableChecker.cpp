@@ -30,12 +30,59 @@ void TableChecker::InvalidateAll()
 {
     m_checked = false;
     m_pending.clear();
+    m_partial.clear();
 }
 
 void TableChecker::Invalidate(StringId id)
 {
     if (m_checked && Valid(id))
         m_pending.push_back(id);
+    else
+        m_partial.clear();   // an edit may move a string between groups: start the few rows over
+}
+
+void TableChecker::CheckAround(StringId id)
+{
+    if (m_partial.empty()) {
+        m_slots.assign(static_cast<size_t>(m_maximumCount) + 1, Slot());
+        m_partial.assign(static_cast<size_t>(m_maximumCount) + 1, 0);
+    }
+    if (m_partial[static_cast<size_t>(id)] == 2)
+        return;
+    const auto ensure = [this](int i) -> const Slot & {
+        if (m_partial[static_cast<size_t>(i)] == 0) {
+            CheckOne(static_cast<StringId>(i));
+            m_partial[static_cast<size_t>(i)] = 1;
+        }
+        return m_slots[static_cast<size_t>(i)];
+    };
+    const Slot &slot = ensure(id);
+    if (!slot.inUse || slot.label < 0) {
+        m_partial[static_cast<size_t>(id)] = 2;
+        return;
+    }
+    // The same walk as RunAround, checking each neighbour on the way.
+    int first = id, last = id;
+    for (int i = id - 1; i >= 1; --i) {
+        const Slot &s = ensure(i);
+        if (!s.inUse)
+            continue;
+        if (s.label != slot.label)
+            break;
+        first = i;
+    }
+    for (int i = id + 1; i <= m_maximumCount; ++i) {
+        const Slot &s = ensure(i);
+        if (!s.inUse)
+            continue;
+        if (s.label != slot.label)
+            break;
+        last = i;
+    }
+    ComputeClashes(first, last);
+    for (int i = first; i <= last; ++i)
+        if (m_partial[static_cast<size_t>(i)] == 1 && m_slots[static_cast<size_t>(i)].label == slot.label)
+            m_partial[static_cast<size_t>(i)] = 2;
 }
 
 bool TableChecker::ClashRuleOn() const
@@ -179,6 +226,7 @@ void TableChecker::Refresh()
         }
         m_checked = true;
         m_pending.clear();
+        m_partial.clear();
         return;
     }
     if (m_pending.empty())
@@ -207,7 +255,10 @@ Problems TableChecker::ProblemsOf(StringId id)
 {
     if (!Valid(id))
         return {};
-    Refresh();
+    if (m_checked)
+        Refresh();
+    else
+        CheckAround(id);
     const Slot &slot = m_slots[static_cast<size_t>(id)];
     if (slot.clash.isEmpty())
         return slot.local;
@@ -245,7 +296,10 @@ Totals TableChecker::Count(StringId id)
     Totals totals;
     if (!Valid(id))
         return totals;
-    Refresh();
+    if (m_checked)
+        Refresh();
+    else
+        CheckAround(id);
     const Slot &slot = m_slots[static_cast<size_t>(id)];
     for (const Problems *list : {&slot.local, &slot.clash})
         for (const Problem &p : *list)

@@ -63,6 +63,9 @@ private:
     };
 
     void Refresh();
+    // Before the first whole check: the id and its shortcut group only, so that the rows a
+    // list shows first cost no check of the rest.
+    void CheckAround(StringId id);
     void CheckOne(StringId id);
     StringValues ReferenceOf(StringId id) const;   // the English default, for translations
     int LabelIndex(const QString &description);
@@ -84,6 +87,8 @@ private:
     QHash<QStringView, int> m_labelIndex; // views into m_labels
     bool m_checked = false;
     std::vector<StringId> m_pending;
+    // Until m_checked: the ids CheckAround checked (1), and whose group's clashes it found (2).
+    std::vector<quint8> m_partial;
 };
 
 } // namespace kvedit::checks

@@ -152,7 +152,6 @@ void frmEdit::Form_Load()
 {
     Reporting("frmEdit", "Form_Load", [&] {
         basCheckJapanese::FormToJapanese(this);
-        setWindowIcon(ApplicationIcon());
         m_imlEdit->Clear();
     });
 }
@@ -535,6 +534,15 @@ bool frmEdit::event(QEvent *event)
 {
     if (event->type() == QEvent::WindowActivate)
         Form_Activate();
+    if (event->type() == QEvent::Paint && !m_painted) {
+        // What the first screen does not need comes after it: the icon's pictures, and the
+        // problem count of the whole table in the status bar.
+        m_painted = true;
+        QTimer::singleShot(0, this, [this] {
+            setWindowIcon(ApplicationIcon());
+            UpdateProgress();
+        });
+    }
     return QMainWindow::event(event);
 }
 

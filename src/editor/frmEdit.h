@@ -210,6 +210,7 @@ private:
     QEventLoop *m_modalLoop = nullptr;
     bool m_saved = false;
     bool m_closing = false;
+    bool m_painted = false;   // set by the window's first paint
     QString m_findText;
     QUndoStack *m_undoStack = nullptr;
     QLabel *m_sbrProgress = nullptr;

@@ -36,7 +36,14 @@ void frmEdit::ProcessFileMenuSave(bool saveAs)
         const qint32 id = CurrentId();
         Require(Tables(), "StringTableSet")->Save(Version(), saveAs);
         MemoryAfterSave();
-        NoteChanged();
+        if (saveAs) {
+            NoteChanged();
+        } else {
+            // A plain Save changes no value, so the checks stand (unless their rules are now
+            // the saved ones); only which strings are local edits is counted again.
+            m_DVDS.RereadCheckRules();
+            m_DVDS.States().Recount();
+        }
         ShowIdAfterRefresh(id);
         m_saved = true;
     });

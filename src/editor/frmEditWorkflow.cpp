@@ -234,7 +234,9 @@ void frmEdit::UpdateProgress()
               << QStringLiteral("%1 missing").arg(c.missing) << QStringLiteral("%1 out of date").arg(c.outOfDate)
               << QStringLiteral("%1 unapproved").arg(c.unapproved);
     }
-    if (checks::TableChecker *checker = m_DVDS.Checks()) {
+    // Counting the problems checks every string; the window shows first (see event()).
+    checks::TableChecker *checker = m_painted ? m_DVDS.Checks() : nullptr;
+    if (checker) {
         const checks::Totals problems = checker->Count();
         if (problems.errors > 0)
             parts << (problems.errors == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(problems.errors));

@@ -77,11 +77,20 @@ public:
     // States and checks follow the tables and version shown; the checks cost nothing until asked.
     void Attach()
     {
+        attached = true;
         const StringTableSetPtr tables = Tables();
         states.Attach(tables, version, MaximumCount());
         checker.reset();
         if (tables)
             checker = std::make_unique<checks::TableChecker>(tables, version, MaximumCount(), Rules(*tables));
+    }
+    // Counting the states passes every id, so a new workspace is attached when first asked
+    // about, not again for the version set right after it.
+    bool attached = false;
+    void Ready()
+    {
+        if (!attached)
+            Attach();
     }
     static checks::RuleSet Rules(const StringTableSet &tables)
     {
@@ -125,7 +134,9 @@ void CDVDataSource::setWorkspace(const ResourceWorkspacePtr &workspace)
     // The ids of another workspace mean nothing here, and its server may count differently; the
     // list is filled again by TableVersion(Let) or RefreshStringList.
     d->list.reset();
-    d->Attach();
+    d->attached = false;
+    d->states.Attach(nullptr, d->version, 0);
+    d->checker.reset();
 }
 
 ResourceWorkspacePtr CDVDataSource::Workspace() const { return d->workspace; }
@@ -200,13 +211,21 @@ void CDVDataSource::RefreshStringList()
     });
 }
 
-StringStates &CDVDataSource::States() { return d->states; }
+StringStates &CDVDataSource::States()
+{
+    d->Ready();
+    return d->states;
+}
 
-checks::TableChecker *CDVDataSource::Checks() { return d->checker.get(); }
+checks::TableChecker *CDVDataSource::Checks()
+{
+    d->Ready();
+    return d->checker.get();
+}
 
 void CDVDataSource::InvalidateChecks(const QList<StringId> &ids)
 {
-    if (!d->checker)
+    if (!d->attached || !d->checker)
         return;
     if (!ids.isEmpty()) {
         for (const StringId id : ids)
@@ -217,6 +236,13 @@ void CDVDataSource::InvalidateChecks(const QList<StringId> &ids)
     if (const StringTableSetPtr tables = d->Tables())
         d->checker->SetRules(Private::Rules(*tables));
     d->checker->InvalidateAll();
+}
+
+void CDVDataSource::RereadCheckRules()
+{
+    if (d->attached && d->checker)
+        if (const StringTableSetPtr tables = d->Tables())
+            d->checker->SetRules(Private::Rules(*tables));
 }
 
 ListFilter CDVDataSource::Filter() const { return d->filter; }
@@ -238,6 +264,7 @@ bool CDVDataSource::Matches(qint32 id) const
     if (id <= 0 || id > kMaxStringId)
         return false;
     const auto stringId = static_cast<StringId>(id);
+    d->Ready();
     if (!d->states.Matches(stringId, d->filter.state))
         return false;
     if (d->filter.state == StateFilter::HasProblems && d->TotalsOf(id).strings == 0)
@@ -266,6 +293,7 @@ int CDVDataSource::RowSign(qint32 lngEntry)
 {
     if (lngEntry <= 0 || lngEntry > kMaxStringId)
         return rsNone;
+    d->Ready();
     const StringState state = d->states.State(static_cast<StringId>(lngEntry));
     int sign = rsNone;
     switch (state.translation) {
@@ -293,6 +321,7 @@ QString CDVDataSource::RowToolTip(qint32 lngEntry)
         if (!tables || lngEntry <= 0 || lngEntry > kMaxStringId)
             return;
         const auto id = static_cast<StringId>(lngEntry);
+        d->Ready();
         QStringList lines;
         const QString state = StringStates::Describe(d->states.State(id));
         lines << (state.isEmpty() ? QStringLiteral("String %1").arg(id) : QStringLiteral("%1: %2").arg(id).arg(state));

@@ -56,6 +56,9 @@ public:
     // After a change to the tables: the checks of these ids (none: of every id, with the
     // workspace's rules read again) are made afresh on the next query.
     void InvalidateChecks(const QList<StringId> &ids = {});
+    // After a Save that changed no value: the workspace's rules read again, the checks made
+    // afresh only when those changed.
+    void RereadCheckRules();
     // A filter applies from the next RefreshStringList: the rows of the fill that match it, in
     // their order.
     ListFilter Filter() const;

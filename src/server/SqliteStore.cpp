@@ -91,6 +91,17 @@ public:
         const int n = sqlite3_column_bytes(m_stmt, column);
         return n > 0 ? QString::fromUtf8(p, n) : QString();
     }
+    // The same text, shared with `same` when equal to it instead of held twice.
+    QString Text(int column, const QString &same) const
+    {
+        const auto *p = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
+        const int n = sqlite3_column_bytes(m_stmt, column);
+        if (n <= 0)
+            return QString();
+        if (QAnyStringView::equal(QUtf8StringView(p, n), QStringView(same)))
+            return same;
+        return QString::fromUtf8(p, n);
+    }
 
 private:
     void Check(int rc)
@@ -362,21 +373,37 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
     // pools never move while the file is read.
     for (SourceTable &table : contents.sources)
         table.reserve(static_cast<size_t>(info.maximumCount));
+    // Pages are read through a memory map while the file is loaded instead of one read call
+    // each; only then, so that a file cut short by another program later gives an error
+    // instead of a fault.
+    const qint64 fileBytes = static_cast<qint64>(PragmaInt(db, "PRAGMA page_count")) * PragmaInt(db, "PRAGMA page_size");
+    sqlite3_exec(db, QByteArray("PRAGMA mmap_size = " + QByteArray::number(fileBytes + (1 << 20))).constData(), nullptr,
+                 nullptr, nullptr);
+    struct NoMap {
+        sqlite3 *db;
+        ~NoMap() { sqlite3_exec(db, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr); }
+    } noMap{db};
+
+    // The English default first (the key's order backwards, which costs no sort), so that a
+    // translation's description and shortcut character, nearly always the English ones, are
+    // shared with them instead of held twice.
     Statement records(db, "SELECT source, id, text, description, properties, shortcut_character, "
-                          "shortcut_mode, revision, status FROM records");
+                          "shortcut_mode, revision, status FROM records ORDER BY source DESC, id DESC");
+    const SourceTable &english = contents.sources[ssEnglishDefault];
     while (records.Step()) {
         const int source = records.Int(0);
         const int id = records.Int(1);
         if (source < 0 || source > 3 || id < 1 || id > info.maximumCount)
             throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
                                           .arg(shown).arg(source).arg(id));
+        const Record *same = source != ssEnglishDefault ? english.find(id) : nullptr;
         Record r;
         r.hasText = !records.IsNull(2);
         if (r.hasText)
             r.text = records.Text(2);
-        r.description = records.Text(3);
+        r.description = same ? records.Text(3, same->description) : records.Text(3);
         r.properties = static_cast<quint8>(records.Int(4) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
-        r.shortcutCharacter = records.Text(5);
+        r.shortcutCharacter = same ? records.Text(5, same->shortcutCharacter) : records.Text(5);
         const int mode = records.Int(6);
         r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
         r.revision = static_cast<qint16>(records.Int(7));

@@ -352,6 +352,10 @@ void TableSet::Store(const StringEntryPtr &entry, bool replace)
 
     QString symbol;
     Record record = RecordOfEntry(*entry, &symbol);
+    // A text put together while editing has room to grow; every string of a table may be
+    // edited, so the stored one keeps only what it holds.
+    if (record.text.capacity() > record.text.size())
+        record.text.squeeze();
 
     if (source == ssEnglishDefault) {
         // The revision follows the text against the saved state, so editing a text back to
