@@ -311,6 +311,29 @@ int RunNew(const QStringList &arguments, QTextStream &out)
     return exitSuccess;
 }
 
+// The translations an XLIFF file offers beside its own (<alt-trans>) become suggestions of the
+// translation memory for this workspace. The import stands whatever happens to them.
+void KeepOfferedTranslations(const QString &path, const QString &language, const io::ImportSummary &summary,
+                             QTextStream &out, QTextStream &err)
+{
+    if (summary.alternatives.isEmpty())
+        return;
+    QList<memory::TranslationMemory::Offered> offers;
+    QSet<StringId> ids;
+    for (const io::ImportSummary::Alternative &a : summary.alternatives) {
+        offers.append({a.id, a.english, a.target, a.quality});
+        ids.insert(a.id);
+    }
+    try {
+        memory::TranslationMemory memory;
+        memory.KeepOffered(path, language, offers);
+        out << "Kept the translations the file offers for " << ids.size()
+            << " strings as suggestions of the translation memory\n";
+    } catch (const KvError &e) {
+        err << "warning: the translations the file offers were not kept: " << e.Description() << '\n';
+    }
+}
+
 int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, bool interactive)
 {
     QCommandLineParser parser;
@@ -391,6 +414,7 @@ int RunImport(const QStringList &arguments, QTextStream &out, QTextStream &err, 
     for (const io::NotImported &n : summary.notImported)
         out << "  " << n.ids.size() << ' ' << n.reason << ": " << FirstIds(n.ids) << '\n';
     PrintImportedProblems(*workspace, before.Changed(*workspace->Set(), summary.source), summary.source, path, out);
+    KeepOfferedTranslations(path, workspace->Tables()->SourceLanguage(ssLocalEdited).Value(), summary, out, err);
     return exitSuccess;
 }
 

@@ -48,6 +48,15 @@ struct TextProperties {
     static TextProperties FromTraits(const TextTraits &traits);
 };
 
+// A translation an exchange file suggests beside the unit's own (XLIFF <alt-trans>): from a
+// memory or a machine, for the same English text or a similar one.
+struct AlternativeTranslation {
+    QString source;              // the English it translates (the unit's own when the file gives none)
+    QString target;
+    QString origin;              // the tool or memory it came from, as the file names it
+    int quality = -1;            // the file's match quality in percent; -1 when it gives none
+};
+
 struct ImportedString {
     int id = 0;                  // 0 while a symbolic id has no number yet
     QString symbol;              // "IDS_FILE_OPEN", empty when the file gives none
@@ -67,6 +76,7 @@ struct ImportedString {
     TextProperties targetProperties;
     bool targetPropertiesGiven = false;
     QString notTranslated;       // why a unit brings no translation (a reason's name); empty: the default
+    QList<AlternativeTranslation> alternatives;   // suggestions the file carries beside the translation
 
     // Another tool's exchange file: its <file> and unit, inline codes and state, kept so an
     // export gives that tool its units back. Empty for our own files and for scripts.

@@ -155,6 +155,8 @@ public:
                                                 .arg(s.DisplayId())
                                                 .arg(m_translated.value(*id)));
         m_translated.insert(*id, s.line);
+        for (const AlternativeTranslation &a : s.alternatives)
+            m_summary.alternatives.append({*id, a.source, a.target, a.origin, a.quality});
         if (s.state == TranslationState::Missing || !s.target) {
             m_summary.AddNotImported(s.notTranslated.isEmpty() ? reason::kNoTarget : s.notTranslated, s.DisplayId());
             KeepTargetOrigin(*id, s);   // its state and draft go back as they came

@@ -62,6 +62,16 @@ struct ImportSummary {
     int skipped = 0;             // strings not imported: the sum of notImported's ids
     QList<NotImported> notImported;   // by reason, in the order first met
     QList<Diagnostic> notes;
+    // The <alt-trans> suggestions of an XLIFF file's units, by the string they were offered for;
+    // not stored in the workspace (the translation memory keeps them).
+    struct Alternative {
+        kvedit::StringId id = 0;
+        QString english;
+        QString target;
+        QString origin;
+        int quality = -1;
+    };
+    QList<Alternative> alternatives;
 
     void AddNotImported(const QString &reason, const QString &id);
 };

@@ -411,6 +411,8 @@ private:
                 InlineContent content = ReadInline();
                 target = std::move(content.text);
                 s.origin.targetMarkup = std::move(content.markup);
+            } else if (name == QLatin1String("alt-trans")) {
+                ReadAlternative(s);
             } else if (name == QLatin1String("note")) {
                 const QString note = ReadText();
                 if (!s.description)
@@ -444,6 +446,9 @@ private:
         }
 
         s.text = s.sourceText;
+        for (AlternativeTranslation &alternative : s.alternatives)
+            if (alternative.source.isEmpty())
+                alternative.source = s.sourceText;
         s.properties = sourceGroup.Over(s.sourceText);
         s.propertiesGiven = sourceGroup.present;
         if (sourceGroup.parametersGiven) {
@@ -470,6 +475,34 @@ private:
             sink(std::move(s), m_xml.device()->pos(), m_xml.device()->size());
         else
             m_result.strings.append(std::move(s));
+    }
+
+    // <alt-trans>: its own <source> when it translates another English text, its <target>, and
+    // where it came from. The text equivalents of inline codes are taken, as for a unit's texts.
+    void ReadAlternative(ImportedString &s)
+    {
+        AlternativeTranslation alternative;
+        const QXmlStreamAttributes a = m_xml.attributes();
+        alternative.origin = a.value(QLatin1String("origin")).toString().trimmed();
+        bool numeric = false;
+        const double quality = a.value(QLatin1String("match-quality")).toString().remove(u'%').trimmed().toDouble(&numeric);
+        if (numeric && quality >= 0 && quality <= 100)
+            alternative.quality = qRound(quality);
+        bool haveTarget = false;
+        while (m_xml.readNextStartElement()) {
+            if (m_xml.namespaceUri() != m_namespace) {
+                m_xml.skipCurrentElement();
+            } else if (m_xml.name() == QLatin1String("source")) {
+                alternative.source = ReadInline().text;
+            } else if (m_xml.name() == QLatin1String("target")) {
+                alternative.target = ReadInline().text;
+                haveTarget = true;
+            } else {
+                m_xml.skipCurrentElement();
+            }
+        }
+        if (haveTarget && !alternative.target.isEmpty())
+            s.alternatives.append(std::move(alternative));
     }
 
     static void ReadExtraData(QStringView data, PropertyGroup &source, PropertyGroup &target, int &stringId)

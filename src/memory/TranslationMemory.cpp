@@ -229,6 +229,12 @@ QString Adapt(const QString &translation, const QString &matchEnglish, const QSt
     return out;
 }
 
+// The index's name for the offers an exchange file made for a workspace's strings.
+static QString OfferedPath(const QString &workspaceKey)
+{
+    return workspaceKey + QStringLiteral("#offered");
+}
+
 // --- The index -------------------------------------------------------------------------------
 
 struct TranslationMemory::Private {
@@ -242,6 +248,7 @@ struct TranslationMemory::Private {
     bool ownIndexed = false;
     QString language;
     QList<QPair<QString, qint64>> others;   // path, source key
+    qint64 offeredKey = 0;                  // the offers kept for the workspace being edited; 0: none
     // Words in each indexed English text by rowid, for choosing fuzzy candidates; loaded on the
     // first fuzzy lookup after the index changed.
     std::vector<quint16> wordCounts;
@@ -516,6 +523,8 @@ void TranslationMemory::SetWorkspace(const StringTableSetPtr &tables, const QStr
     d->ownMaximum = maximumCount;
     d->ownIndexed = false;
     d->language = tables ? tables->SourceLanguage(ssLocalEdited).Value() : QString();
+    Private::Statement offered(*d, "SELECT key FROM sources WHERE path = ?");
+    d->offeredKey = offered.Bind(1, OfferedPath(key)).Step() ? offered.Int(0) : 0;
     // The same file added as a memory too would only repeat every suggestion.
     d->others.removeIf([&](const QPair<QString, qint64> &other) { return other.first == key; });
 }
@@ -537,6 +546,46 @@ void TranslationMemory::Warm()
 {
     d->EnsureOwnIndexed();
     d->WordCounts();
+}
+
+void TranslationMemory::KeepOffered(const QString &workspacePath, const QString &language, const QList<Offered> &offers)
+{
+    QHash<StringId, Offered> best;
+    for (const Offered &o : offers) {
+        if (o.id <= 0 || o.english.trimmed().isEmpty() || o.translation.isEmpty())
+            continue;
+        const auto it = best.constFind(o.id);
+        if (it == best.cend() || o.quality > it->quality)
+            best.insert(o.id, o);
+    }
+    if (best.isEmpty())
+        return;
+    const QString path = OfferedPath(QFileInfo(workspacePath).absoluteFilePath());
+    Private::Transaction t(*d);
+    const qint64 key = d->SourceKey(path);
+    d->SetLanguage(key, language, 0);
+    Private::Statement find(*d, "SELECT rowid, plain FROM units WHERE source = ? AND id = ?");
+    Private::Statement removeText(*d, "INSERT INTO units_text(units_text, rowid, plain) VALUES('delete', ?, ?)");
+    Private::Statement remove(*d, "DELETE FROM units WHERE rowid = ?");
+    Private::Statement insert(*d, "INSERT INTO units(source, id, english, plain, loose, translation, approved) "
+                                  "VALUES(?, ?, ?, ?, ?, ?, 0)");
+    Private::Statement addText(*d, "INSERT INTO units_text(rowid, plain) VALUES(?, ?)");
+    for (const Offered &o : std::as_const(best)) {
+        if (find.Bind(1, key).Bind(2, o.id).Step()) {
+            const qint64 rowid = find.Int(0);
+            removeText.Bind(1, rowid).Bind(2, find.Text(1)).Run();
+            remove.Bind(1, rowid).Run();
+        }
+        find.Reset();
+        const QString plain = WithoutMarkers(o.english);
+        insert.Bind(1, key).Bind(2, o.id).Bind(3, o.english).Bind(4, plain).Bind(5, Loose(o.english))
+            .Bind(6, o.translation).Run();
+        addText.Bind(1, sqlite3_last_insert_rowid(d->db)).Bind(2, plain).Run();
+    }
+    t.Commit();
+    d->wordCounts.clear();
+    if (path == OfferedPath(d->ownPath))
+        d->offeredKey = key;
 }
 
 bool TranslationMemory::IsCurrent(const QString &path) const
@@ -575,6 +624,8 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
     QHash<qint64, QString> origins;
     if (d->own)
         origins.insert(d->ownKey, QStringLiteral("this workspace"));
+    if (d->own && d->offeredKey)
+        origins.insert(d->offeredKey, QStringLiteral("offered in an XLIFF file"));
     for (const auto &other : std::as_const(d->others))
         origins.insert(other.second, QFileInfo(other.first).fileName());
     if (origins.isEmpty())

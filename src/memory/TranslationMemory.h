@@ -77,6 +77,17 @@ public:
     // A workspace already indexed and current, used without opening it.
     void UseIndexed(const QString &path);
 
+    // Translations an exchange file offered beside its own (XLIFF <alt-trans>) for strings of the
+    // workspace at workspacePath, kept as suggestions whenever that workspace is edited: the
+    // best offer per string, in place of an earlier one. One transaction.
+    struct Offered {
+        StringId id = 0;
+        QString english;        // the English the offer translates
+        QString translation;
+        int quality = -1;       // the file's match quality; the highest of a string's offers is kept
+    };
+    void KeepOffered(const QString &workspacePath, const QString &language, const QList<Offered> &offers);
+
     // Does now what the first lookup would otherwise do first (index the workspace being edited,
     // read what choosing fuzzy candidates needs), so that lookup is as quick as the others.
     void Warm();

@@ -259,6 +259,45 @@ private slots:
         }
         QCOMPARE(found.join(u' '), filled);
     }
+
+    // An XLIFF file's <alt-trans> offers: kept as suggestions for the workspace (the best of a
+    // unit's offers), never as its translations, and found by pre-translation.
+    void offeredTranslations()
+    {
+        const QString path = NewFile(QStringLiteral(".kvw"));
+        MakeWorkspace(path, {{1, "Open", "Öffnen"}, {2, "Print", ""}, {3, "Save all", ""}});
+        const QString xliff = NewFile(QStringLiteral(".xlf"));
+        QFile file(xliff);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"(<?xml version="1.0" encoding="UTF-8"?>
+<xliff xmlns="urn:oasis:names:tc:xliff:document:1.2" version="1.2">
+ <file original="app" source-language="en" target-language="de-DE" datatype="plaintext"><body>
+  <trans-unit id="2"><source>Print</source><target state="new"/>
+   <alt-trans origin="mt" match-quality="70"><target>Drucke</target></alt-trans>
+   <alt-trans origin="tm" match-quality="95%"><source>Print</source><target>Drucken</target></alt-trans>
+  </trans-unit>
+  <trans-unit id="3"><source>Save all</source>
+   <alt-trans><source>Save all files</source><target>Alle Dateien speichern</target></alt-trans>
+  </trans-unit>
+ </body></file>
+</xliff>
+)");
+        file.close();
+        const auto run = [](const QStringList &arguments, QString &output) {
+            QTextStream stream(&output);
+            const int code = cli::RunCommandLine(QStringList{"kvedit"} + arguments, stream, stream);
+            stream.flush();
+            return code;
+        };
+        QString output;
+        QVERIFY2(run({"import", path, xliff}, output) == 0, qPrintable(output));
+        QVERIFY2(output.contains(QLatin1String("offers for 2 strings")), qPrintable(output));
+        QVERIFY(!server::Workspace::Open(path)->Tables()->HasText(2, ssLocalEdited));
+        output.clear();
+        QVERIFY2(run({"pretranslate", path, "--min", "60"}, output) == 0, qPrintable(output));
+        QVERIFY2(output.contains(QLatin1String("2\t100 %\tDrucken\t(offered in an XLIFF file)")), qPrintable(output));
+        QVERIFY2(output.contains(QLatin1String("3\t80 %\tAlle Dateien speichern")), qPrintable(output));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestMemory)
