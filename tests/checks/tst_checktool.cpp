@@ -1,44 +1,22 @@
 // The check tool and the problem lines of import and export: the demo workspace's deliberate
 // problems as lines and JSON, the exit codes, rules switched off and kept, and --strict.
 
-#include "cli/CommandLine.h"
+#include "CliRun.h"
+#include "IoTestSupport.h"
 #include "server/Workspace.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTextStream>
 #include <QtTest>
 
 using namespace kvedit;
 
 namespace {
 
-struct Run {
-    int code = -1;
-    QString out, err;
-    QByteArray Describe() const { return QStringLiteral("exit %1\nstdout:\n%2\nstderr:\n%3").arg(code).arg(out, err).toUtf8(); }
-};
-
-Run Cli(const QStringList &arguments)
-{
-    Run r;
-    QTextStream out(&r.out);
-    QTextStream err(&r.err);
-    r.code = cli::RunCommandLine(QStringList{QStringLiteral("kvedit")} + arguments, out, err);
-    out.flush();
-    err.flush();
-    return r;
-}
-
-QString Write(const QTemporaryDir &dir, const QString &name, const QByteArray &content)
-{
-    const QString path = dir.filePath(name);
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly) || f.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(path));
-    return path;
-}
+using Run = kvedit::test::CliRun;
+using kvedit::test::Cli;
+using kvedit::test::WriteBytes;
 
 // Lines of the check's output that report a problem of the rule.
 int LinesOf(const QString &out, const QString &rule)
@@ -196,14 +174,14 @@ private slots:
         QTemporaryDir dir;
         const QString ws = dir.filePath(QStringLiteral("w.kvw"));
         QCOMPARE(Cli({"new", ws, "--language", "de-DE"}).code, 0);
-        const QString english = Write(dir, QStringLiteral("app.rc"),
+        const QString english = WriteBytes(dir, QStringLiteral("app.rc"),
                                       "STRINGTABLE\nBEGIN\n  1 \"&Open...\"\n  2 \"Page %1 of %2\"\n  3 \"Ready\"\nEND\n");
         Run r = Cli({"import", ws, english});
         QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("The 3 added or changed strings carry 0 errors and 0 warnings")),
                  r.Describe());
 
         // A translation that drops %2 and the shortcut: refused whole with --strict.
-        const QString german = Write(dir, QStringLiteral("de.rc"),
+        const QString german = WriteBytes(dir, QStringLiteral("de.rc"),
                                      "LANGUAGE LANG_GERMAN, SUBLANG_GERMAN\nSTRINGTABLE\nBEGIN\n  1 \"\xc3\x96\x66\x66nen...\"\n"
                                      "  2 \"Seite %1\"\n  3 \"Bereit\"\nEND\n");
         r = Cli({"import", ws, german, "--strict"});

@@ -89,7 +89,6 @@ private slots:
         QTest::newRow("German") << "de-DE" << "LANGUAGE 0x07, 0x01";
         QTest::newRow("Swiss German") << "de-CH" << "LANGUAGE 0x07, 0x02";
         QTest::newRow("bare language") << "fr" << "LANGUAGE 0x0c, 0x01";
-        QTest::newRow("Japanese") << "ja-JP" << "LANGUAGE 0x11, 0x01";
         QTest::newRow("Brazilian Portuguese") << "pt_BR" << "LANGUAGE 0x16, 0x01";
         QTest::newRow("unknown") << "tlh" << "LANGUAGE 0x00, 0x00";
     }
@@ -136,7 +135,6 @@ private slots:
         const QString strings = DataFile(QStringLiteral("compile/strings.rc"));
         const QStringList dirs{DataFile(QStringLiteral("app")), DataFile(QStringLiteral("app/include"))};
         QTest::newRow("includes, definitions, code page 1252") << QByteArray() << strings << dirs << QStringList{"WITH_EXTRAS"};
-        QTest::newRow("without the definition") << QByteArray() << strings << dirs << QStringList();
         // Japanese in Shift-JIS; no character whose second byte is '\\' stands before a letter the
         // compiler would take for an escape, which it does not understand in this code page.
         QTest::newRow("Shift-JIS")

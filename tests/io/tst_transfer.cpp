@@ -132,56 +132,21 @@ private slots:
         QCOMPARE(formats.join(u' '), QStringLiteral("%1 %1 %1 %2 %2 - -").arg(int(FileFormat::ResourceScript)).arg(int(FileFormat::Xliff)));
     }
 
+    // The sample script fills the English default, its language file the local default: current
+    // against the English text, not yet approved, the English untouched; symbols as in the script.
     void sampleScriptsFillTheirSources()
     {
         server::WorkspacePtr ws = NewWorkspace();
         const ImportSummary en = ImportFile(*ws, DataFile(QStringLiteral("app/app.rc")), SampleOptions());
         QCOMPARE(Summary(en), QStringLiteral("3 en-US: 12 added, 0 changed, 0 unchanged, 0 skipped"));
-        QVERIFY(std::any_of(en.notes.cbegin(), en.notes.cend(),
-                            [](const Diagnostic &d) { return d.message.contains(QLatin1String("windows.h")); }));
-        const std::shared_ptr<server::TableSet> set = ws->Set();
-        QVERIFY(!set->Modified());
-        QCOMPARE(set->RecordCount(ssLocalDefault), 0);
-        QCOMPARE(ws->Symbol(101), QStringLiteral("IDS_APP_TITLE"));
-        QCOMPARE(ws->Symbol(110), QString());
-        const StringEntryPtr open = set->Entry(102, ssEnglishDefault);
-        QVERIFY(open->Property(tpAllowShortcut));
-        QCOMPARE(open->ShortcutCharacter() + QString::number(open->ShortcutMode()), QStringLiteral("O1"));
-        QVERIFY(set->Entry(108, ssEnglishDefault)->Property(tpMultipleLines));
-        QVERIFY(set->Entry(109, ssEnglishDefault)->TabsAllowed());
+        QVERIFY(!ws->Set()->Modified());
+        QCOMPARE(ws->Symbol(101) + '|' + ws->Symbol(110), QStringLiteral("IDS_APP_TITLE|"));
         QCOMPARE(ParameterIds(*ws, 106), (QList<int>{1, 2, 3}));
-        QCOMPARE(set->Parameters(106).first().Placeholder(), QStringLiteral("%1"));
-
         const ImportSummary de = ImportFile(*ws, DataFile(QStringLiteral("lang/de.rc")), SampleOptions());
         QCOMPARE(Summary(de), QStringLiteral("1 de-DE: 5 added, 0 changed, 0 unchanged, 0 skipped"));
-        QCOMPARE(set->Entry(102, ssLocalDefault)->ShortcutCharacter(), QStringLiteral("F"));
-        // Current against the English text, not yet approved; the English is untouched.
+        QCOMPARE(ws->Set()->Entry(102, ssLocalDefault)->ShortcutCharacter(), QStringLiteral("F"));
         QCOMPARE(States(*ws, ssLocalDefault).at(1), QStringLiteral("102 unapproved Datei \u00f6&ffnen"));
-        QCOMPARE(set->Text(102, ssEnglishDefault), QStringLiteral("&Open file"));
-    }
-
-    void sourceCanBeChosen_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<int>("as");
-        QTest::addColumn<int>("source");
-        QTest::newRow("English script as a translation") << "app/app.rc" << int(ImportAs::LocalDefault) << int(ssLocalDefault);
-        QTest::newRow("German script as the strings") << "lang/de.rc" << int(ImportAs::EnglishDefault) << int(ssEnglishDefault);
-        QTest::newRow("German script by its language") << "lang/de.rc" << int(ImportAs::Automatic) << int(ssLocalDefault);
-    }
-
-    void sourceCanBeChosen()
-    {
-        QFETCH(QString, file);
-        QFETCH(int, as);
-        QFETCH(int, source);
-        server::WorkspacePtr ws = NewWorkspace();
-        // Translations need their strings first.
-        ImportFile(*ws, DataFile(QStringLiteral("app/app.rc")), SampleOptions());
-        ImportOptions o = SampleOptions();
-        o.as = static_cast<ImportAs>(as);
-        QCOMPARE(int(ImportFile(*ws, DataFile(file), o).source), source);
-        QVERIFY(ws->Set()->RecordCount(static_cast<StringSource>(source)) >= 5);
+        QCOMPARE(ws->Set()->Text(102, ssEnglishDefault), QStringLiteral("&Open file"));
     }
 
     void reimportKeepsWhatTheFileDoesNotSay()
@@ -348,23 +313,17 @@ private slots:
             DescribeSaveChanges(*first, 2);
         }
 
+        // The strings' file holds no translations and is taken as the strings without being told.
         QTemporaryDir dir;
         const QString english = dir.filePath(QStringLiteral("english.") + extension);
         const QString german = dir.filePath(QStringLiteral("german.") + extension);
+        ExportFile(*first, english, ExportOptions{ssEnglishDefault, {}});
+        QVERIFY(!test::ReadBytes(english).contains("<target"));
+        const ExportSummary exported = ExportFile(*first, german, ExportOptions{ssLocalDefault, {}});
+        QCOMPARE(exported.languageTag, QStringLiteral("de-DE"));
         server::WorkspacePtr second = NewWorkspace();
-        ImportOptions asEnglish;
-        asEnglish.as = ImportAs::EnglishDefault;
-        if (extension == QLatin1String("rc")) {
-            ExportFile(*first, english, ExportOptions{ssEnglishDefault, {}});
-            ExportFile(*first, german, ExportOptions{ssLocalDefault, {}});
-            ImportFile(*second, english);
-            ImportFile(*second, german);
-        } else {
-            // One XLIFF file carries both sides.
-            ExportFile(*first, german, ExportOptions{ssLocalDefault, {}});
-            ImportFile(*second, german, asEnglish);
-            ImportFile(*second, german);
-        }
+        QCOMPARE(ImportFile(*second, english).source, ssEnglishDefault);
+        ImportFile(*second, german);
         QCOMPARE(Snapshot(*second), Snapshot(*first));
         QCOMPARE(States(*second, ssLocalDefault), States(*first, ssLocalDefault));
 
@@ -372,36 +331,6 @@ private slots:
         const QString again = dir.filePath(QStringLiteral("again.") + extension);
         ExportFile(*second, again, ExportOptions{ssLocalDefault, {}});
         QCOMPARE(test::ReadBytes(again), test::ReadBytes(german));
-    }
-
-    void demoStatesSurviveXliff()
-    {
-        server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
-        QTemporaryDir dir;
-        const QString english = dir.filePath(QStringLiteral("english.xlf")), german = dir.filePath(QStringLiteral("german.xlf"));
-        ExportFile(*demo, english, ExportOptions{ssEnglishDefault, {}});
-        QVERIFY(!test::ReadBytes(english).contains("target-language") && !test::ReadBytes(english).contains("<target"));
-        const ExportSummary exported = ExportFile(*demo, german, ExportOptions{ssLocalDefault, {}});
-        QCOMPARE(exported.strings, demo->Set()->RecordCount(ssEnglishDefault));
-        QCOMPARE(exported.languageTag, demo->Info().targetLanguage);
-
-        server::WorkspacePtr copy = NewWorkspace(demo->Info().targetLanguage);
-        // Without translations, the file is taken as the strings.
-        QCOMPARE(ImportFile(*copy, english).source, ssEnglishDefault);
-        ImportFile(*copy, german);
-        QCOMPARE(States(*copy, ssLocalDefault), States(*demo, ssLocalDefault));
-        const std::shared_ptr<server::TableSet> a = demo->Set(), b = copy->Set();
-        for (int i = 1; i <= a->MaximumCount(); ++i) {
-            const StringId id = static_cast<StringId>(i);
-            QCOMPARE(copy->Symbol(id), demo->Symbol(id));
-            // Approval marks too, also on translations that are out of date.
-            QCOMPARE(b->HasStatus(id, ssLocalDefault, sfApproved), a->HasStatus(id, ssLocalDefault, sfApproved));
-            if (a->HasText(id, ssEnglishDefault)) {
-                QCOMPARE(b->Entry(id, ssEnglishDefault)->EntryText(), a->Entry(id, ssEnglishDefault)->EntryText());
-                QCOMPARE(b->Entry(id, ssEnglishDefault)->ShortcutMode(), a->Entry(id, ssEnglishDefault)->ShortcutMode());
-                QCOMPARE(b->Parameters(id), a->Parameters(id));
-            }
-        }
     }
 
     void exportWritesTheTableVersion()
@@ -460,6 +389,17 @@ private slots:
                                                            << int(ssLocalDefault) << "imported as asked";
         QTest::newRow("Japanese XLIFF as local edited") << "ja.xlf" << japanese << int(ImportAs::LocalEdited) << false
                                                         << int(ssLocalEdited) << "imported as asked";
+        QTest::newRow("Japanese PO")
+            << "ja.po" << QByteArray("msgid \"\"\nmsgstr \"\"\n\"Language: ja\\n\"\n\nmsgctxt \"101\"\nmsgid \"Sample Editor\"\nmsgstr \"T\"\n")
+            << automatic << false << -1 << "the file is in Japanese (ja), the workspace's translations are in German (de-DE)";
+        const auto ts = [](const char *attributes) {
+            return QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<!DOCTYPE TS>\n<TS version=\"2.1\"") + attributes
+                   + "><context><message><source>Sample Editor</source><comment>101</comment><translation>T</translation>"
+                     "</message></context></TS>\n";
+        };
+        QTest::newRow("TS from French") << "fr.ts" << ts(" language=\"de_DE\" sourcelanguage=\"fr\"") << automatic << false << -1
+                                        << "the file's source texts are in French (fr)";
+        QTest::newRow("TS stating nothing") << "x.ts" << ts("") << automatic << false << int(ssLocalDefault) << "";
         QTest::newRow("sources in French")
             << "fr.xlf"
             << QByteArray("<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" "

@@ -66,10 +66,6 @@ QString SchemaFile()
     return shared + QStringLiteral("/schemas/xliff-core-1.2-strict.xsd");
 }
 
-} // namespace
-
-namespace {
-
 QByteArray OtherToolsFile(const QByteArray &files)
 {
     return "<?xml version=\"1.0\"?>\n<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\">\n" + files
@@ -163,13 +159,10 @@ private slots:
         QTest::newRow("no text") << "translated" << false << true << "" << int(TranslationState::Missing);
         QTest::newRow("needs-review-translation") << "needs-review-translation" << true << false << "" << int(TranslationState::OutOfDate);
         QTest::newRow("needs-review-l10n") << "needs-review-l10n" << true << true << "" << int(TranslationState::OutOfDate);
-        QTest::newRow("needs-adaptation") << "needs-adaptation" << true << false << "" << int(TranslationState::OutOfDate);
         QTest::newRow("translated") << "translated" << true << false << "" << int(TranslationState::Unapproved);
         QTest::newRow("translated, approved unit") << "translated" << true << true << "" << int(TranslationState::Approved);
         QTest::newRow("signed-off") << "signed-off" << true << false << "" << int(TranslationState::Approved);
-        QTest::newRow("final") << "final" << true << false << "" << int(TranslationState::Approved);
         QTest::newRow("no state") << "" << true << false << "" << int(TranslationState::Unapproved);
-        QTest::newRow("no state, approved unit") << "" << true << true << "" << int(TranslationState::Approved);
         QTest::newRow("extension state") << "x-checked" << true << false << "" << int(TranslationState::Unapproved);
         QTest::newRow("fuzzy match") << "translated" << true << false << "fuzzy-match" << int(TranslationState::OutOfDate);
         QTest::newRow("rejected") << "final" << true << false << "rejected-inaccurate" << int(TranslationState::OutOfDate);
@@ -315,14 +308,12 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("x with equiv-text") << QByteArray("il y a <x id=\"INTERPOLATION\" equiv-text=\"{{minutes}}\"/> minutes")
                                            << "il y a {{minutes}} minutes";
-        QTest::newRow("x without") << QByteArray("a<x id=\"1\"/>b") << "ab";
         QTest::newRow("ph") << QByteArray("Save <ph id=\"1\" ctype=\"x-param\">%1</ph>?") << "Save %1?";
         QTest::newRow("ph with equiv-text") << QByteArray("<ph id=\"1\" equiv-text=\"{name}\">&lt;span&gt;</ph> here") << "{name} here";
         QTest::newRow("ph with sub") << QByteArray("<ph id=\"1\">&lt;a&gt;<sub>Tip</sub></ph>link") << "<a>link";
         QTest::newRow("bx and ex") << QByteArray("<bx id=\"1\" rid=\"r\" equiv-text=\"[\"/>link<ex id=\"2\" rid=\"r\" equiv-text=\"]\"/>")
                                    << "[link]";
         QTest::newRow("bpt and ept") << QByteArray("<bpt id=\"1\">&lt;b&gt;</bpt>bold<ept id=\"1\">&lt;/b&gt;</ept>") << "<b>bold</b>";
-        QTest::newRow("it") << QByteArray("<it id=\"1\" pos=\"open\">&lt;i&gt;</it>x") << "<i>x";
         QTest::newRow("nested g") << QByteArray("<g id=\"1\" ctype=\"bold\">a <g id=\"2\">b</g></g> c") << "a b c";
         QTest::newRow("mrk") << QByteArray("<mrk mtype=\"term\">Term</mrk>&#13;\nline") << "Term\r\nline";
     }
