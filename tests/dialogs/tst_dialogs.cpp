@@ -437,8 +437,6 @@ private slots:
         QTest::addColumn<QStringList>("offered");
         QTest::newRow("local edited offers the three others")
             << 0 << QList<int>{0, 1, 2, 3} << QStringList{"Local Default", "English Edited", "English Default"};
-        QTest::newRow("local edited, only local default")
-            << 0 << QList<int>{0, 1} << QStringList{"Local Default"};
         QTest::newRow("local default") << 1 << QList<int>{1, 2, 3} << QStringList{"English Edited", "English Default"};
         QTest::newRow("English edited") << 2 << QList<int>{2, 3} << QStringList{"English Default"};
         QTest::newRow("English default: only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};

@@ -238,6 +238,18 @@ private slots:
         QTest::addColumn<int>("line");
         QTest::addColumn<QString>("message");
 
+        QTest::newRow("script with an error")
+            << "bad.rc" << QByteArray("LANGUAGE 7, 1\nSTRINGTABLE\nBEGIN\n 1 \"Ja\"\n 2 \"Nein\"\n IDS_NOWHERE \"x\"\nEND\n") << 6
+            << "IDS_NOWHERE";
+        // Well-formed, but the second translation of 1 is only found after the first was stored.
+        QTest::newRow("XLIFF failing half-way")
+            << "twice.xlf"
+            << QByteArray("<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\"><file original=\"x\" "
+                          "source-language=\"en\" target-language=\"de\" datatype=\"winres\"><body>\n"
+                          "<trans-unit id=\"2\"><source>No</source><target>Nein</target></trans-unit>\n"
+                          "<trans-unit id=\"1\"><source>Yes</source><target>Ja</target></trans-unit>\n"
+                          "<trans-unit id=\"1\"><source>Yes</source><target>Jawohl</target></trans-unit>\n</body></file></xliff>\n")
+            << 4 << "translated twice (first on line 3)";
         QTest::newRow("PO syntax") << "a.po" << QByteArray("msgid \"Yes\"\nmsgstr \"Ja\"\n\nmsgid \"No\nmsgstr \"Nein\"\n") << 4
                                    << "end-of-line within string";
         QTest::newRow("PO plural") << "a.po"

@@ -197,50 +197,6 @@ private slots:
         QCOMPARE(moves, QStringList{"2 IDS_X moves from id 5 to id 6"});
     }
 
-    void badFileImportsNothing_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("script with an error")
-            << "bad.rc" << QByteArray("LANGUAGE 7, 1\nSTRINGTABLE\nBEGIN\n 101 \"Neu\"\n 102 \"Auch neu\"\n IDS_NOWHERE \"x\"\nEND\n")
-            << 6 << "IDS_NOWHERE";
-        // Well-formed, but the second translation of 101 is only found after the first was stored.
-        QTest::newRow("failure half-way")
-            << "twice.xlf"
-            << QByteArray("<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\"><file original=\"x\" source-language=\"en\" target-language=\"de\" "
-                          "datatype=\"winres\"><body>\n"
-                          "<trans-unit id=\"102\"><source>&amp;Open file</source><target>Neu</target></trans-unit>\n"
-                          "<trans-unit id=\"101\"><source>Sample Editor</source><target>Eins</target></trans-unit>\n"
-                          "<trans-unit id=\"101\"><source>Sample Editor</source><target>Zwei</target></trans-unit>\n"
-                          "</body></file></xliff>\n")
-            << 4 << "translated twice (first on line 3)";
-    }
-
-    void badFileImportsNothing()
-    {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, content);
-        QFETCH(int, line);
-        QFETCH(QString, message);
-        server::WorkspacePtr ws = SampleWorkspace();
-        const QStringList before = Snapshot(*ws);
-        QTemporaryDir dir;
-        const QString file = WriteBytes(dir, name, content);
-        try {
-            ImportFile(*ws, file, SampleOptions());
-            QFAIL("the file must be refused");
-        } catch (const FileError &e) {
-            QCOMPARE(e.Errors().first().file, file);
-            QCOMPARE(e.Errors().first().line, line);
-            QVERIFY2(e.Errors().first().message.contains(message), qPrintable(e.Errors().first().message));
-        }
-        QVERIFY(!ws->Set()->Modified());
-        QCOMPARE(Snapshot(*ws), before);
-    }
-
     void workspaceWithEditsIsRefused()
     {
         server::WorkspacePtr ws = SampleWorkspace();
