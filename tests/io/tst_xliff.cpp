@@ -201,37 +201,6 @@ private slots:
                      written.constData());
     }
 
-    void foreignFile()
-    {
-        const ResourceStrings r = ReadXliff(DataFile(QStringLiteral("xliff/foreign.xlf")));
-        QCOMPARE(r.sourceLanguageTag, QStringLiteral("en-US"));
-        QCOMPARE(r.languageTag, QStringLiteral("de-DE"));
-        const char *const states[] = {"missing", "out of date", "unapproved", "approved"};
-        QStringList units;
-        for (const ImportedString &s : r.strings) {
-            units << s.symbol + u' ' + QString::number(s.id) + u' ' + QLatin1String(states[int(s.state)]) + QStringLiteral(": ")
-                         + s.sourceText + QStringLiteral(" -> ") + s.target.value_or(QStringLiteral("-"));
-            // Without our properties the texts tell them.
-            QVERIFY(!s.propertiesGiven && !s.targetPropertiesGiven && !s.parametersGiven);
-            QCOMPARE(s.properties, TextProperties::FromTraits(AnalyseText(s.sourceText)));
-            if (s.target)
-                QCOMPARE(s.targetProperties.properties, AnalyseText(*s.target).Properties());
-        }
-        QCOMPARE(units, (QStringList{
-                            "IDS_APP_TITLE 101 unapproved: Sample Editor -> Beispiel-Editor",   // in a group, a note
-                            QStringLiteral("IDS_FILE_OPEN 102 approved: &Open file -> Datei &\u00f6ffnen"),   // no state
-                            // <ph> flattened, the other tool's extras ignored
-                            QStringLiteral("IDS_SAVE_CHANGES 105 out of date: Save changes to %1? -> \u00c4nderungen an %1 speichern?"),
-                            // <g> flattened, an id that is a name
-                            "IDS_COPY_PROGRESS 0 approved: Copied %2 of %3 files to %1 -> %2 von %3 Dateien nach %1 kopiert",
-                            "IDS_BUILD_KIND 0 missing: Standard <b>build</b> -> -",   // native codes kept, state new
-                            // character reference, <mrk>
-                            " 108 approved: First line\r\nSecond line -> Erste Zeile\r\nZweite Zeile",
-                            " 109 unapproved: Name:\tValue -> Name:\tWert",   // an extension state
-                            "IDS_NOT_HERE 4242 unapproved: Not in the workspace -> Nicht im Arbeitsbereich",
-                            " 113 missing: Untranslated -> -"}));
-    }
-
     void badFiles_data()
     {
         QTest::addColumn<QByteArray>("data");
