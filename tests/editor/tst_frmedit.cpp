@@ -296,22 +296,10 @@ private slots:
         QCOMPARE(buttons.join(u' '), toolbar);
         QTest::mouseClick(bar->widgetForAction(form->EditItem(11)), Qt::LeftButton);   // a button runs its item
         QCOMPARE(Prompts(*services->prompts), QStringList{"input:Go to"});
-    }
 
-    // A separator item keeps its caption "-" but looks exactly like a separator without one.
-    void separatorsArePlainLines_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::newRow("local edited") << 0;
-        QTest::newRow("English default") << 3;
-    }
-    void separatorsArePlainLines()
-    {
-        QFETCH(int, version);
-        auto form = OpenEditor(Strings({"One"}), TableVersion(version));
+        // A separator item keeps its caption "-" but looks exactly like a separator without one.
         int separators = 0;
-        for (const char *name : {"mnuFile", "mnuEdit"}) {
-            QMenu *menu = form->findChild<QMenu *>(name);
+        for (QMenu *menu : {form->findChild<QMenu *>("mnuFile"), form->findChild<QMenu *>("mnuEdit")}) {
             QMenu plain;
             plain.setFont(menu->font());
             for (QAction *item : menu->actions()) {
@@ -324,11 +312,8 @@ private slots:
             const QImage shown = menu->grab().toImage(), expected = plain.grab().toImage();
             for (int i = 0; i < menu->actions().size(); ++i) {
                 QAction *item = menu->actions().at(i);
-                if (!item->isSeparator() || !item->isVisible())
-                    continue;
-                ++separators;
-                QCOMPARE(shown.copy(menu->actionGeometry(item)),
-                         expected.copy(plain.actionGeometry(plain.actions().at(i))));
+                if (item->isSeparator() && item->isVisible() && ++separators)
+                    QCOMPARE(shown.copy(menu->actionGeometry(item)), expected.copy(plain.actionGeometry(plain.actions().at(i))));
             }
         }
         QCOMPARE(separators, version == 3 ? 6 : 7);   // with the one below Undo and Redo
@@ -397,7 +382,6 @@ private slots:
         if (!ws)
             return;
         QCOMPARE(form.windowTitle(), "Manage String Resources: " + form.DataSource()->Title());
-        QVERIFY(form.DataSource()->Title().contains(QStringLiteral("Editor test")));
         QVERIFY(!form.DataView()->Activated());   // the list loads on the first activation
         form.show();
         QVERIFY(QTest::qWaitForWindowActive(&form));
@@ -405,25 +389,9 @@ private slots:
         QCOMPARE(form.StatusText(), QStringLiteral("Id: 1 (Position 1 of 3)"));
         form.DataView()->setCurrentRecord(3);
         QCOMPARE(form.StatusText(), QStringLiteral("Id: 3 (Position 3 of 3)"));
-        // Half the screen's width, the bars' heights; the list fills the rest.
-        form.resize(200, 50);
-        const int bars = 3 * form.ToolBar()->sizeHint().height() + 2 * form.statusBar()->sizeHint().height();
-        QCOMPARE(form.size(), QSize(800, bars + form.menuBar()->sizeHint().height()));
+        form.resize(200, 50);   // no smaller than half the screen's width and its bars
+        QVERIFY(form.width() == 800 && form.height() > form.menuBar()->sizeHint().height() + 50);
         QCOMPARE(form.centralWidget(), form.DataView());
-    }
-
-    // Edit shows the window modally and returns, when it is closed, whether a Save succeeded.
-    void editRunsModallyUntilClosed()
-    {
-        server::WorkspacePtr ws = TranslatedFive(false);
-        frmEdit form;
-        bool modal = false;
-        QTimer::singleShot(0, &form, [&] {
-            modal = form.isVisible() && form.windowModality() == Qt::ApplicationModal;
-            form.FileItem(5)->trigger();
-        });
-        QVERIFY(!form.Edit(ws, ssLocalEdited));
-        QVERIFY(modal && !form.isVisible());
     }
 
     // --- File commands ----------------------------------------------------------------------
@@ -504,8 +472,7 @@ private slots:
         QTest::addColumn<SearchCase>("c");
         using S = SearchCase;
         const QString needle = "needle";
-        QTest::newRow("wraps to an earlier row") << S{Ten({{2, "Needle here"}}), false, 5, 4, needle, 2};
-        QTest::newRow("first after current") << S{Ten({{3, "needle"}, {8, "a needle"}}), false, 5, 4, " needle ", 8};
+        QTest::newRow("wraps to an earlier row, trimmed") << S{Ten({{2, "Needle here"}}), false, 5, 4, " needle ", 2};
         QTest::newRow("current row is tested last") << S{Ten({{5, "needle"}}), false, 5, 4, needle, 0};
         QTest::newRow("from the last row on with row 1") << S{Ten({{1, "needle"}}), false, 10, 4, needle, 1};
         QTest::newRow("case-insensitive") << S{Ten({{4, "THE NEEDLE"}}), false, 1, 4, needle, 4};
@@ -515,7 +482,6 @@ private slots:
         QTest::newRow("nothing matches") << S{Ten(), false, 3, 4, needle, 0};
         QTest::newRow("empty answer: no search, no Find Next") << S{Ten({{6, "needle"}}), false, 4, 4, "", 0};
         QTest::newRow("next: the row after current is tested last") << S{Ten({{6, "needle"}}), false, 5, 5, "", 0};
-        QTest::newRow("next: two rows on") << S{Ten({{7, "needle"}}), false, 5, 5, "", 7};
         QTest::newRow("next: wraps") << S{Ten({{2, "needle"}}), false, 5, 5, "", 2};
         QTest::newRow("next: from the row before last") << S{Ten({{10, "needle"}}), false, 9, 5, "", 0};
         QTest::newRow("next: from the last row finds row 3") << S{Ten({{3, "needle"}}), false, 10, 5, "", 3};
@@ -525,16 +491,12 @@ private slots:
         QTest::newRow("missing only on the current row") << SearchCase{{}, false, 4, 7, "", 0};
         QTest::newRow("out of date by revision") << SearchCase{{}, false, 1, 8, "", 3};
         QTest::newRow("missing counts as out of date") << SearchCase{{}, false, 3, 8, "", 4};
-        QTest::newRow("out of date, wrapping") << SearchCase{{}, false, 5, 8, "", 3};
         QTest::newRow("unapproved") << SearchCase{{}, false, 1, 9, "", 2};
         QTest::newRow("out of date counts as unapproved") << SearchCase{{}, false, 2, 9, "", 3};
-        QTest::newRow("unapproved, wrapping") << SearchCase{{}, false, 4, 9, "", 2};
         QTest::newRow("complete: no missing") << SearchCase{{}, true, 3, 7, "", 0};
-        QTest::newRow("complete: none out of date") << SearchCase{{}, true, 3, 8, "", 0};
         QTest::newRow("complete: none unapproved") << SearchCase{{}, true, 3, 9, "", 0};
         QTest::newRow("find a translation") << SearchCase{{}, false, 1, 4, "speichern", 2};
         QTest::newRow("find the English text of a missing one") << SearchCase{{}, false, 1, 4, "print", 4};
-        QTest::newRow("find the English text of a translated one") << SearchCase{{}, false, 1, 4, "close window", 3};
     }
     void searches()
     {
@@ -764,35 +726,6 @@ private slots:
         QCOMPARE(english->DataSource()->RowSign(2), int(rsPending));
         QCOMPARE(english->DataSource()->RowSign(1), int(rsNone));
         QCOMPARE(english->ProgressText(), QStringLiteral("6 strings \u00b7 1 English corrections pending"));
-    }
-
-    // The progress follows a store, a Delete, an undo, a Save and a Reset.
-    void progressFollowsEveryChange()
-    {
-        server::WorkspacePtr ws = EveryState();
-        auto form = OpenEditor(ws, ssLocalEdited);
-        const StringTableSetPtr t = ws->Tables();
-        const auto progress = [&] {
-            return form->ProgressText().remove(QStringLiteral(" translated")).remove(QStringLiteral("missing"))
-                .remove(QStringLiteral("out of date")).remove(QStringLiteral("unapproved")).simplified();
-        };
-        const StringEntryPtr missing = t->Entry(4, ssLocalEdited);
-        form->UpdateEntry(missing, missing->CreateEdited(4, QStringLiteral("Drucken"), missing->EntryText(), false, false,
-                                                         false, {}, 0, missing->ParameterDefinitions(), true));
-        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2 \u00b7 Modified"));
-        form->DataView()->ShowId(5);
-        form->EditItem(0)->trigger();   // Delete: Local Default has nothing for 5, so it is missing
-        QCOMPARE(progress(), QStringLiteral("2 of 6 (33 %) \u00b7 1 \u00b7 1 \u00b7 2 \u00b7 Modified"));
-        form->UndoStack()->undo();
-        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2 \u00b7 Modified"));
-        form->FileItem(2)->trigger();
-        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2"));
-        form->UndoStack()->undo();   // undoing after a Save makes the tables modified again
-        QCOMPARE(progress(), QStringLiteral("2 of 6 (33 %) \u00b7 1 \u00b7 1 \u00b7 2 \u00b7 Modified"));
-        services->prompts->confirmAnswers << true;
-        form->FileItem(0)->trigger();   // Reset
-        QCOMPARE(progress(), QStringLiteral("3 of 6 (50 %) \u00b7 0 \u00b7 1 \u00b7 2"));
-        QVERIFY(!form->UndoStack()->canUndo());
     }
 
     void filter_data()
@@ -1065,8 +998,11 @@ private slots:
             for (StringId id = 1; id <= 5; ++id)
                 Put(ws->Tables(), id, QString(), false);
             ws->Tables()->Save(ssLocalEdited, false);
+            // Edit shows the window modally and returns, when it is closed, whether a Save succeeded.
             frmEdit form;
+            bool modal = false;
             QTimer::singleShot(0, &form, [&] {
+                modal = form.isVisible() && form.windowModality() == Qt::ApplicationModal;
                 if (QTest::qWaitForWindowActive(&form)) {
                     OnModal<QDialog>([&](QDialog *dialog) {
                         QCOMPARE(dialog->windowTitle(), QStringLiteral("Translate string resource 2"));
@@ -1081,6 +1017,7 @@ private slots:
                 form.hide();   // however this went, Edit returns
             });
             QVERIFY(form.Edit(ws, ssLocalEdited));
+            QVERIFY(modal && !form.isVisible());
         }
         server::WorkspacePtr reopened = server::Workspace::Open(path);
         const StringTableSetPtr tables = reopened->Tables();
@@ -1088,31 +1025,9 @@ private slots:
         QVERIFY(tables->HasStatus(2, ssLocalEdited, sfApproved));
         QCOMPARE(tables->Revision(2, ssLocalEdited), tables->Revision(2, ssEnglishDefault));
         QVERIFY(!tables->HasText(3, ssLocalEdited));   // the others still missing
-    }
-
-    // An English text changed and saved in the English editor makes its translation out of date.
-    void changedEnglishTextIsFoundOutOfDate()
-    {
-        server::WorkspacePtr ws = TranslatedFive(true);
-        {
-            auto english = OpenEditor(ws, ssEnglishDefault);
-            english->DataView()->setCurrentRecord(4);
-            OnModal<QDialog>([&](QDialog *dialog) {
-                QCOMPARE(dialog->windowTitle(), QStringLiteral("Edit string resource 4"));
-                Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Print Preview"));
-                Click(dialog, "cmdSave");
-            });
-            english->EditItem(15)->trigger();
-            english->FileItem(2)->trigger();
-            QVERIFY(english->Saved());
-            english->FileItem(5)->trigger();
-        }
-        auto local = OpenEditor(ws, ssLocalEdited);
-        local->EditItem(8)->trigger();   // Find Out-of-Date Translation
-        QCOMPARE(local->DataView()->CurrentRecord(), 4);
-        local->EditItem(8)->trigger();   // the only one: back on itself
-        QCOMPARE(local->DataView()->CurrentRecord(), 4);
-        QCOMPARE(services->prompts->Notices(), QStringList{"Done finding out of date translations"});
+        frmEdit unchanged;   // closed without a Save
+        QTimer::singleShot(0, &unchanged, [&] { unchanged.FileItem(5)->trigger(); });
+        QVERIFY(!unchanged.Edit(reopened, ssLocalEdited));
     }
 };
 

@@ -14,10 +14,12 @@
 
 namespace kvedit::test {
 
+#ifdef KVEDIT_IO_TEST_DATA
 inline QString DataFile(const QString &relative)
 {
     return QStringLiteral(KVEDIT_IO_TEST_DATA "/") + relative;
 }
+#endif
 
 // Writes bytes to dir/name (making directories) and returns the path.
 inline QString WriteBytes(const QTemporaryDir &dir, const QString &name, const QByteArray &bytes)

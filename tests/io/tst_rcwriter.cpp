@@ -48,167 +48,156 @@ class TestRcWriter : public QObject {
     Q_OBJECT
 
 private slots:
-    void loneSurrogateIsWrittenWide();
-    void scriptLayout();
-    void languageStatement_data();
-    void languageStatement();
-    void scriptReadsBackTheSame();
-    void compilerBuildsTheSameTable_data();
-    void compilerBuildsTheSameTable();
-    void emptyTableCompiles();
-};
-
-void TestRcWriter::loneSurrogateIsWrittenWide()
-{
-    const QString text = QStringLiteral("a") + QChar(0xD800) + QStringLiteral("\u00e9b");
-    const QString literal = ResourceStringLiteral(text);
-    QCOMPARE(literal, QStringLiteral("L\"a\\xd800\\x00e9b\""));
-    QCOMPARE(*DecodeStringLiteral(literal.mid(2, literal.size() - 3), true, 65001), text);
-}
-
-void TestRcWriter::scriptLayout()
-{
-    const QByteArray script = WriteResourceScript({Str(101, QStringLiteral("&Open"), QStringLiteral("IDS_OPEN")),
-                                                   Str(7, QStringLiteral("\u00dcber")),
-                                                   Str(1, QStringLiteral("a"), QStringLiteral("END")),
-                                                   Str(2, QStringLiteral("b"), QStringLiteral("2FAST")),
-                                                   Str(3, QStringLiteral("c"), QStringLiteral("IDS_OPEN")),
-                                                   Str(4, QStringLiteral("d"), QStringLiteral("has space"))},
-                                                  RcWriteOptions{QStringLiteral("de-DE"), QStringLiteral("Demo: German default")});
-    const QString text = QString::fromUtf8(script);
-    QVERIFY(text.startsWith(QLatin1String("// Demo: German default\n")));
-    QVERIFY(text.contains(QLatin1String("\n#pragma code_page(65001)\n")));
-    QVERIFY(text.contains(QLatin1String("\n#define IDS_OPEN 101\n")));
-    QVERIFY(text.contains(QStringLiteral("\nSTRINGTABLE\nBEGIN\n    IDS_OPEN \"&Open\"\n    7        \"\u00dcber\"\n")));
-    // Raw UTF-8, no byte-order mark.
-    QVERIFY(script.contains("\"\xC3\x9C" "ber\""));
-    QVERIFY(!script.startsWith("\xEF\xBB\xBF"));
-
-    // Keywords, names that are not identifiers and a name given twice are left out; the ids stay.
-    QTemporaryDir dir;
-    QStringList symbols;
-    for (const ImportedString &s : ReadResourceScript(WriteBytes(dir, QStringLiteral("s.rc"), script)).strings)
-        symbols << QStringLiteral("%1=%2").arg(s.id).arg(s.symbol);
-    QCOMPARE(symbols, (QStringList{"101=IDS_OPEN", "7=", "1=", "2=", "3=", "4="}));
-}
-
-void TestRcWriter::languageStatement_data()
-{
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("statement");
-    QTest::newRow("German") << "de-DE" << "LANGUAGE 0x07, 0x01";
-    QTest::newRow("Swiss German") << "de-CH" << "LANGUAGE 0x07, 0x02";
-    QTest::newRow("bare language") << "fr" << "LANGUAGE 0x0c, 0x01";
-    QTest::newRow("Japanese") << "ja-JP" << "LANGUAGE 0x11, 0x01";
-    QTest::newRow("Brazilian Portuguese") << "pt_BR" << "LANGUAGE 0x16, 0x01";
-    QTest::newRow("unknown") << "tlh" << "LANGUAGE 0x00, 0x00";
-}
-
-void TestRcWriter::languageStatement()
-{
-    QFETCH(QString, tag);
-    QFETCH(QString, statement);
-    const QByteArray script = WriteResourceScript({Str(1, QStringLiteral("x"))}, RcWriteOptions{tag, {}});
-    QVERIFY2(QString::fromUtf8(script).contains(QLatin1Char('\n') + statement), script.constData());
-}
-
-void TestRcWriter::scriptReadsBackTheSame()
-{
-    QList<ImportedString> strings = TrickyStrings();
-    strings[0].symbol = QStringLiteral("IDS_QUOTES");
-    strings[6].symbol = QStringLiteral("IDS_WORLD");
-    const QByteArray script = WriteResourceScript(strings, RcWriteOptions{QStringLiteral("ja-JP"), {}});
-    // No raw control character is left for the compiler to choke on.
-    for (const char c : script)
-        QVERIFY2((c >= 0x20 || c < 0 || c == '\n') && c != 0x7F, script.constData());
-    QTemporaryDir dir;
-    const ResourceStrings r = ReadResourceScript(WriteBytes(dir, QStringLiteral("out.rc"), script));
-    QCOMPARE(r.languageTag, QStringLiteral("ja-JP"));
-    QCOMPARE(r.strings.size(), strings.size());
-    for (int i = 0; i < strings.size(); ++i) {
-        QCOMPARE(r.strings.at(i).id, strings.at(i).id);
-        QCOMPARE(r.strings.at(i).text, strings.at(i).text);
-        QCOMPARE(r.strings.at(i).symbol, strings.at(i).symbol);
+    void loneSurrogateIsWrittenWide()
+    {
+        const QString text = QStringLiteral("a") + QChar(0xD800) + QStringLiteral("\u00e9b");
+        const QString literal = ResourceStringLiteral(text);
+        QCOMPARE(literal, QStringLiteral("L\"a\\xd800\\x00e9b\""));
+        QCOMPARE(*DecodeStringLiteral(literal.mid(2, literal.size() - 3), true, 65001), text);
     }
-}
 
-void TestRcWriter::compilerBuildsTheSameTable_data()
-{
-    QTest::addColumn<QByteArray>("script");        // empty: the data file below
-    QTest::addColumn<QString>("dataFile");
-    QTest::addColumn<QStringList>("includeDirs");
-    QTest::addColumn<QStringList>("defines");
+    void scriptLayout()
+    {
+        const QByteArray script = WriteResourceScript({Str(101, QStringLiteral("&Open"), QStringLiteral("IDS_OPEN")),
+                                                       Str(7, QStringLiteral("\u00dcber")),
+                                                       Str(1, QStringLiteral("a"), QStringLiteral("END")),
+                                                       Str(2, QStringLiteral("b"), QStringLiteral("2FAST")),
+                                                       Str(3, QStringLiteral("c"), QStringLiteral("IDS_OPEN")),
+                                                       Str(4, QStringLiteral("d"), QStringLiteral("has space"))},
+                                                      RcWriteOptions{QStringLiteral("de-DE"), QStringLiteral("Demo: German default")});
+        const QString text = QString::fromUtf8(script);
+        QVERIFY(text.startsWith(QLatin1String("// Demo: German default\n")));
+        QVERIFY(text.contains(QLatin1String("\n#pragma code_page(65001)\n")));
+        QVERIFY(text.contains(QLatin1String("\n#define IDS_OPEN 101\n")));
+        QVERIFY(text.contains(QStringLiteral("\nSTRINGTABLE\nBEGIN\n    IDS_OPEN \"&Open\"\n    7        \"\u00dcber\"\n")));
+        // Raw UTF-8, no byte-order mark.
+        QVERIFY(script.contains("\"\xC3\x9C" "ber\""));
+        QVERIFY(!script.startsWith("\xEF\xBB\xBF"));
 
-    // Every kind of character our own writer has to escape.
-    QTest::newRow("written here") << WriteResourceScript(TrickyStrings(), RcWriteOptions{QStringLiteral("de-DE"), {}})
-                                  << QString() << QStringList() << QStringList();
+        // Keywords, names that are not identifiers and a name given twice are left out; the ids stay.
+        QTemporaryDir dir;
+        QStringList symbols;
+        for (const ImportedString &s : ReadResourceScript(WriteBytes(dir, QStringLiteral("s.rc"), script)).strings)
+            symbols << QStringLiteral("%1=%2").arg(s.id).arg(s.symbol);
+        QCOMPARE(symbols, (QStringList{"101=IDS_OPEN", "7=", "1=", "2=", "3=", "4="}));
+    }
 
-    const QString strings = DataFile(QStringLiteral("compile/strings.rc"));
-    const QStringList dirs{DataFile(QStringLiteral("app")), DataFile(QStringLiteral("app/include"))};
-    QTest::newRow("includes, definitions, code page 1252") << QByteArray() << strings << dirs << QStringList{"WITH_EXTRAS"};
-    QTest::newRow("without the definition") << QByteArray() << strings << dirs << QStringList();
-    // Japanese in Shift-JIS; no character whose second byte is '\\' stands before a letter the
-    // compiler would take for an escape, which it does not understand in this code page.
-    QTest::newRow("Shift-JIS")
-        << QByteArray("#pragma code_page(932)\nLANGUAGE 0x11, 0x01\nSTRINGTABLE\nBEGIN\n"
-                      " 1 \"\x83\x74\x83\x40\x83\x43\x83\x8B(&F)\"\n"
-                      " 2 \"\x95\x5C\x8E\xA6 \x83\x5C\x83\x74\x83\x67\x83\x45\x83\x46\x83\x41\"\n"
-                      " 3 \"\x93\xFA\x96\x7B\x8C\xEA\\n\x82\xA0\x82\xA2\x82\xA4\"\n"
-                      " 4 \"\xB1\xB2\xB3 half-width\"\n"
-                      "END\n")
-        << QString() << QStringList() << QStringList();
-}
+    void languageStatement_data()
+    {
+        QTest::addColumn<QString>("tag");
+        QTest::addColumn<QString>("statement");
+        QTest::newRow("German") << "de-DE" << "LANGUAGE 0x07, 0x01";
+        QTest::newRow("Swiss German") << "de-CH" << "LANGUAGE 0x07, 0x02";
+        QTest::newRow("bare language") << "fr" << "LANGUAGE 0x0c, 0x01";
+        QTest::newRow("Brazilian Portuguese") << "pt_BR" << "LANGUAGE 0x16, 0x01";
+        QTest::newRow("unknown") << "tlh" << "LANGUAGE 0x00, 0x00";
+    }
 
-void TestRcWriter::compilerBuildsTheSameTable()
-{
-    QFETCH(QByteArray, script);
-    QFETCH(QString, dataFile);
-    QFETCH(QStringList, includeDirs);
-    QFETCH(QStringList, defines);
-    if (test::WindresProgram().isEmpty() || test::CppProgram().isEmpty())
-        QSKIP("the resource compiler (x86_64-w64-mingw32-windres) is not installed");
+    void languageStatement()
+    {
+        QFETCH(QString, tag);
+        QFETCH(QString, statement);
+        const QByteArray script = WriteResourceScript({Str(1, QStringLiteral("x"))}, RcWriteOptions{tag, {}});
+        QVERIFY2(QString::fromUtf8(script).contains(QLatin1Char('\n') + statement), script.constData());
+    }
 
-    QTemporaryDir dir;
-    const QString original = script.isEmpty() ? dataFile : WriteBytes(dir, QStringLiteral("original.rc"), script);
-    RcReadOptions options;
-    options.includeDirs = includeDirs;
-    options.defines = defines;
-    const ResourceStrings read = ReadResourceScript(original, options);
-    const QString exported = WriteBytes(dir, QStringLiteral("exported.rc"),
-                                        WriteResourceScript(read.strings, RcWriteOptions{read.languageTag, {}}));
+    void scriptReadsBackTheSame()
+    {
+        QList<ImportedString> strings = TrickyStrings();
+        strings[0].symbol = QStringLiteral("IDS_QUOTES");
+        strings[6].symbol = QStringLiteral("IDS_WORLD");
+        const QByteArray script = WriteResourceScript(strings, RcWriteOptions{QStringLiteral("ja-JP"), {}});
+        // No raw control character is left for the compiler to choke on.
+        for (const char c : script)
+            QVERIFY2((c >= 0x20 || c < 0 || c == '\n') && c != 0x7F, script.constData());
+        QTemporaryDir dir;
+        const ResourceStrings r = ReadResourceScript(WriteBytes(dir, QStringLiteral("out.rc"), script));
+        QCOMPARE(r.languageTag, QStringLiteral("ja-JP"));
+        QCOMPARE(r.strings.size(), strings.size());
+        for (int i = 0; i < strings.size(); ++i) {
+            QCOMPARE(r.strings.at(i).id, strings.at(i).id);
+            QCOMPARE(r.strings.at(i).text, strings.at(i).text);
+            QCOMPARE(r.strings.at(i).symbol, strings.at(i).symbol);
+        }
+    }
 
-    QStringList compilerOptions;
-    for (const QString &d : includeDirs)
-        compilerOptions << QStringLiteral("-I") << d;
-    for (const QString &d : defines)
-        compilerOptions << QStringLiteral("-D") << d;
-    QString messages;
-    const QByteArray fromOriginal = test::CompileWithWindres(original, compilerOptions, &messages);
-    QVERIFY2(!fromOriginal.isEmpty(), qPrintable(messages));
-    const QByteArray fromExported = test::CompileWithWindres(exported, {}, &messages);
-    QVERIFY2(!fromExported.isEmpty(), qPrintable(messages));
+    void compilerBuildsTheSameTable_data()
+    {
+        QTest::addColumn<QByteArray>("script");        // empty: the data file below
+        QTest::addColumn<QString>("dataFile");
+        QTest::addColumn<QStringList>("includeDirs");
+        QTest::addColumn<QStringList>("defines");
 
-    const test::ResStrings a = test::ReadResStringTables(fromOriginal);
-    const test::ResStrings b = test::ReadResStringTables(fromExported);
-    QCOMPARE(a.size(), 1);
-    QVERIFY(!a.first().isEmpty());
-    QCOMPARE(b, a);
-    // And what we read is what the compiler built.
-    for (const ImportedString &s : read.strings)
-        QCOMPARE(s.text, a.first().value(s.id));
-}
+        // Every kind of character our own writer has to escape.
+        QTest::newRow("written here") << WriteResourceScript(TrickyStrings(), RcWriteOptions{QStringLiteral("de-DE"), {}})
+                                      << QString() << QStringList() << QStringList();
 
-void TestRcWriter::emptyTableCompiles()
-{
-    if (test::WindresProgram().isEmpty() || test::CppProgram().isEmpty())
-        QSKIP("the resource compiler (x86_64-w64-mingw32-windres) is not installed");
-    QTemporaryDir dir;
-    const QByteArray script = WriteResourceScript({}, RcWriteOptions{QStringLiteral("de-DE"), {}});
-    QString messages;
-    const QByteArray res = test::CompileWithWindres(WriteBytes(dir, QStringLiteral("empty.rc"), script), {}, &messages);
-    QVERIFY2(!res.isEmpty(), qPrintable(messages + QString::fromUtf8(script)));
-    QVERIFY(test::ReadResStringTables(res).isEmpty());
-}
+        const QString strings = DataFile(QStringLiteral("compile/strings.rc"));
+        const QStringList dirs{DataFile(QStringLiteral("app")), DataFile(QStringLiteral("app/include"))};
+        QTest::newRow("includes, definitions, code page 1252") << QByteArray() << strings << dirs << QStringList{"WITH_EXTRAS"};
+        // Japanese in Shift-JIS; no character whose second byte is '\\' stands before a letter the
+        // compiler would take for an escape, which it does not understand in this code page.
+        QTest::newRow("Shift-JIS")
+            << QByteArray("#pragma code_page(932)\nLANGUAGE 0x11, 0x01\nSTRINGTABLE\nBEGIN\n"
+                          " 1 \"\x83\x74\x83\x40\x83\x43\x83\x8B(&F)\"\n"
+                          " 2 \"\x95\x5C\x8E\xA6 \x83\x5C\x83\x74\x83\x67\x83\x45\x83\x46\x83\x41\"\n"
+                          " 3 \"\x93\xFA\x96\x7B\x8C\xEA\\n\x82\xA0\x82\xA2\x82\xA4\"\n"
+                          " 4 \"\xB1\xB2\xB3 half-width\"\n"
+                          "END\n")
+            << QString() << QStringList() << QStringList();
+    }
+
+    void compilerBuildsTheSameTable()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QString, dataFile);
+        QFETCH(QStringList, includeDirs);
+        QFETCH(QStringList, defines);
+        if (test::WindresProgram().isEmpty() || test::CppProgram().isEmpty())
+            QSKIP("the resource compiler (x86_64-w64-mingw32-windres) is not installed");
+
+        QTemporaryDir dir;
+        const QString original = script.isEmpty() ? dataFile : WriteBytes(dir, QStringLiteral("original.rc"), script);
+        RcReadOptions options;
+        options.includeDirs = includeDirs;
+        options.defines = defines;
+        const ResourceStrings read = ReadResourceScript(original, options);
+        const QString exported = WriteBytes(dir, QStringLiteral("exported.rc"),
+                                            WriteResourceScript(read.strings, RcWriteOptions{read.languageTag, {}}));
+
+        QStringList compilerOptions;
+        for (const QString &d : includeDirs)
+            compilerOptions << QStringLiteral("-I") << d;
+        for (const QString &d : defines)
+            compilerOptions << QStringLiteral("-D") << d;
+        QString messages;
+        const QByteArray fromOriginal = test::CompileWithWindres(original, compilerOptions, &messages);
+        QVERIFY2(!fromOriginal.isEmpty(), qPrintable(messages));
+        const QByteArray fromExported = test::CompileWithWindres(exported, {}, &messages);
+        QVERIFY2(!fromExported.isEmpty(), qPrintable(messages));
+
+        const test::ResStrings a = test::ReadResStringTables(fromOriginal);
+        const test::ResStrings b = test::ReadResStringTables(fromExported);
+        QCOMPARE(a.size(), 1);
+        QVERIFY(!a.first().isEmpty());
+        QCOMPARE(b, a);
+        // And what we read is what the compiler built.
+        for (const ImportedString &s : read.strings)
+            QCOMPARE(s.text, a.first().value(s.id));
+    }
+
+    void emptyTableCompiles()
+    {
+        if (test::WindresProgram().isEmpty() || test::CppProgram().isEmpty())
+            QSKIP("the resource compiler (x86_64-w64-mingw32-windres) is not installed");
+        QTemporaryDir dir;
+        const QByteArray script = WriteResourceScript({}, RcWriteOptions{QStringLiteral("de-DE"), {}});
+        QString messages;
+        const QByteArray res = test::CompileWithWindres(WriteBytes(dir, QStringLiteral("empty.rc"), script), {}, &messages);
+        QVERIFY2(!res.isEmpty(), qPrintable(messages + QString::fromUtf8(script)));
+        QVERIFY(test::ReadResStringTables(res).isEmpty());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestRcWriter)
 #include "tst_rcwriter.moc"

@@ -6,12 +6,8 @@
 #include <QTest>
 
 #include <climits>
-#include <functional>
 
 using namespace kvedit;
-
-using ListCall = std::function<void(CStringList &)>;
-Q_DECLARE_METATYPE(ListCall)
 
 namespace {
 
@@ -124,68 +120,22 @@ private slots:
         QCOMPARE(Filled(values).Index(value), index);
     }
 
-    void indexOverLongLists()
-    {
-        for (const int size : {2, 3, 128, 129, 1000}) {
-            const CStringList list = Filled(Seq(size, 10));
-            for (int i = 0; i < size; ++i)
-                QCOMPARE(list.Index((i + 1) * 10), i);
-            // An absent value gives a neighbour of where it would stand, never an index outside.
-            for (qint32 value = -5; value <= size * 10 + 15; value += 10) {
-                const int expected = qBound(0, int(value / 10) - 1, size - 1);
-                QVERIFY2(qAbs(list.Index(value) - expected) <= 1, qPrintable(QString::number(value)));
-            }
-            QCOMPARE(list.Index(INT_MAX), size - 1);
-            QCOMPARE(list.Index(INT_MIN), 0);
-        }
-    }
-
     void clearAndTrim()
     {
         CStringList list = Filled(Seq(130));
         list.Trim();
         QCOMPARE(list.Capacity(), 130);
-        QCOMPARE(Contents(list), Seq(130));
-        // After a trim the next add grows by a full step again.
-        list.Add(131);
+        list.Add(131);   // after a trim the next add grows by a full step again
         QCOMPARE(list.Capacity(), 256);
         list.Clear();
-        QCOMPARE(list.Count(), 0);
-        QCOMPARE(list.Capacity(), 0);
-        list.Add(5);
-        QCOMPARE(Contents(list), QList<qint32>{5});
-
+        QCOMPARE(list.Count() + list.Capacity(), 0);
         // Trimming an empty list gives its store back without an error (cleanup() checks).
         CStringList emptied = Filled({1, 2});
         emptied.setCount(0);
         emptied.Trim();
         QCOMPARE(emptied.Capacity(), 0);
-        emptied.Clear();
         emptied.Add(8);
         QCOMPARE(Contents(emptied), QList<qint32>{8});
-    }
-
-    void proceduresReportUnderCStringList_data()
-    {
-        QTest::addColumn<ListCall>("call");
-        QTest::addColumn<QString>("procedure");   // empty: does not report
-        QTest::newRow("Add") << ListCall([](CStringList &l) { l.Add(4); }) << "Add";
-        QTest::newRow("Clear") << ListCall([](CStringList &l) { l.Clear(); }) << "Clear";
-        QTest::newRow("Index") << ListCall([](CStringList &l) { l.Index(2); }) << "Index";
-        QTest::newRow("Trim") << ListCall([](CStringList &l) { l.Trim(); }) << "Trim";
-        QTest::newRow("Value(Get)") << ListCall([](CStringList &l) { l.Value(1); }) << "Value(Get)";
-        QTest::newRow("Value(Let)") << ListCall([](CStringList &l) { l.setValue(1, 6); }) << "Value(Let)";
-        QTest::newRow("Count") << ListCall([](CStringList &l) { l.setCount(l.Count() + 1); }) << "";
-    }
-    void proceduresReportUnderCStringList()
-    {
-        QFETCH(ListCall, call);
-        QFETCH(QString, procedure);
-        CStringList list = Filled({1, 2, 3});
-        m_services->trace->calls.clear();
-        call(list);
-        const QStringList expected{"enter CStringList." + procedure, "leave CStringList." + procedure};
-        QCOMPARE(m_services->trace->Lines(), procedure.isEmpty() ? QStringList() : expected);
     }
 };
 

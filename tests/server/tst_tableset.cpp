@@ -137,56 +137,35 @@ private slots:
         QCOMPARE(f.set->Text(7, StringSource(edited + 1)), fallback ? fallback->text : QString());
     }
 
-    void idInUsePerSource_data()
+    void idInUseAndBlankEntries()
     {
-        QTest::addColumn<int>("source");
-        for (int s = 0; s < 4; ++s)
-            QTest::addRow("record in source %d", s) << s;
-    }
-    void idInUsePerSource()
-    {
-        QFETCH(int, source);
-        Fixture f;
-        f.set->PutRecord(9, StringSource(source), NoText());
-        for (int s = 0; s < 4; ++s) {
-            // An English string gives every translation table a slot; nothing else leaks across.
-            const bool expected = s == source || (source == ssEnglishDefault && s != ssEnglishDefault);
-            QCOMPARE(f.set->IdInUse(9, StringSource(s)), expected);
+        const QStringList targetNames{"German edited", "German default", "English edited", "English default"};
+        for (int source = 0; source < 4; ++source) {
+            Fixture f;
+            f.Saved(9, StringSource(source), NoText());
+            for (int s = 0; s < 4; ++s) {
+                // An English string gives every translation table a slot; nothing else leaks across.
+                const bool expected = s == source || (source == ssEnglishDefault && s != ssEnglishDefault);
+                QCOMPARE(f.set->IdInUse(9, StringSource(s)), expected);
+            }
+            QVERIFY(!f.set->RecordOf(9, StringSource(source == 0 ? 1 : 0)).has_value());   // a slot is no record
+            // An unused id, next to a used one, gets a blank entry, from the set and from the server.
+            for (const StringEntryPtr &entry : {f.set->Entry(10, StringSource(source)),
+                                                f.server->CreateEntry(f.set, 10, StringSource(source))}) {
+                QCOMPARE(entry->Id(), StringId(10));
+                QCOMPARE(int(entry->StringSource()), source);
+                QCOMPARE(Stored(entry), Record());
+                QCOMPARE(entry->TargetName(), targetNames.at(source));
+                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
+                // Every entry has a collection, empty when the string has no definitions.
+                QCOMPARE(entry->ParameterDefinitions()->Count(), 0);
+            }
+            QVERIFY(!f.set->IdInUse(10, StringSource(source)));
+            QVERIFY(!f.set->Modified());
+            f.set->RemoveEntry(9, StringSource(source));
+            for (int s = 0; s < 4; ++s)
+                QVERIFY(!f.set->IdInUse(9, StringSource(s)));
         }
-        QVERIFY(!f.set->IdInUse(10, StringSource(source)));
-        QVERIFY(!f.set->RecordOf(9, StringSource(source == 0 ? 1 : 0)).has_value());   // a slot is no record
-        f.set->RemoveEntry(9, StringSource(source));
-        for (int s = 0; s < 4; ++s)
-            QVERIFY(!f.set->IdInUse(9, StringSource(s)));
-    }
-
-    void blankEntryForUnusedId_data()
-    {
-        QTest::addColumn<int>("source");
-        QTest::addColumn<QString>("targetName");
-        QTest::newRow("0") << 0 << "German edited";
-        QTest::newRow("1") << 1 << "German default";
-        QTest::newRow("2") << 2 << "English edited";
-        QTest::newRow("3") << 3 << "English default";
-    }
-    void blankEntryForUnusedId()
-    {
-        QFETCH(int, source);
-        QFETCH(QString, targetName);
-        Fixture f;
-        f.Saved(41, StringSource(source), MakeRecord("neighbour"));
-        for (const StringEntryPtr &entry : {f.set->Entry(42, StringSource(source)),
-                                            f.server->CreateEntry(f.set, 42, StringSource(source))}) {
-            QCOMPARE(entry->Id(), StringId(42));
-            QCOMPARE(int(entry->StringSource()), source);
-            QCOMPARE(Stored(entry), Record());
-            QCOMPARE(entry->TargetName(), targetName);
-            QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
-            // Every entry has a collection, empty when the string has no definitions.
-            QCOMPARE(entry->ParameterDefinitions()->Count(), 0);
-        }
-        QVERIFY(!f.set->IdInUse(42, StringSource(source)));
-        QVERIFY(!f.set->Modified());
     }
 
     void missingTranslationIsWrittenLikeTheEnglish()
@@ -211,80 +190,40 @@ private slots:
         QCOMPARE(f.server->CreateEntry(f.set, 15, ssEnglishDefault)->EntryText(), QString());
     }
 
-    void entryOfEditedSourceUsesFallbackValues()
+    // A translation takes the English revision when stored; a new English text raises it once per
+    // save, back to the saved text gives the saved one, a new description alone none, and it wraps
+    // to 1, never to 0 or below. Storing a translation again, even unchanged, brings it up to date.
+    void revisions()
     {
         Fixture f;
-        f.set->PutRecord(5, ssEnglishDefault, MakeRecord("Open", 4));
-        f.set->PutRecord(5, ssLocalEdited, MakeRecord("Öffnen (lokal)", 4));
-        Record local = MakeRecord("&Öffnen", 4);
-        local.description = "File menu";
-        local.properties = tpAllowShortcut;
-        local.shortcutCharacter = "O";
-        local.shortcutMode = 1;
-        f.set->PutRecord(6, ssLocalDefault, local);
-
-        const StringEntryPtr entry = f.set->Entry(6, ssLocalEdited);
-        QCOMPARE(entry->Text(), QString("&Öffnen"));
-        QCOMPARE(entry->EntryText(), QString("File menu"));
-        QCOMPARE(entry->ShortcutCharacter(), QString("O"));
-        QCOMPARE(entry->ShortcutMode(), 1);
-        QVERIFY(entry->Property(tpAllowShortcut));
-        QCOMPARE(entry->StringSource(), ssLocalEdited);
-        // SourceText reads the set live, with its own fallback.
-        QCOMPARE(entry->SourceText(ssEnglishDefault), QString());
-        QCOMPARE(f.set->Entry(5, ssLocalDefault)->SourceText(ssLocalEdited), QString("Öffnen (lokal)"));
-        QCOMPARE(f.set->Entry(5, ssLocalDefault)->SourceText(ssEnglishEdited), QString("Open"));
-    }
-
-    void englishChangeMakesTranslationsOutOfDate()
-    {
-        Fixture f;
-        f.set->AddEntry(f.Edited(f.server->CreateEntry(f.set, 12, ssEnglishDefault), "Print"));
-        QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(1));
-        // A translation takes the English revision when it is stored.
+        f.Saved(12, ssEnglishDefault, MakeRecord("Print", 6));
         f.Store(12, ssLocalDefault, "Drucken");
         f.Store(12, ssEnglishEdited, "Print out");
         f.set->Save(ssLocalDefault, false);
-        QCOMPARE(f.set->Revision(12, ssLocalDefault), qint16(1));
-
-        f.Store(12, ssEnglishDefault, "Print...");
-        QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(2));
-        for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishEdited})
-            QVERIFY2(f.set->Revision(12, s) < f.set->Revision(12, ssEnglishDefault), qPrintable(QString::number(s)));
-
-        // Saving the translation again, even unchanged, brings it up to date.
-        f.Store(12, ssLocalDefault, "Drucken");
-        QCOMPARE(f.set->Revision(12, ssLocalDefault), qint16(2));
-        QCOMPARE(f.set->Revision(12, ssLocalEdited), qint16(2));   // through the fallback
-    }
-
-    void englishRevisionFollowsTextAgainstSavedState()
-    {
-        Fixture f;
-        f.Saved(20, ssEnglishDefault, MakeRecord("Close", 6));
-        // One raise per save, not per store; back to the saved text, the saved revision and no edit.
         QList<qint16> revisions;
-        for (const char *text : {"Close all", "Close everything", "Close"}) {
-            f.Store(20, ssEnglishDefault, text);
-            revisions << f.set->Revision(20, ssEnglishDefault);
+        for (const char *text : {"Print all", "Print...", "Print", "Print..."}) {
+            f.Store(12, ssEnglishDefault, text);
+            revisions << f.set->Revision(12, ssEnglishDefault);
         }
-        QCOMPARE(revisions, (QList<qint16>{7, 7, 6}));
-        QVERIFY(!f.set->Modified());
-
-        // A new description alone does not outdate translations.
-        const StringEntryPtr e = f.set->Entry(20, ssEnglishDefault);
-        f.set->StoreEntry(e->CreateEdited(20, "Close", "Closes the window", false, false, false, "", 0,
-                                          e->ParameterDefinitions(), true));
-        QCOMPARE(f.set->Revision(20, ssEnglishDefault), qint16(6));
+        QCOMPARE(revisions, (QList<qint16>{7, 7, 6, 7}));
+        for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishEdited})
+            QVERIFY2(f.set->Revision(12, s) < 7, qPrintable(QString::number(s)));
+        f.Store(12, ssLocalDefault, "Drucken");
+        QCOMPARE(f.set->Revision(12, ssLocalEdited), qint16(7));   // through the fallback
+        f.set->DiscardEdits();
+        const StringEntryPtr e = f.set->Entry(12, ssEnglishDefault);
+        f.set->StoreEntry(e->CreateEdited(12, "Print", "Prints the page", false, false, false, "", 0, e->ParameterDefinitions(), true));
+        QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(6));
         QVERIFY(f.set->Modified());
-
-        // The revision wraps to 1, never to 0 or below.
         f.Saved(21, ssEnglishDefault, MakeRecord("Old", 32767));
         f.Store(21, ssEnglishDefault, "New");
         QCOMPARE(f.set->Revision(21, ssEnglishDefault), qint16(1));
     }
 
-    void storingEqualEntryIsNoEdit()
+    // Storing what is there is no edit, and an up-to-date default stored through the edited source
+    // makes no local record; an out-of-date one stored there is confirmed locally; an empty text is
+    // missing; adding over an existing record keeps it.
+    void storing()
     {
         Fixture f;
         f.Saved(30, ssEnglishDefault, MakeRecord("Cut\tCtrl+X", 2));
@@ -295,32 +234,19 @@ private slots:
             f.set->StoreEntry(f.Edited(e, e->Text()));
             QVERIFY2(!f.set->Modified(), qPrintable(QString::number(s)));
         }
-        // An up-to-date default stored through the edited source does not create a local record.
         QVERIFY(!f.set->RecordOf(30, ssLocalEdited).has_value());
-
-        f.Store(30, ssLocalDefault, "Ausschneiden");
-        QVERIFY(f.set->Modified());
-        f.Store(30, ssLocalDefault, "Ausschneiden\tStrg+X");
-        QVERIFY(!f.set->Modified());
         f.set->RemoveEntry(31, ssLocalDefault);   // nothing there
+        f.set->AddEntry(f.server->CreateEntry(f.set, 30, ssLocalDefault));
+        QCOMPARE(f.set->Text(30, ssLocalDefault), QString("Ausschneiden\tStrg+X"));
         QVERIFY(!f.set->Modified());
-    }
 
-    void storingFallbackEntryConfirmsOutOfDateTranslation()
-    {
-        Fixture f;
         f.Saved(32, ssEnglishDefault, MakeRecord("Paste", 3));
         f.Saved(32, ssLocalDefault, MakeRecord("Einfügen", 2));
         f.Store(32, ssLocalEdited, "Einfügen");
-        QVERIFY(f.set->Modified());
-        QCOMPARE(f.set->Revision(32, ssLocalEdited), qint16(3));
-        QCOMPARE(f.set->Revision(32, ssLocalDefault), qint16(2));
+        QCOMPARE(f.set->Revision(32, ssLocalEdited) * 10 + f.set->Revision(32, ssLocalDefault), 32);
         QCOMPARE(f.set->SourceName(32, ssLocalEdited), QString("Local Edited"));
-
-        // An empty text counts as missing.
         f.Store(32, ssLocalDefault, "");
-        QVERIFY(f.set->IdInUse(32, ssLocalDefault));
-        QVERIFY(!f.set->HasText(32, ssLocalDefault));
+        QVERIFY(f.set->IdInUse(32, ssLocalDefault) && !f.set->HasText(32, ssLocalDefault));
         QCOMPARE(f.set->SourceName(32, ssLocalDefault), QString());
     }
 
@@ -339,6 +265,8 @@ private slots:
         f.set->AddEntry(f.Edited(f.server->CreateEntry(f.set, 41, ssEnglishDefault), "Replace"));
         f.set->setParameters(40, {});
         f.set->setSymbol(40, "IDS_SEARCH");
+        f.set->setParameters(41, {ParameterDefinition(1, "what", "%1")});
+        f.set->setSymbol(41, "IDS_REPLACE");
 
         f.set->DiscardEdits();
         QVERIFY(!f.set->Modified());
@@ -349,45 +277,29 @@ private slots:
         QVERIFY(!f.set->IdInUse(41, ssEnglishDefault));
         QCOMPARE(f.set->Parameters(40), ParameterList({ParameterDefinition(1, "text", "%1")}));
         QCOMPARE(f.set->Symbol(40), QString("IDS_FIND"));
+        QVERIFY(f.set->Parameters(41).isEmpty() && f.set->Symbol(41).isEmpty());
     }
 
-    void saveTableNames()
-    {
-        Fixture f;
-        QCOMPARE(f.set->SaveTableNames(ssLocalEdited), (QStringList{"Local Edited", "Local Default"}));
-        QCOMPARE(f.set->SaveTableNames(ssEnglishEdited), (QStringList{"English Edited", "English Default"}));
-        for (const int version : {1, 3, 4, -1})
-            QVERIFY(f.set->SaveTableNames(TableVersion(version)).isEmpty());
-    }
-
+    // A new entry from an old one: the old unchanged, other status bits kept, the collection copied.
     void createEditedLeavesOriginalUnchanged()
     {
         Fixture f;
         Record r = MakeRecord("Save &As...", 5, sfApproved | 4);
-        r.description = "File menu";
         r.properties = tpAllowShortcut;
-        r.shortcutCharacter = "A";
         f.Saved(50, ssLocalDefault, r);
         const StringEntryPtr original = f.set->Entry(50, ssLocalDefault);
         const ParameterDefinitionsPtr given = std::make_shared<ParameterCollection>();
         given->Add(1, "file name");
-
-        const StringEntryPtr edited = original->CreateEdited(51, "Speichern\tunter\nneu", "other", true, true, false,
-                                                             "", 3, given, false);
+        const StringEntryPtr edited = original->CreateEdited(51, "neu", "other", true, true, false, "", 3, given, false);
         QCOMPARE(Stored(original), r);
-        QCOMPARE(original->ParameterDefinitions()->Count(), 0);
-
-        QCOMPARE(edited->Id(), StringId(51));
-        QCOMPARE(edited->StringSource(), ssLocalDefault);
-        Record expected = MakeRecord("Speichern\tunter\nneu", 5, 4);   // other status bits stay
+        Record expected = MakeRecord("neu", 5, 4);
         expected.description = "other";
         expected.properties = tpMultipleLines | tpAllowTab;
         expected.shortcutMode = 3;
         QCOMPARE(Stored(edited), expected);
-        // The collection was copied, not shared.
+        QCOMPARE(edited->Id(), StringId(51));
         given->Add(2, "later");
-        QCOMPARE(edited->ParameterDefinitions()->Count(), 1);
-        QVERIFY(!f.set->Modified());
+        QCOMPARE(edited->ParameterDefinitions()->Count() + original->ParameterDefinitions()->Count(), 1);
     }
 
     void parameterDefinitions()
@@ -435,43 +347,13 @@ private slots:
         QCOMPARE(f.set->Parameters(61).size(), 2);
     }
 
-    void addEntryDoesNotOverwrite()
-    {
-        Fixture f;
-        f.Saved(70, ssLocalEdited, MakeRecord("Orphan"));
-        f.set->AddEntry(f.server->CreateEntry(f.set, 70, ssLocalEdited));
-        QCOMPARE(f.set->Text(70, ssLocalEdited), QString("Orphan"));
-        QVERIFY(!f.set->Modified());
-        f.set->AddEntry(f.server->CreateEntry(f.set, 71, ssLocalEdited));
-        QVERIFY(f.set->IdInUse(71, ssLocalEdited));
-        QVERIFY(!f.set->HasText(71, ssLocalEdited));
-        QVERIFY(f.set->Modified());
-    }
-
-    void removeAndAddMovesString()
+    // Removing a string and adding it again in place is no edit at all.
+    void removeAndAddInPlace()
     {
         Fixture f;
         f.set->PutRecord(80, ssEnglishDefault, MakeRecord("Open %1", 4));
-        f.set->PutRecord(80, ssLocalDefault, MakeRecord("%1 öffnen", 4));
-        f.set->setParameters(80, {ParameterDefinition(1, "file", "%1")});
         f.set->setSymbol(80, "IDS_OPEN_FILE");
         f.set->Save(ssEnglishDefault, false);
-
-        const StringEntryPtr old = f.set->Entry(80, ssEnglishDefault);
-        f.set->RemoveEntry(80, ssEnglishDefault);
-        f.set->AddEntry(old->CreateEdited(90, old->Text(), old->EntryText(), false, false, false, "", 0,
-                                          old->ParameterDefinitions(), true));
-        QVERIFY(!f.set->IdInUse(80, ssEnglishDefault));
-        QCOMPARE(f.set->Text(90, ssEnglishDefault), QString("Open %1"));
-        QCOMPARE(f.set->Parameters(90), ParameterList({ParameterDefinition(1, "file", "%1")}));
-        QVERIFY(f.set->Parameters(80).isEmpty());
-        QCOMPARE(f.set->Symbol(90) + "|" + f.set->Symbol(80), QString("IDS_OPEN_FILE|"));
-        QCOMPARE(f.set->Revision(90, ssEnglishDefault), qint16(1));
-        // Translations stay with their id.
-        QCOMPARE(f.set->Text(80, ssLocalDefault), QString("%1 öffnen"));
-
-        // Removing and re-adding in place is no edit at all.
-        f.set->DiscardEdits();
         const StringEntryPtr same = f.set->Entry(80, ssEnglishDefault);
         f.set->RemoveEntry(80, ssEnglishDefault);
         f.set->AddEntry(same);
@@ -545,17 +427,6 @@ private slots:
         QCOMPARE(ErrorNumberOf([&] { f.set->StoreEntry(nullptr); }), int(errObjectNotSet));
         QCOMPARE(ErrorNumberOf([&] { f.set->AddEntry(nullptr); }), int(errObjectNotSet));
         QCOMPARE(ErrorNumberOf([&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }), int(errObjectNotSet));
-    }
-
-    void twoWorkspacesDoNotInterfere()
-    {
-        Fixture a, b;
-        a.set->AddEntry(a.Edited(a.server->CreateEntry(a.set, 3, ssEnglishDefault), "First"));
-        a.set->Save(ssEnglishDefault, false);
-        QVERIFY(!b.set->IdInUse(3, ssEnglishDefault));
-        QVERIFY(!b.set->Modified());
-        // An entry belongs to the set it was made for, whichever server made it.
-        QCOMPARE(a.server->CreateEntry(b.set, 3, ssLocalDefault)->TextTable(), StringTableSetPtr(b.set));
     }
 };
 
