@@ -96,9 +96,9 @@ void frmEdit::ProcessEditMenuCarryOver()
         if (carried == 0)
             report << QStringLiteral("No out-of-date translation shown has a trivial English change to carry over.");
         else
-            report << QStringLiteral("Carried over %1 translation(s) to the new English revision, their approval kept; "
+            report << QStringLiteral("Carried over %1 to the new English revision, their approval kept; "
                                      "%2 adjusted. Each can be undone (Ctrl+Z).")
-                          .arg(carried)
+                          .arg(carried == 1 ? QStringLiteral("1 translation") : QStringLiteral("%1 translations").arg(carried))
                           .arg(adjusted)
                    << done;
         if (carried > done.size())
