@@ -178,6 +178,7 @@ private:
     // pre-translation draw on it; without one (a host that gives none) neither is offered.
     void SetupMemory();
     void BindMemory(const ResourceWorkspacePtr &rfw);
+    void WarmMemory(const memory::TranslationMemoryPtr &memory);
     void NoteMemoryChanged(std::initializer_list<StringId> ids);
     void MemoryAfterSave();
     memory::TranslationMemoryPtr m_memory;

@@ -19,6 +19,8 @@ namespace kvedit {
 
 namespace {
 constexpr int kMemoryWarmDelayMs = 300;
+// Strings indexed at a time: a few tens of milliseconds, so the window keeps answering.
+constexpr int kMemoryWarmStep = 1024;
 } // namespace
 
 void frmEdit::SetupMemory()
@@ -56,17 +58,21 @@ void frmEdit::BindMemory(const ResourceWorkspacePtr &rfw)
                                            : QFileInfo(location).absoluteFilePath();
     const TextServerPtr server = rfw->TextServer();
     m_memory->SetWorkspace(Tables(), key, server ? server->MaximumCount() : kMaxStringId);
-    // A large workspace takes a moment to index the first time: done once the window is up,
-    // rather than when the first translate dialog opens.
-    QTimer::singleShot(kMemoryWarmDelayMs, this, [this, memory = m_memory] {
-        if (memory != m_memory)
-            return;
-        try {
-            memory->Warm();
-        } catch (const KvError &e) {
-            qCWarning(lcEditor) << "The translation memory cannot be used:" << e.Description();
-        }
-    });
+    // A large workspace takes a second to index the first time: done once the window is up, in
+    // steps between its events, rather than when the first translate dialog opens.
+    QTimer::singleShot(kMemoryWarmDelayMs, this, [this, memory = m_memory] { WarmMemory(memory); });
+}
+
+void frmEdit::WarmMemory(const memory::TranslationMemoryPtr &memory)
+{
+    if (!memory || memory != m_memory)
+        return;
+    try {
+        if (!memory->WarmStep(kMemoryWarmStep))
+            QTimer::singleShot(0, this, [this, memory] { WarmMemory(memory); });
+    } catch (const KvError &e) {
+        qCWarning(lcEditor) << "The translation memory cannot be used:" << e.Description();
+    }
 }
 
 void frmEdit::NoteMemoryChanged(std::initializer_list<StringId> ids)

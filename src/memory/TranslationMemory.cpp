@@ -246,6 +246,7 @@ struct TranslationMemory::Private {
     qint64 ownKey = 0;
     int ownMaximum = 0;
     bool ownIndexed = false;
+    int ownNext = 0;   // the next id to index while the workspace is indexed in steps; 0: not begun
     QString language;
     QList<QPair<QString, qint64>> others;   // path, source key
     qint64 offeredKey = 0;                  // the offers kept for the workspace being edited; 0: none
@@ -479,16 +480,48 @@ struct TranslationMemory::Private {
         set.Bind(1, languageValue).Bind(2, stamp).Bind(3, source).Run();
     }
 
-    void EnsureOwnIndexed()
+    // Indexes the next count ids of the workspace being edited, in one transaction; true once
+    // every id has been. Steps let a large workspace be indexed between the window's events.
+    bool IndexOwnStep(int count)
     {
         if (!own || ownIndexed)
-            return;
+            return true;
+        const int last = qMin(ownMaximum, int(kMaxStringId));
         Transaction t(*this);
-        ownKey = SourceKey(ownPath);
-        Index(ownKey, *own, {}, ownMaximum);
-        SetLanguage(ownKey, language, 0);
+        if (ownNext == 0) {
+            ownKey = SourceKey(ownPath);
+            SetLanguage(ownKey, language, 0);
+            ownNext = 1;
+        }
+        QList<StringId> ids;
+        for (int id = ownNext; id <= last && ids.size() < count; ++id)
+            ids << static_cast<StringId>(id);
+        if (!ids.isEmpty())
+            Index(ownKey, *own, ids, ownMaximum);
+        ownNext += static_cast<int>(ids.size());
+        if (ownNext > last) {
+            // Ids above the workspace's highest, left from a larger one of the same name.
+            Statement above(*this, "SELECT rowid, plain FROM units WHERE source = ? AND id > ?");
+            Statement removeText(*this, "INSERT INTO units_text(units_text, rowid, plain) VALUES('delete', ?, ?)");
+            Statement remove(*this, "DELETE FROM units WHERE rowid = ?");
+            above.Bind(1, ownKey).Bind(2, last);
+            QList<QPair<qint64, QString>> gone;
+            while (above.Step())
+                gone.append({above.Int(0), above.Text(1)});
+            for (const auto &[rowid, plain] : std::as_const(gone)) {
+                removeText.Bind(1, rowid).Bind(2, plain).Run();
+                remove.Bind(1, rowid).Run();
+            }
+            ownIndexed = true;
+        }
         t.Commit();
-        ownIndexed = true;
+        return ownIndexed;
+    }
+
+    void EnsureOwnIndexed()
+    {
+        while (!IndexOwnStep(kMaxStringId)) {
+        }
     }
 };
 
@@ -522,6 +555,7 @@ void TranslationMemory::SetWorkspace(const StringTableSetPtr &tables, const QStr
     d->ownPath = key;
     d->ownMaximum = maximumCount;
     d->ownIndexed = false;
+    d->ownNext = 0;
     d->language = tables ? tables->SourceLanguage(ssLocalEdited).Value() : QString();
     Private::Statement offered(*d, "SELECT key FROM sources WHERE path = ?");
     d->offeredKey = offered.Bind(1, OfferedPath(key)).Step() ? offered.Int(0) : 0;
@@ -546,6 +580,14 @@ void TranslationMemory::Warm()
 {
     d->EnsureOwnIndexed();
     d->WordCounts();
+}
+
+bool TranslationMemory::WarmStep(int count)
+{
+    if (!d->IndexOwnStep(count))
+        return false;
+    d->WordCounts();
+    return true;
 }
 
 void TranslationMemory::KeepOffered(const QString &workspacePath, const QString &language, const QList<Offered> &offers)

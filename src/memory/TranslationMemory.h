@@ -91,6 +91,9 @@ public:
     // Does now what the first lookup would otherwise do first (index the workspace being edited,
     // read what choosing fuzzy candidates needs), so that lookup is as quick as the others.
     void Warm();
+    // Warm in steps: indexes the next count strings of the workspace being edited; true when
+    // the whole of it is indexed (and the rest of Warm done). A lookup before then finishes it.
+    bool WarmStep(int count);
 
     // Up to max suggestions for an English text, best first, at or above minPercent; the string
     // excludeId of the workspace being edited is left out (it is the one being translated).

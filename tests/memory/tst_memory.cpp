@@ -260,6 +260,24 @@ private slots:
         QCOMPARE(found.join(u' '), filled);
     }
 
+    // Indexing in steps ends with the index a whole pass gives, ids above the workspace's highest
+    // left out; a lookup before the last step finishes it.
+    void warmInSteps()
+    {
+        server::WorkspacePtr ws;
+        auto memory = MemoryOf({{1, "Open", "Öffnen"}, {2, "Open", ""}, {50, "Print", "Drucken"}}, &ws);
+        QVERIFY(!memory->WarmStep(40));
+        QCOMPARE(Shown(memory->Lookup(QStringLiteral("Print"))), QStringList{"100 Drucken"});   // finished by the lookup
+        QVERIFY(memory->WarmStep(40));
+        memory->SetWorkspace(ws->Tables(), m_dir.filePath(QStringLiteral("f%1.kvw").arg(m_serial - 1)), 10);
+        int steps = 0;
+        while (!memory->WarmStep(4))
+            ++steps;
+        QCOMPARE(steps, 2);   // ids 1-4, 5-8, then 9-10 and the end
+        QCOMPARE(memory->Lookup(QStringLiteral("Print")).size(), 0);
+        QCOMPARE(Shown(memory->Lookup(QStringLiteral("Open"))), QStringList{"100 Öffnen"});
+    }
+
     // An XLIFF file's <alt-trans> offers: kept as suggestions for the workspace (the best of a
     // unit's offers), never as its translations, and found by pre-translation.
     void offeredTranslations()
