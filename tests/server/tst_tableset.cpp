@@ -83,29 +83,24 @@ private slots:
         QTest::addColumn<int>("edited");
         QTest::addColumn<std::optional<Record>>("own");
         QTest::addColumn<std::optional<Record>>("fallback");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("revision");
-        QTest::addColumn<bool>("approved");
-        QTest::addColumn<int>("nameFrom");   // source named by SourceName, -1 for none
+        QTest::addColumn<QString>("read");   // text|revision|approved|source named by SourceName (-1: none)
         for (const int edited : {int(ssLocalEdited), int(ssEnglishEdited)}) {
             const QByteArray s = QByteArray::number(edited);
+            const QString own = QStringLiteral("own|5|%1|") + QString::number(edited);
+            const QString fallback = QStringLiteral("default|7|1|%1").arg(edited + 1);
             QTest::newRow("own text wins, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, sfApproved))
-                << std::optional(MakeRecord("default", 7, 0)) << "own" << 5 << true << edited;
+                << edited << std::optional(MakeRecord("own", 5, sfApproved)) << std::optional(MakeRecord("default", 7, 0))
+                << own.arg(1);
             QTest::newRow("falls back to default, source " + s)
-                << edited << std::optional<Record>() << std::optional(MakeRecord("default", 7, sfApproved))
-                << "default" << 7 << true << edited + 1;
+                << edited << std::optional<Record>() << std::optional(MakeRecord("default", 7, sfApproved)) << fallback;
             QTest::newRow("own record without text, source " + s)
-                << edited << std::optional(NoText(3, 0)) << std::optional(MakeRecord("default", 7, sfApproved))
-                << "" << 3 << false << -1;
+                << edited << std::optional(NoText(3, 0)) << std::optional(MakeRecord("default", 7, sfApproved)) << "|3|0|-1";
             QTest::newRow("default without text, source " + s)
-                << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "" << 2 << true << -1;
-            QTest::newRow("nothing, source " + s)
-                << edited << std::optional<Record>() << std::optional<Record>() << "" << 0 << false << -1;
+                << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "|2|1|-1";
+            QTest::newRow("nothing, source " + s) << edited << std::optional<Record>() << std::optional<Record>() << "|0|0|-1";
             // A default source never falls back to its edited source.
             QTest::newRow("own text, no default, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, 0)) << std::optional<Record>() << "own" << 5 << false
-                << edited;
+                << edited << std::optional(MakeRecord("own", 5, 0)) << std::optional<Record>() << own.arg(0);
         }
     }
     void fallback()
@@ -113,10 +108,7 @@ private slots:
         QFETCH(int, edited);
         QFETCH(std::optional<Record>, own);
         QFETCH(std::optional<Record>, fallback);
-        QFETCH(QString, text);
-        QFETCH(int, revision);
-        QFETCH(bool, approved);
-        QFETCH(int, nameFrom);
+        QFETCH(QString, read);
         Fixture f;
         const auto source = StringSource(edited);
         f.set->PutRecord(7, source, own);
@@ -125,14 +117,15 @@ private slots:
         if (source == ssLocalEdited)
             f.set->PutRecord(7, ssEnglishDefault, MakeRecord("english", 9));
 
-        QCOMPARE(f.set->Text(7, source), text);
-        QCOMPARE(f.set->HasText(7, source), !text.isEmpty());
-        QCOMPARE(f.set->Revision(7, source), revision);
-        QCOMPARE(f.set->HasStatus(7, source, sfApproved), approved);
-        QCOMPARE(f.set->SourceName(7, source), TableSet::FixedSourceName(nameFrom));
+        QStringList expected = read.split(u'|');
+        expected.last() = TableSet::FixedSourceName(expected.last().toInt());
         const StringEntryPtr entry = f.set->Entry(7, source);
-        QCOMPARE(entry->Text(), text);
-        QCOMPARE(entry->Status(sfApproved), approved);
+        for (const QString &text : {f.set->Text(7, source), entry->Text()})
+            QCOMPARE(QStringList({text, QString::number(f.set->Revision(7, source)),
+                                  QString::number(int(f.set->HasStatus(7, source, sfApproved))), f.set->SourceName(7, source)}),
+                     expected);
+        QCOMPARE(f.set->HasText(7, source), !expected.first().isEmpty());
+        QCOMPARE(entry->Status(sfApproved), expected.at(2) == u'1');
         QCOMPARE(entry->StringSource(), source);
         QCOMPARE(f.set->Text(7, StringSource(edited + 1)), fallback ? fallback->text : QString());
     }
@@ -152,13 +145,12 @@ private slots:
             // An unused id, next to a used one, gets a blank entry, from the set and from the server.
             for (const StringEntryPtr &entry : {f.set->Entry(10, StringSource(source)),
                                                 f.server->CreateEntry(f.set, 10, StringSource(source))}) {
-                QCOMPARE(entry->Id(), StringId(10));
-                QCOMPARE(int(entry->StringSource()), source);
-                QCOMPARE(Stored(entry), Record());
-                QCOMPARE(entry->TargetName(), targetNames.at(source));
-                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
                 // Every entry has a collection, empty when the string has no definitions.
-                QCOMPARE(entry->ParameterDefinitions()->Count(), 0);
+                QCOMPARE(QStringLiteral("%1 %2 %3 ").arg(entry->Id()).arg(int(entry->StringSource()))
+                             .arg(entry->ParameterDefinitions()->Count()) + entry->TargetName(),
+                         QStringLiteral("10 %1 0 ").arg(source) + targetNames.at(source));
+                QCOMPARE(Stored(entry), Record());
+                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
             }
             QVERIFY(!f.set->IdInUse(10, StringSource(source)));
             QVERIFY(!f.set->Modified());
@@ -269,15 +261,12 @@ private slots:
         f.set->setSymbol(41, "IDS_REPLACE");
 
         f.set->DiscardEdits();
-        QVERIFY(!f.set->Modified());
-        QCOMPARE(f.set->Text(40, ssEnglishDefault), QString("Find"));
-        QCOMPARE(f.set->Revision(40, ssEnglishDefault), qint16(1));
-        QVERIFY(!f.set->RecordOf(40, ssLocalEdited).has_value());
-        QCOMPARE(f.set->Text(40, ssLocalDefault), QString("Suchen"));
-        QVERIFY(!f.set->IdInUse(41, ssEnglishDefault));
+        QVERIFY(!f.set->Modified() && !f.set->RecordOf(40, ssLocalEdited).has_value() && !f.set->IdInUse(41, ssEnglishDefault));
+        QCOMPARE(QStringList({f.set->Text(40, ssEnglishDefault), QString::number(f.set->Revision(40, ssEnglishDefault)),
+                              f.set->Text(40, ssLocalDefault), f.set->Symbol(40), f.set->Symbol(41)}),
+                 QStringList({"Find", "1", "Suchen", "IDS_FIND", ""}));
         QCOMPARE(f.set->Parameters(40), ParameterList({ParameterDefinition(1, "text", "%1")}));
-        QCOMPARE(f.set->Symbol(40), QString("IDS_FIND"));
-        QVERIFY(f.set->Parameters(41).isEmpty() && f.set->Symbol(41).isEmpty());
+        QVERIFY(f.set->Parameters(41).isEmpty());
     }
 
     // A new entry from an old one: the old unchanged, other status bits kept, the collection copied.
@@ -329,17 +318,12 @@ private slots:
         f.set->StoreEntry(f.Edited(again, again->Text()));
         QVERIFY(f.set->Parameters(60).isEmpty());
         QVERIFY(!f.set->Modified());
-    }
 
-    void translationEntriesShowButDoNotChangeParameters()
-    {
-        Fixture f;
+        // A translation's entry shows the English string's definitions but does not change them.
         f.set->PutRecord(61, ssEnglishDefault, MakeRecord("%1 of %2"));
-        f.set->PutRecord(62, ssEnglishDefault, MakeRecord("Ready"));
         f.set->setParameters(61, {ParameterDefinition(1, "page", "%1"), ParameterDefinition(2, "count", "%2")});
         f.set->Save(ssEnglishDefault, false);
-
-        QCOMPARE(f.set->Entry(62, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
+        QCOMPARE(f.set->Entry(60, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
         const StringEntryPtr translation = f.set->Entry(61, ssLocalEdited);
         QCOMPARE(translation->ParameterDefinitions()->Count(), 2);
         translation->ParameterDefinitions()->Clear();
@@ -364,30 +348,29 @@ private slots:
     void symbols()
     {
         Fixture f;
+        // The ids of IDS_FILE_OPEN and IDS_FILE_CLOSE, 0 for none.
+        const auto ids = [&] { return QPoint(f.set->IdOfSymbol("IDS_FILE_OPEN"), f.set->IdOfSymbol("IDS_FILE_CLOSE")); };
         f.ws->setSymbol(5, "IDS_FILE_OPEN");
         QVERIFY(f.set->Modified());
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
-        QCOMPARE(f.set->IdOfSymbol("IDS_NONE"), StringId(0));
-        QCOMPARE(f.set->IdOfSymbol(""), StringId(0));
+        QCOMPARE(ids(), QPoint(5, 0));
+        QCOMPARE(f.set->IdOfSymbol("") + f.set->IdOfSymbol("IDS_NONE"), 0);
         f.ws->setSymbol(5, "");
         QVERIFY(!f.set->Modified());
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
+        QCOMPARE(ids(), QPoint(0, 0));
 
         // Once looked up, a symbol follows every change: a rename, a discard, an id sharing it.
         f.ws->setSymbol(5, "IDS_FILE_OPEN");
         f.set->Save(ssEnglishDefault, false);
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+        QCOMPARE(ids(), QPoint(5, 0));
         f.ws->setSymbol(5, "IDS_FILE_CLOSE");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(5));
+        QCOMPARE(ids(), QPoint(0, 5));
         f.set->DiscardEdits();
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(0));
+        QCOMPARE(ids(), QPoint(5, 0));
         f.ws->setSymbol(9, "IDS_FILE_OPEN");
         f.ws->setSymbol(3, "IDS_FILE_OPEN");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(3));
+        QCOMPARE(ids(), QPoint(3, 0));
         f.ws->setSymbol(3, "");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+        QCOMPARE(ids(), QPoint(5, 0));
     }
 
     void outOfRange_data()
@@ -424,9 +407,10 @@ private slots:
     void nullEntriesAreReported()
     {
         Fixture f;
-        QCOMPARE(ErrorNumberOf([&] { f.set->StoreEntry(nullptr); }), int(errObjectNotSet));
-        QCOMPARE(ErrorNumberOf([&] { f.set->AddEntry(nullptr); }), int(errObjectNotSet));
-        QCOMPARE(ErrorNumberOf([&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }), int(errObjectNotSet));
+        for (const std::function<void()> &call : QList<std::function<void()>>{[&] { f.set->StoreEntry(nullptr); },
+                                                                              [&] { f.set->AddEntry(nullptr); },
+                                                                              [&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }})
+            QCOMPARE(ErrorNumberOf(call), int(errObjectNotSet));
     }
 };
 

@@ -177,10 +177,9 @@ private slots:
         QCOMPARE(created->FilePath(), path);
         QVERIFY(!created->Tables()->Modified());
         const WorkspacePtr opened = Workspace::Open(path);
-        QCOMPARE(opened->Name(), QString("Sales Tool"));
-        QCOMPARE(opened->TextServer()->MaximumCount(), 2000);
+        QCOMPARE(QStringLiteral("%1|%2|").arg(opened->Name()).arg(opened->TextServer()->MaximumCount())
+                     + opened->Tables()->SourceLanguage(ssLocalDefault).Name(), QString("Sales Tool|2000|Japanese"));
         QCOMPARE(opened->TextServer()->StringTableSet(), opened->Tables());
-        QCOMPARE(opened->Tables()->SourceLanguage(ssLocalDefault).Name(), QString("Japanese"));
     }
 
     void createRefusesExistingFileAndBadValues()
@@ -251,9 +250,7 @@ private slots:
         ws->setSymbol(32767, {});
         set->Save(ssLocalEdited, false);
         const std::shared_ptr<TableSet> third = Workspace::Open(path)->Set();
-        QVERIFY(!third->RecordOf(32767, ssLocalEdited).has_value());
-        QVERIFY(third->Parameters(32767).isEmpty());
-        QCOMPARE(third->Symbol(32767), QString());
+        QVERIFY(!third->RecordOf(32767, ssLocalEdited) && third->Parameters(32767).isEmpty() && third->Symbol(32767).isEmpty());
     }
 
     void saveAsIntoDefault_data()
@@ -311,8 +308,7 @@ private slots:
         Edit(ws->Tables(), 2, ssEnglishDefault, "zwei");
         ws->Tables()->Save(ssEnglishDefault, false);
         const StringTableSetPtr reopened = Workspace::Open(path)->Tables();
-        QCOMPARE(reopened->Text(1, ssEnglishDefault), QString("changed outside"));
-        QCOMPARE(reopened->Text(2, ssEnglishDefault), QString("zwei"));
+        QCOMPARE(reopened->Text(1, ssEnglishDefault) + '|' + reopened->Text(2, ssEnglishDefault), QString("changed outside|zwei"));
     }
 
     void openRefuses_data()
@@ -551,8 +547,7 @@ private slots:
         }
         const WorkspacePtr ws = Workspace::Open(path);
         QCOMPARE(ws->Set()->Origin(2), origin);
-        QCOMPARE(ws->Set()->Text(1, ssEnglishDefault), QString("one"));
-        QCOMPARE(ws->Set()->Text(2, ssEnglishDefault), QString("two"));
+        QCOMPARE(ws->Set()->Text(1, ssEnglishDefault) + ws->Set()->Text(2, ssEnglishDefault), QString("onetwo"));
         ws->Set()->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
         ws->Set()->Save(ssEnglishDefault, false);
         QVERIFY(Workspace::Open(path)->Set()->Origins().isEmpty());
