@@ -4,28 +4,20 @@
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
-#include "services/ErrorContext.h"
+#include "RecordTestSupport.h"
 
 #include <QtTest>
 
 using namespace kvedit;
 using namespace kvedit::server;
+using kvedit::test::ErrorOf;
+using kvedit::test::Full;
 
 Q_DECLARE_METATYPE(std::optional<kvedit::server::Record>)
 
 namespace {
 
 constexpr int kMax = 100;
-
-Record MakeRecord(const QString &text, qint16 revision = 1, int status = sfApproved)
-{
-    Record r;
-    r.text = text;
-    r.hasText = true;
-    r.revision = revision;
-    r.status = status;
-    return r;
-}
 
 Record NoText(qint16 revision = 0, int status = 0)
 {
@@ -61,17 +53,6 @@ struct Fixture {
 // Everything an entry carries besides its id, source and parameters.
 const Record &Stored(const StringEntryPtr &e) { return static_cast<const Entry &>(*e).StoredRecord(); }
 
-template <typename F>
-int ErrorNumberOf(F &&f)
-{
-    try {
-        f();
-    } catch (const KvError &e) {
-        return e.Number();
-    }
-    return 0;
-}
-
 } // namespace
 
 class TestTableSet : public QObject {
@@ -89,18 +70,18 @@ private slots:
             const QString own = QStringLiteral("own|5|%1|") + QString::number(edited);
             const QString fallback = QStringLiteral("default|7|1|%1").arg(edited + 1);
             QTest::newRow("own text wins, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, sfApproved)) << std::optional(MakeRecord("default", 7, 0))
+                << edited << std::optional(Full("own", 5, sfApproved)) << std::optional(Full("default", 7, 0))
                 << own.arg(1);
             QTest::newRow("falls back to default, source " + s)
-                << edited << std::optional<Record>() << std::optional(MakeRecord("default", 7, sfApproved)) << fallback;
+                << edited << std::optional<Record>() << std::optional(Full("default", 7, sfApproved)) << fallback;
             QTest::newRow("own record without text, source " + s)
-                << edited << std::optional(NoText(3, 0)) << std::optional(MakeRecord("default", 7, sfApproved)) << "|3|0|-1";
+                << edited << std::optional(NoText(3, 0)) << std::optional(Full("default", 7, sfApproved)) << "|3|0|-1";
             QTest::newRow("default without text, source " + s)
                 << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "|2|1|-1";
             QTest::newRow("nothing, source " + s) << edited << std::optional<Record>() << std::optional<Record>() << "|0|0|-1";
             // A default source never falls back to its edited source.
             QTest::newRow("own text, no default, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, 0)) << std::optional<Record>() << own.arg(0);
+                << edited << std::optional(Full("own", 5, 0)) << std::optional<Record>() << own.arg(0);
         }
     }
     void fallback()
@@ -115,7 +96,7 @@ private slots:
         f.set->PutRecord(7, StringSource(edited + 1), fallback);
         // Local Edited falls back to Local Default only, never to the English sources.
         if (source == ssLocalEdited)
-            f.set->PutRecord(7, ssEnglishDefault, MakeRecord("english", 9));
+            f.set->PutRecord(7, ssEnglishDefault, Full("english", 9));
 
         QStringList expected = read.split(u'|');
         expected.last() = TableSet::FixedSourceName(expected.last().toInt());
@@ -163,7 +144,7 @@ private slots:
     void missingTranslationIsWrittenLikeTheEnglish()
     {
         Fixture f;
-        Record english = MakeRecord("&First line\nSecond\tline", 3);
+        Record english = Full("&First line\nSecond\tline", 3);
         english.description = "Welcome text";
         english.properties = tpAllowShortcut | tpMultipleLines | tpAllowTab;
         english.shortcutCharacter = "F";
@@ -188,7 +169,7 @@ private slots:
     void revisions()
     {
         Fixture f;
-        f.Saved(12, ssEnglishDefault, MakeRecord("Print", 6));
+        f.Saved(12, ssEnglishDefault, Full("Print", 6));
         f.Store(12, ssLocalDefault, "Drucken");
         f.Store(12, ssEnglishEdited, "Print out");
         f.set->Save(ssLocalDefault, false);
@@ -207,7 +188,7 @@ private slots:
         f.set->StoreEntry(e->CreateEdited(12, "Print", "Prints the page", false, false, false, "", 0, e->ParameterDefinitions(), true));
         QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(6));
         QVERIFY(f.set->Modified());
-        f.Saved(21, ssEnglishDefault, MakeRecord("Old", 32767));
+        f.Saved(21, ssEnglishDefault, Full("Old", 32767));
         f.Store(21, ssEnglishDefault, "New");
         QCOMPARE(f.set->Revision(21, ssEnglishDefault), qint16(1));
     }
@@ -218,8 +199,8 @@ private slots:
     void storing()
     {
         Fixture f;
-        f.Saved(30, ssEnglishDefault, MakeRecord("Cut\tCtrl+X", 2));
-        f.Saved(30, ssLocalDefault, MakeRecord("Ausschneiden\tStrg+X", 2));
+        f.Saved(30, ssEnglishDefault, Full("Cut\tCtrl+X", 2));
+        f.Saved(30, ssLocalDefault, Full("Ausschneiden\tStrg+X", 2));
         for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
             const StringEntryPtr e = f.set->Entry(30, s);
             f.set->StoreEntry(e);
@@ -232,8 +213,8 @@ private slots:
         QCOMPARE(f.set->Text(30, ssLocalDefault), QString("Ausschneiden\tStrg+X"));
         QVERIFY(!f.set->Modified());
 
-        f.Saved(32, ssEnglishDefault, MakeRecord("Paste", 3));
-        f.Saved(32, ssLocalDefault, MakeRecord("Einfügen", 2));
+        f.Saved(32, ssEnglishDefault, Full("Paste", 3));
+        f.Saved(32, ssLocalDefault, Full("Einfügen", 2));
         f.Store(32, ssLocalEdited, "Einfügen");
         QCOMPARE(f.set->Revision(32, ssLocalEdited) * 10 + f.set->Revision(32, ssLocalDefault), 32);
         QCOMPARE(f.set->SourceName(32, ssLocalEdited), QString("Local Edited"));
@@ -245,8 +226,8 @@ private slots:
     void discardEditsRestoresEverything()
     {
         Fixture f;
-        f.set->PutRecord(40, ssEnglishDefault, MakeRecord("Find", 1));
-        f.set->PutRecord(40, ssLocalDefault, MakeRecord("Suchen", 1));
+        f.set->PutRecord(40, ssEnglishDefault, Full("Find", 1));
+        f.set->PutRecord(40, ssLocalDefault, Full("Suchen", 1));
         f.set->setParameters(40, {ParameterDefinition(1, "text", "%1")});
         f.set->setSymbol(40, "IDS_FIND");
         f.set->Save(ssEnglishDefault, false);
@@ -273,7 +254,7 @@ private slots:
     void createEditedLeavesOriginalUnchanged()
     {
         Fixture f;
-        Record r = MakeRecord("Save &As...", 5, sfApproved | 4);
+        Record r = Full("Save &As...", 5, sfApproved | 4);
         r.properties = tpAllowShortcut;
         f.Saved(50, ssLocalDefault, r);
         const StringEntryPtr original = f.set->Entry(50, ssLocalDefault);
@@ -281,7 +262,7 @@ private slots:
         given->Add(1, "file name");
         const StringEntryPtr edited = original->CreateEdited(51, "neu", "other", true, true, false, "", 3, given, false);
         QCOMPARE(Stored(original), r);
-        Record expected = MakeRecord("neu", 5, 4);
+        Record expected = Full("neu", 5, 4);
         expected.description = "other";
         expected.properties = tpMultipleLines | tpAllowTab;
         expected.shortcutMode = 3;
@@ -294,13 +275,13 @@ private slots:
     void parameterDefinitions()
     {
         Fixture f;
-        f.Saved(60, ssEnglishDefault, MakeRecord("Copy %1 to %2"));
+        f.Saved(60, ssEnglishDefault, Full("Copy %1 to %2"));
         const StringEntryPtr entry = f.set->Entry(60, ssEnglishDefault);
         const ParameterDefinitionsPtr p = entry->ParameterDefinitions();
         QCOMPARE(entry->ParameterDefinitions(), p);   // one working copy per entry
         QCOMPARE(p->Add(1, "source file"), ParameterDefinition(1, "source file", "%1"));
         p->Add(2, "target folder");
-        QCOMPARE(ErrorNumberOf([&] { p->Item(2); }), int(errSubscriptOutOfRange));
+        QCOMPARE(ErrorOf([&] { p->Item(2); }).Number(), int(errSubscriptOutOfRange));
 
         // The working copy reaches the set only when the entry is stored.
         QVERIFY(f.set->Parameters(60).isEmpty());
@@ -320,7 +301,7 @@ private slots:
         QVERIFY(!f.set->Modified());
 
         // A translation's entry shows the English string's definitions but does not change them.
-        f.set->PutRecord(61, ssEnglishDefault, MakeRecord("%1 of %2"));
+        f.set->PutRecord(61, ssEnglishDefault, Full("%1 of %2"));
         f.set->setParameters(61, {ParameterDefinition(1, "page", "%1"), ParameterDefinition(2, "count", "%2")});
         f.set->Save(ssEnglishDefault, false);
         QCOMPARE(f.set->Entry(60, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
@@ -335,7 +316,7 @@ private slots:
     void removeAndAddInPlace()
     {
         Fixture f;
-        f.set->PutRecord(80, ssEnglishDefault, MakeRecord("Open %1", 4));
+        f.set->PutRecord(80, ssEnglishDefault, Full("Open %1", 4));
         f.set->setSymbol(80, "IDS_OPEN_FILE");
         f.set->Save(ssEnglishDefault, false);
         const StringEntryPtr same = f.set->Entry(80, ssEnglishDefault);
@@ -400,7 +381,7 @@ private slots:
             [&] { f.server->CreateEntry(f.set, i, s); }, [&] { f.set->StoreEntry(bad); },
             [&] { f.set->AddEntry(bad); }};
         for (int n = 0; n < calls.size() - (validSource ? 0 : 2); ++n)
-            QVERIFY2(ErrorNumberOf(calls[n]) == errSubscriptOutOfRange, qPrintable(QString::number(n)));
+            QVERIFY2(ErrorOf(calls[n]).Number() == errSubscriptOutOfRange, qPrintable(QString::number(n)));
         QVERIFY(!f.set->Modified());
     }
 
@@ -410,7 +391,7 @@ private slots:
         for (const std::function<void()> &call : QList<std::function<void()>>{[&] { f.set->StoreEntry(nullptr); },
                                                                               [&] { f.set->AddEntry(nullptr); },
                                                                               [&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }})
-            QCOMPARE(ErrorNumberOf(call), int(errObjectNotSet));
+            QCOMPARE(ErrorOf(call).Number(), int(errObjectNotSet));
     }
 };
 

@@ -4,7 +4,7 @@
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
-#include "services/ErrorContext.h"
+#include "RecordTestSupport.h"
 
 #include <QCryptographicHash>
 #include <QtTest>
@@ -14,19 +14,10 @@
 
 using namespace kvedit;
 using namespace kvedit::server;
+using kvedit::test::ErrorOf;
+using kvedit::test::Full;
 
 namespace {
-
-Record Full(const QString &text, qint16 revision, int status, const QString &description = {})
-{
-    Record r;
-    r.text = text;
-    r.hasText = true;
-    r.revision = revision;
-    r.status = status;
-    r.description = description;
-    return r;
-}
 
 QByteArray Digest(const QString &path)
 {
@@ -43,17 +34,6 @@ void ExecOn(const QString &path, const char *sql)
     QCOMPARE(sqlite3_open(QFile::encodeName(path).constData(), &db), SQLITE_OK);
     QCOMPARE(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(db);
-}
-
-template <typename F>
-KvError ErrorOf(F &&f)
-{
-    try {
-        f();
-    } catch (const KvError &e) {
-        return e;
-    }
-    return KvError(0, QString());
 }
 
 // Stores a new text for the id through the editor's interface, as an edit.
