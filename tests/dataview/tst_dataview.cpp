@@ -257,8 +257,10 @@ private slots:
         f.view.RefreshRecord(51);
         f.view.RefreshRecord(0);
         QCOMPARE(changed.count(), 1);
-        const auto topLeft = changed.at(0).at(0).value<QModelIndex>(), bottomRight = changed.at(0).at(1).value<QModelIndex>();
-        QCOMPARE(QRect(QPoint(topLeft.column(), topLeft.row()), QPoint(bottomRight.column(), bottomRight.row())), QRect(0, 8, 3, 1));
+        const auto topLeft = changed.at(0).at(0).value<QModelIndex>();
+        const auto bottomRight = changed.at(0).at(1).value<QModelIndex>();
+        QCOMPARE(QRect(QPoint(topLeft.column(), topLeft.row()), QPoint(bottomRight.column(), bottomRight.row())),
+                 QRect(0, 8, 3, 1));
         QCOMPARE(reset.count(), 0);
     }
 

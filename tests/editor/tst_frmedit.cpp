@@ -587,8 +587,9 @@ private slots:
         form->DataView()->setCurrentRecord(row);
         const bool hadText = ws->Tables()->HasText(StringId(row), StringSource(version));
         form->EditItem(item)->trigger();
-        QCOMPARE(QStringLiteral("%1|%2 %3 %4").arg(QGuiApplication::clipboard()->text()).arg(form->DataSource()->GetRecordCount())
-                     .arg(form->DataView()->CurrentRecord()).arg(CurrentId(*form)), after);
+        QCOMPARE(QStringLiteral("%1|%2 %3 %4").arg(QGuiApplication::clipboard()->text())
+                     .arg(form->DataSource()->GetRecordCount()).arg(form->DataView()->CurrentRecord()).arg(CurrentId(*form)),
+                 after);
         QCOMPARE(ws->Tables()->HasText(StringId(row), StringSource(version)), item == 1 && hadText);
         QCOMPARE(form->FileItem(2)->isEnabled(), item == 0);
     }
@@ -797,7 +798,8 @@ private slots:
         QTest::newRow("fix undone") << "fix undo" << QStringList{"- - W E -", lacks, both, "3 4 3", "", "3 4"};
         QTest::newRow("another error")
             << "break" << QStringList{"- E W E -", lacks, "2 errors \u00b7 1 warning", "2 3 4", "", "2 3 4"};
-        QTest::newRow("a rule switched off, saved") << "rule" << QStringList{"- - - E -", lacks, "1 error", "4 4 4", done + '|' + done, "4"};
+        QTest::newRow("a rule switched off, saved")
+            << "rule" << QStringList{"- - - E -", lacks, "1 error", "4 4 4", done + '|' + done, "4"};
     }
     void problems()
     {
@@ -824,7 +826,9 @@ private slots:
             QCOMPARE(sign & rsShapeMask, int(rsApproved));   // the state's sign stays under it
         }
         // The whole table's count follows the window's first paint.
-        const auto counted = [&] { return form->ProgressText().remove(QStringLiteral(" \u00b7 Modified")).section(QStringLiteral(" \u00b7 "), 4); };
+        const auto counted = [&] {
+            return form->ProgressText().remove(QStringLiteral(" \u00b7 Modified")).section(QStringLiteral(" \u00b7 "), 4);
+        };
         QTRY_COMPARE(counted(), expected.at(2));
 
         const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
