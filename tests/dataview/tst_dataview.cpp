@@ -112,13 +112,11 @@ private slots:
     void rowsLoadOnFirstActivationOnly()
     {
         Fixture f(50, false);
-        QCOMPARE(f.model()->rowCount(), 0);
-        QCOMPARE(f.view.CurrentRecord(), 0);
+        QCOMPARE(f.model()->rowCount() + f.view.CurrentRecord(), 0);
         QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
 
         f.view.setActivated(true);
-        QCOMPARE(f.model()->rowCount(), 50);
-        QCOMPARE(f.view.CurrentRecord(), 1);
+        QCOMPARE(QPoint(f.model()->rowCount(), f.view.CurrentRecord()), QPoint(50, 1));
         QCOMPARE(f.LastFeedback(feedback), QStringLiteral("Id: 10 (Position 1 of 50)"));
         QCOMPARE(f.source.Feedback(), &f.view);
 
@@ -126,8 +124,7 @@ private slots:
         f.view.setCurrentRecord(7);
         f.source.count = 5;
         f.view.setActivated(true);
-        QCOMPARE(f.model()->rowCount(), 50);
-        QCOMPARE(f.view.CurrentRecord(), 7);
+        QCOMPARE(QPoint(f.model()->rowCount(), f.view.CurrentRecord()), QPoint(50, 7));
     }
 
     void cellsAndWidthsComeFromTheSource()
@@ -135,10 +132,10 @@ private slots:
         Fixture f(5);
         QCOMPARE(f.model()->headerData(2, Qt::Horizontal).toString(), QStringLiteral("English default"));
         const QModelIndex id = f.model()->index(2, 1), text = f.model()->index(2, 2);
-        QCOMPARE(id.data().toString(), QStringLiteral("30"));
-        QCOMPARE(text.data().toString(), QStringLiteral("Text of 30"));
-        QCOMPARE(Qt::Alignment(id.data(Qt::TextAlignmentRole).toInt()) & Qt::AlignHorizontal_Mask, Qt::AlignRight);
-        QCOMPARE(Qt::Alignment(text.data(Qt::TextAlignmentRole).toInt()) & Qt::AlignHorizontal_Mask, Qt::AlignLeft);
+        QCOMPARE(id.data().toString() + '|' + text.data().toString(), QStringLiteral("30|Text of 30"));
+        QCOMPARE((QList<int>{id.data(Qt::TextAlignmentRole).toInt() & Qt::AlignHorizontal_Mask,
+                             text.data(Qt::TextAlignmentRole).toInt() & Qt::AlignHorizontal_Mask}),
+                 (QList<int>{Qt::AlignRight, Qt::AlignLeft}));
         QVERIFY(!(f.model()->flags(text) & Qt::ItemIsEditable));
 
         QTableView *table = f.table();
@@ -153,8 +150,8 @@ private slots:
         QCoreApplication::processEvents();
         QCOMPARE(table->viewport()->width() - before, 200);
         QCOMPARE(f.source.lastTotalWidth, double(table->viewport()->width()));
-        QCOMPARE(table->horizontalHeader()->sectionSize(1), 70);
-        QCOMPARE(table->horizontalHeader()->sectionSize(2), table->viewport()->width() - 194);
+        QCOMPARE(QPoint(table->horizontalHeader()->sectionSize(1), table->horizontalHeader()->sectionSize(2)),
+                 QPoint(70, table->viewport()->width() - 194));
     }
 
     void noDataMessagePainted_data()
@@ -196,8 +193,7 @@ private slots:
 
         QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
         f.view.ShowId(record * 10);
-        QCOMPARE(f.source.lastFirstIn, topBefore);
-        QCOMPARE(f.source.lastRowsIn, f.view.VisibleRows());
+        QCOMPARE(QPoint(f.source.lastFirstIn, f.source.lastRowsIn), QPoint(topBefore, f.view.VisibleRows()));
         QCOMPARE(f.view.CurrentRecord(), record);
         const QRect cell = f.table()->visualRect(f.model()->index(record - 1, 1));
         QVERIFY(f.table()->viewport()->rect().contains(cell));
@@ -229,9 +225,7 @@ private slots:
         f.view.setCurrentRecord(3);
         QSignalSpy keys(&f.view, &UCKvDataView::KeyPress);
         QTest::keyClick(f.table(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
-        QCOMPARE(keys.count(), keyAscii < 0 ? 0 : 1);
-        if (keyAscii >= 0)
-            QCOMPARE(keys.at(0).at(0).toInt(), keyAscii);
+        QCOMPARE(keys.count() == 1 ? keys.at(0).at(0).toInt() : keys.count() - 1, keyAscii);   // none: -1
         QCOMPARE(f.view.CurrentRecord(), currentAfter);
     }
 
@@ -240,14 +234,13 @@ private slots:
         Fixture f(50);
         f.view.setCurrentRecord(30);
         f.source.count = 12;
+        const auto rowsAndCurrent = [&] { return QPoint(f.model()->rowCount(), f.view.CurrentRecord()); };
         f.view.Refresh();
-        QCOMPARE(f.model()->rowCount(), 12);
-        QCOMPARE(f.view.CurrentRecord(), 12);
+        QCOMPARE(rowsAndCurrent(), QPoint(12, 12));
         // ShowId picks up a changed count by itself.
         f.source.count = 40;
         f.view.ShowId(300);
-        QCOMPARE(f.model()->rowCount(), 40);
-        QCOMPARE(f.view.CurrentRecord(), 30);
+        QCOMPARE(rowsAndCurrent(), QPoint(40, 30));
         f.source.count = 0;
         QSignalSpy feedback(&f.view, &UCKvDataView::FeedbackChanged);
         f.view.Refresh();
@@ -266,8 +259,8 @@ private slots:
         QCOMPARE(changed.count(), 1);
         const auto topLeft = changed.at(0).at(0).value<QModelIndex>();
         const auto bottomRight = changed.at(0).at(1).value<QModelIndex>();
-        QCOMPARE(QPoint(topLeft.column(), topLeft.row()), QPoint(0, 8));
-        QCOMPARE(QPoint(bottomRight.column(), bottomRight.row()), QPoint(2, 8));
+        QCOMPARE(QRect(QPoint(topLeft.column(), topLeft.row()), QPoint(bottomRight.column(), bottomRight.row())),
+                 QRect(0, 8, 3, 1));
         QCOMPARE(reset.count(), 0);
     }
 

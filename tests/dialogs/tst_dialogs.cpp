@@ -99,6 +99,18 @@ struct ParameterCase {
     QString enabled{};   // null: not checked
 };
 
+// Insert Special on an entry of the source, tabs allowed or not, with parameters of these
+// descriptions: the rows offered (text:description:key), the one chosen with OK or not, the text after.
+struct InsertCase {
+    int source;
+    bool tabs;
+    QString parameters;
+    QStringList rows;
+    QString choice;
+    bool accept;
+    QString text;
+};
+
 // How the translate dialog opens an entry of the source with the parameters and properties
 // given; the captions of window and frame; the property labels and the properties' summary.
 struct OpenCase {
@@ -113,6 +125,7 @@ struct OpenCase {
 
 Q_DECLARE_METATYPE(ParameterCase)
 Q_DECLARE_METATYPE(OpenCase)
+Q_DECLARE_METATYPE(InsertCase)
 
 class TestDialogs : public QObject {
     Q_OBJECT
@@ -151,8 +164,6 @@ private slots:
     // Nothing to work on: no dialog opens and the caller gets its "nothing" answer.
     void noEntryNoDialog()
     {
-        tables->Put(8, ssEnglishDefault, {.text = "x"});
-        tables->Put(8, ssLocalEdited, {.text = "y"});
         QVERIFY(!frmParameters().Edit(nullptr, nullptr));
         QVERIFY(!frmInsert().SelectSpecial(nullptr));
         QVERIFY(!frmTranslate().Edit(nullptr, nullptr));
@@ -205,39 +216,25 @@ private slots:
 
     // --- Insert special ---------------------------------------------------------------------
 
-    // Insert Special from the translate dialog: the rows offered, one chosen with OK or Cancel, and
-    // what takes the place of the selected text.
     void insertSpecial_data()
     {
-        QTest::addColumn<int>("source");
-        QTest::addColumn<bool>("tabs");
-        QTest::addColumn<QString>("parameters");
-        QTest::addColumn<QStringList>("rows");   // text:description:key
-        QTest::addColumn<QString>("choice");
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<QString>("text");
+        QTest::addColumn<InsertCase>("c");
+        using I = InsertCase;
         const QString sign = kCopyright + ":Copyright Sign:", tab = "<TAB>:Horizontal Tab:";
-        QTest::newRow("the copyright sign alone") << 3 << false << "" << QStringList{sign} << kCopyright << true
-                                                  << "Hello " + kCopyright + "!";
+        QTest::newRow("the copyright sign alone") << I{3, false, "", {sign}, kCopyright, true, "Hello " + kCopyright + "!"};
         // The tab row gives the character, not its display text.
-        QTest::newRow("tabs allowed") << 3 << true << "" << QStringList{tab, sign} << "<TAB>" << true << "Hello \t!";
-        QTest::newRow("parameters, tab, sign") << 3 << true << "file size" << QStringList{"%1:file:p1", "%2:size:p2", tab, sign}
-                                               << "%2" << true << "Hello %2!";
+        QTest::newRow("tabs allowed") << I{3, true, "", {tab, sign}, "<TAB>", true, "Hello \t!"};
+        QTest::newRow("parameters, tab, sign")
+            << I{3, true, "file size", {"%1:file:p1", "%2:size:p2", tab, sign}, "%2", true, "Hello %2!"};
         // Cancel deletes the selected text; the selection stays readable, but the caller does not read it.
-        QTest::newRow("parameters, no tab, cancelled")
-            << 3 << false << "count" << QStringList{"%1:count:p1", sign} << "%1" << false << "Hello !";
+        QTest::newRow("parameters, no tab, cancelled") << I{3, false, "count", {"%1:count:p1", sign}, "%1", false, "Hello !"};
         QTest::newRow("a translation of a string without parameters")
-            << 0 << false << "" << QStringList{sign} << kCopyright << true << "Hello " + kCopyright + "!";
+            << I{0, false, "", {sign}, kCopyright, true, "Hello " + kCopyright + "!"};
     }
     void insertSpecial()
     {
-        QFETCH(int, source);
-        QFETCH(bool, tabs);
-        QFETCH(QString, parameters);
-        QFETCH(QStringList, rows);
-        QFETCH(QString, choice);
-        QFETCH(bool, accept);
-        QFETCH(QString, text);
+        QFETCH(InsertCase, c);
+        const auto &[source, tabs, parameters, rows, choice, accept, text] = c;
         WithParameters(tabs, parameters);
         if (source != ssEnglishDefault)
             tables->Put(kId, StringSource(source), {.text = "Hello World!"});
@@ -401,9 +398,8 @@ private slots:
             QCOMPARE(dialog->windowTitle() + '|' + Find<QGroupBox>(dialog, "fraTranslate")->title(), c.captions);
             auto *id = Find<QLineEdit>(dialog, "txtId");
             QCOMPARE(id->text() + '|' + Find<QLineEdit>(dialog, "txtDescription")->text(), "42|File menu");
-            QCOMPARE(id->isReadOnly(), !editMode);
-            QCOMPARE(Find<QLineEdit>(dialog, "txtDescription")->isReadOnly(), !editMode);
-            QCOMPARE(Find(dialog, "cmdEditParameterDefs")->isHidden(), !editMode);
+            QCOMPARE((QList<bool>{id->isReadOnly(), Find<QLineEdit>(dialog, "txtDescription")->isReadOnly(),
+                                  Find(dialog, "cmdEditParameterDefs")->isHidden()}), QList<bool>(3, !editMode));
             QStringList shown;
             for (const QByteArray index : {"0", "1", "2"}) {
                 QCOMPARE(Find(dialog, "chkProperties_" + index)->isHidden(), !editMode);
@@ -412,9 +408,9 @@ private slots:
             }
             shown << BoxText(dialog, "txtProperties").split(QStringLiteral("\r\n"));
             QCOMPARE(shown.join(u'|'), c.shown);
-            const QString shortcut = c.properties & tpAllowShortcut ? "O" : "(none)";
-            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText(), shortcut);
-            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutMode")->currentIndex(), 2);
+            QCOMPARE(Find<QComboBox>(dialog, "cboShortcutCharacter")->currentText() + ' '
+                         + QString::number(Find<QComboBox>(dialog, "cboShortcutMode")->currentIndex()),
+                     (c.properties & tpAllowShortcut ? "O" : "(none)") + QStringLiteral(" 2"));
             const QStringList numbered = Numbered(c.parameters);
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);

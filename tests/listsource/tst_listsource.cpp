@@ -214,38 +214,28 @@ private slots:
     void updateBufferPlacesTheFoundRow_data()
     {
         QTest::addColumn<bool>("search");
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<int>("id");
-        QTest::addColumn<int>("found");
-        QTest::addColumn<int>("expectedFirst");
+        QTest::addColumn<QList<int>>("c");   // first row, rows shown, id sought; row found, first row after
         // Rows hold the ids 2, 4, 6, ...: row n is id 2n.
-        QTest::newRow("below, even window") << true << 1 << 10 << 200 << 100 << 96;
-        QTest::newRow("below, odd window, 95.5 gives 96") << true << 1 << 11 << 200 << 100 << 96;
-        QTest::newRow("below, odd window, 96.5 gives 96") << true << 1 << 11 << 202 << 101 << 96;
-        QTest::newRow("below, odd window, 97.5 gives 98") << true << 1 << 11 << 204 << 102 << 98;
-        QTest::newRow("above becomes the top row") << true << 50 << 10 << 40 << 20 << 20;
-        QTest::newRow("just past the window stays") << true << 50 << 10 << 120 << 60 << 50;
-        QTest::newRow("one further moves") << true << 50 << 10 << 122 << 61 << 57;
-        QTest::newRow("absent id, a neighbour") << true << 1 << 10 << 201 << 100 << 96;
-        QTest::newRow("no search changes nothing") << false << 50 << 10 << 800 << -7 << 50;
+        QTest::newRow("below, even window") << true << QList<int>{1, 10, 200, 100, 96};
+        QTest::newRow("below, odd window, 95.5 gives 96") << true << QList<int>{1, 11, 200, 100, 96};
+        QTest::newRow("below, odd window, 96.5 gives 96") << true << QList<int>{1, 11, 202, 101, 96};
+        QTest::newRow("below, odd window, 97.5 gives 98") << true << QList<int>{1, 11, 204, 102, 98};
+        QTest::newRow("above becomes the top row") << true << QList<int>{50, 10, 40, 20, 20};
+        QTest::newRow("just past the window stays") << true << QList<int>{50, 10, 120, 60, 50};
+        QTest::newRow("one further moves") << true << QList<int>{50, 10, 122, 61, 57};
+        QTest::newRow("absent id, a neighbour") << true << QList<int>{1, 10, 201, 100, 96};
+        QTest::newRow("no search changes nothing") << false << QList<int>{50, 10, 800, -7, 50};
     }
     void updateBufferPlacesTheFoundRow()
     {
         QFETCH(bool, search);
-        QFETCH(int, first);
-        QFETCH(int, rows);
-        QFETCH(int, id);
-        QFETCH(int, found);
-        QFETCH(int, expectedFirst);
+        QFETCH(QList<int>, c);
         CDVDataSource source;
         for (int n = 1; n <= 500; ++n)
             source.StringList().Add(2 * n);
-        qint32 top = first, searched = id, foundRow = -7;
-        source.UpdateBuffer(false, top, rows, 0, search, searched, foundRow);
-        QCOMPARE(top, expectedFirst);
-        QCOMPARE(foundRow, found);
-        QCOMPARE(searched, id);
+        qint32 top = c[0], searched = c[2], foundRow = -7;
+        source.UpdateBuffer(false, top, c[1], 0, search, searched, foundRow);
+        QCOMPARE((QList<int>{searched, foundRow, top}), c.mid(2));
     }
 
     void cellsAndFeedback()
@@ -264,10 +254,8 @@ private slots:
         // Ids outside the string range are reported and show an empty cell.
         QCOMPARE(source->EvaluateColumn(70000, 2), QString());
         QCOMPARE(source->EvaluateColumn(0, 2), QString());
-        QCOMPARE(services->reporter->errors.size(), 2);
-        QCOMPARE(services->reporter->errors[0].number, int(errOverflow));
-        QCOMPARE(services->reporter->errors[1].number, int(errSubscriptOutOfRange));
-
+        QCOMPARE((QList<int>{services->reporter->errors[0].number, services->reporter->errors[1].number}),
+                 (QList<int>{errOverflow, errSubscriptOutOfRange}));
         QCOMPARE(source->ReportRecordCount(3, 3), QStringLiteral("Id: 5 (Position 3 of 3)"));
         QCOMPARE(source->ReportRecordCount(4, 3), QStringLiteral("Id: 0 (Position 4 of 3)"));
         // The feedback object is not owned: one that goes away is forgotten.
@@ -284,10 +272,7 @@ private slots:
         source.setTableVersion(ssLocalEdited);
         QCOMPARE(source.GetRecordCount(), 0);
         QCOMPARE(source.NoDataMessage(), QStringLiteral("No defined string resources"));
-        QCOMPARE(source.ColumnHeading(2), QString());
-        QCOMPARE(source.ColumnHeading(1), QStringLiteral("Id"));
-        QCOMPARE(source.EvaluateColumn(4, 3), QString());
-        QCOMPARE(source.Title(), QString());
+        QCOMPARE(source.ColumnHeading(1) + '|' + source.ColumnHeading(2) + '|' + source.EvaluateColumn(4, 3) + source.Title(), "Id||");
         QCOMPARE(source.MessageTestTimeout(), 5000);   // nobody answers a box offscreen
         QVERIFY(services->reporter->errors.isEmpty());
     }
@@ -310,14 +295,9 @@ private slots:
         QCOMPARE(countsAtSignal, (QList<int>{0, 3}));
         QCOMPARE(source.GetRecordCount(), 3);
         // A new workspace empties the list until the version is set again.
-        source.setWorkspace(SampleWorkspace());
-        QCOMPARE(source.GetRecordCount(), 0);
-    }
-
-    void limitIsClamped()
-    {
-        CDVDataSource source;
         source.setWorkspace(SampleWorkspace(500));
+        QCOMPARE(source.GetRecordCount(), 0);
+        // A negative limit is ignored, one above the workspace's size cut to it.
         source.setLimit(120);
         source.setLimit(-5);
         QCOMPARE(source.Limit(), 120);

@@ -4,28 +4,20 @@
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
-#include "services/ErrorContext.h"
+#include "RecordTestSupport.h"
 
 #include <QtTest>
 
 using namespace kvedit;
 using namespace kvedit::server;
+using kvedit::test::ErrorOf;
+using kvedit::test::Full;
 
 Q_DECLARE_METATYPE(std::optional<kvedit::server::Record>)
 
 namespace {
 
 constexpr int kMax = 100;
-
-Record MakeRecord(const QString &text, qint16 revision = 1, int status = sfApproved)
-{
-    Record r;
-    r.text = text;
-    r.hasText = true;
-    r.revision = revision;
-    r.status = status;
-    return r;
-}
 
 Record NoText(qint16 revision = 0, int status = 0)
 {
@@ -61,17 +53,6 @@ struct Fixture {
 // Everything an entry carries besides its id, source and parameters.
 const Record &Stored(const StringEntryPtr &e) { return static_cast<const Entry &>(*e).StoredRecord(); }
 
-template <typename F>
-int ErrorNumberOf(F &&f)
-{
-    try {
-        f();
-    } catch (const KvError &e) {
-        return e.Number();
-    }
-    return 0;
-}
-
 } // namespace
 
 class TestTableSet : public QObject {
@@ -83,29 +64,24 @@ private slots:
         QTest::addColumn<int>("edited");
         QTest::addColumn<std::optional<Record>>("own");
         QTest::addColumn<std::optional<Record>>("fallback");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("revision");
-        QTest::addColumn<bool>("approved");
-        QTest::addColumn<int>("nameFrom");   // source named by SourceName, -1 for none
+        QTest::addColumn<QString>("read");   // text|revision|approved|source named by SourceName (-1: none)
         for (const int edited : {int(ssLocalEdited), int(ssEnglishEdited)}) {
             const QByteArray s = QByteArray::number(edited);
+            const QString own = QStringLiteral("own|5|%1|") + QString::number(edited);
+            const QString fallback = QStringLiteral("default|7|1|%1").arg(edited + 1);
             QTest::newRow("own text wins, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, sfApproved))
-                << std::optional(MakeRecord("default", 7, 0)) << "own" << 5 << true << edited;
+                << edited << std::optional(Full("own", 5, sfApproved)) << std::optional(Full("default", 7, 0))
+                << own.arg(1);
             QTest::newRow("falls back to default, source " + s)
-                << edited << std::optional<Record>() << std::optional(MakeRecord("default", 7, sfApproved))
-                << "default" << 7 << true << edited + 1;
+                << edited << std::optional<Record>() << std::optional(Full("default", 7, sfApproved)) << fallback;
             QTest::newRow("own record without text, source " + s)
-                << edited << std::optional(NoText(3, 0)) << std::optional(MakeRecord("default", 7, sfApproved))
-                << "" << 3 << false << -1;
+                << edited << std::optional(NoText(3, 0)) << std::optional(Full("default", 7, sfApproved)) << "|3|0|-1";
             QTest::newRow("default without text, source " + s)
-                << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "" << 2 << true << -1;
-            QTest::newRow("nothing, source " + s)
-                << edited << std::optional<Record>() << std::optional<Record>() << "" << 0 << false << -1;
+                << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "|2|1|-1";
+            QTest::newRow("nothing, source " + s) << edited << std::optional<Record>() << std::optional<Record>() << "|0|0|-1";
             // A default source never falls back to its edited source.
             QTest::newRow("own text, no default, source " + s)
-                << edited << std::optional(MakeRecord("own", 5, 0)) << std::optional<Record>() << "own" << 5 << false
-                << edited;
+                << edited << std::optional(Full("own", 5, 0)) << std::optional<Record>() << own.arg(0);
         }
     }
     void fallback()
@@ -113,26 +89,24 @@ private slots:
         QFETCH(int, edited);
         QFETCH(std::optional<Record>, own);
         QFETCH(std::optional<Record>, fallback);
-        QFETCH(QString, text);
-        QFETCH(int, revision);
-        QFETCH(bool, approved);
-        QFETCH(int, nameFrom);
+        QFETCH(QString, read);
         Fixture f;
         const auto source = StringSource(edited);
         f.set->PutRecord(7, source, own);
         f.set->PutRecord(7, StringSource(edited + 1), fallback);
         // Local Edited falls back to Local Default only, never to the English sources.
         if (source == ssLocalEdited)
-            f.set->PutRecord(7, ssEnglishDefault, MakeRecord("english", 9));
+            f.set->PutRecord(7, ssEnglishDefault, Full("english", 9));
 
-        QCOMPARE(f.set->Text(7, source), text);
-        QCOMPARE(f.set->HasText(7, source), !text.isEmpty());
-        QCOMPARE(f.set->Revision(7, source), revision);
-        QCOMPARE(f.set->HasStatus(7, source, sfApproved), approved);
-        QCOMPARE(f.set->SourceName(7, source), TableSet::FixedSourceName(nameFrom));
+        QStringList expected = read.split(u'|');
+        expected.last() = TableSet::FixedSourceName(expected.last().toInt());
         const StringEntryPtr entry = f.set->Entry(7, source);
-        QCOMPARE(entry->Text(), text);
-        QCOMPARE(entry->Status(sfApproved), approved);
+        for (const QString &text : {f.set->Text(7, source), entry->Text()})
+            QCOMPARE(QStringList({text, QString::number(f.set->Revision(7, source)),
+                                  QString::number(int(f.set->HasStatus(7, source, sfApproved))), f.set->SourceName(7, source)}),
+                     expected);
+        QCOMPARE(f.set->HasText(7, source), !expected.first().isEmpty());
+        QCOMPARE(entry->Status(sfApproved), expected.at(2) == u'1');
         QCOMPARE(entry->StringSource(), source);
         QCOMPARE(f.set->Text(7, StringSource(edited + 1)), fallback ? fallback->text : QString());
     }
@@ -152,13 +126,12 @@ private slots:
             // An unused id, next to a used one, gets a blank entry, from the set and from the server.
             for (const StringEntryPtr &entry : {f.set->Entry(10, StringSource(source)),
                                                 f.server->CreateEntry(f.set, 10, StringSource(source))}) {
-                QCOMPARE(entry->Id(), StringId(10));
-                QCOMPARE(int(entry->StringSource()), source);
-                QCOMPARE(Stored(entry), Record());
-                QCOMPARE(entry->TargetName(), targetNames.at(source));
-                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
                 // Every entry has a collection, empty when the string has no definitions.
-                QCOMPARE(entry->ParameterDefinitions()->Count(), 0);
+                QCOMPARE(QStringLiteral("%1 %2 %3 ").arg(entry->Id()).arg(int(entry->StringSource()))
+                             .arg(entry->ParameterDefinitions()->Count()) + entry->TargetName(),
+                         QStringLiteral("10 %1 0 ").arg(source) + targetNames.at(source));
+                QCOMPARE(Stored(entry), Record());
+                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
             }
             QVERIFY(!f.set->IdInUse(10, StringSource(source)));
             QVERIFY(!f.set->Modified());
@@ -171,7 +144,7 @@ private slots:
     void missingTranslationIsWrittenLikeTheEnglish()
     {
         Fixture f;
-        Record english = MakeRecord("&First line\nSecond\tline", 3);
+        Record english = Full("&First line\nSecond\tline", 3);
         english.description = "Welcome text";
         english.properties = tpAllowShortcut | tpMultipleLines | tpAllowTab;
         english.shortcutCharacter = "F";
@@ -196,7 +169,7 @@ private slots:
     void revisions()
     {
         Fixture f;
-        f.Saved(12, ssEnglishDefault, MakeRecord("Print", 6));
+        f.Saved(12, ssEnglishDefault, Full("Print", 6));
         f.Store(12, ssLocalDefault, "Drucken");
         f.Store(12, ssEnglishEdited, "Print out");
         f.set->Save(ssLocalDefault, false);
@@ -215,7 +188,7 @@ private slots:
         f.set->StoreEntry(e->CreateEdited(12, "Print", "Prints the page", false, false, false, "", 0, e->ParameterDefinitions(), true));
         QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(6));
         QVERIFY(f.set->Modified());
-        f.Saved(21, ssEnglishDefault, MakeRecord("Old", 32767));
+        f.Saved(21, ssEnglishDefault, Full("Old", 32767));
         f.Store(21, ssEnglishDefault, "New");
         QCOMPARE(f.set->Revision(21, ssEnglishDefault), qint16(1));
     }
@@ -226,8 +199,8 @@ private slots:
     void storing()
     {
         Fixture f;
-        f.Saved(30, ssEnglishDefault, MakeRecord("Cut\tCtrl+X", 2));
-        f.Saved(30, ssLocalDefault, MakeRecord("Ausschneiden\tStrg+X", 2));
+        f.Saved(30, ssEnglishDefault, Full("Cut\tCtrl+X", 2));
+        f.Saved(30, ssLocalDefault, Full("Ausschneiden\tStrg+X", 2));
         for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
             const StringEntryPtr e = f.set->Entry(30, s);
             f.set->StoreEntry(e);
@@ -240,8 +213,8 @@ private slots:
         QCOMPARE(f.set->Text(30, ssLocalDefault), QString("Ausschneiden\tStrg+X"));
         QVERIFY(!f.set->Modified());
 
-        f.Saved(32, ssEnglishDefault, MakeRecord("Paste", 3));
-        f.Saved(32, ssLocalDefault, MakeRecord("Einfügen", 2));
+        f.Saved(32, ssEnglishDefault, Full("Paste", 3));
+        f.Saved(32, ssLocalDefault, Full("Einfügen", 2));
         f.Store(32, ssLocalEdited, "Einfügen");
         QCOMPARE(f.set->Revision(32, ssLocalEdited) * 10 + f.set->Revision(32, ssLocalDefault), 32);
         QCOMPARE(f.set->SourceName(32, ssLocalEdited), QString("Local Edited"));
@@ -253,8 +226,8 @@ private slots:
     void discardEditsRestoresEverything()
     {
         Fixture f;
-        f.set->PutRecord(40, ssEnglishDefault, MakeRecord("Find", 1));
-        f.set->PutRecord(40, ssLocalDefault, MakeRecord("Suchen", 1));
+        f.set->PutRecord(40, ssEnglishDefault, Full("Find", 1));
+        f.set->PutRecord(40, ssLocalDefault, Full("Suchen", 1));
         f.set->setParameters(40, {ParameterDefinition(1, "text", "%1")});
         f.set->setSymbol(40, "IDS_FIND");
         f.set->Save(ssEnglishDefault, false);
@@ -269,22 +242,19 @@ private slots:
         f.set->setSymbol(41, "IDS_REPLACE");
 
         f.set->DiscardEdits();
-        QVERIFY(!f.set->Modified());
-        QCOMPARE(f.set->Text(40, ssEnglishDefault), QString("Find"));
-        QCOMPARE(f.set->Revision(40, ssEnglishDefault), qint16(1));
-        QVERIFY(!f.set->RecordOf(40, ssLocalEdited).has_value());
-        QCOMPARE(f.set->Text(40, ssLocalDefault), QString("Suchen"));
-        QVERIFY(!f.set->IdInUse(41, ssEnglishDefault));
+        QVERIFY(!f.set->Modified() && !f.set->RecordOf(40, ssLocalEdited).has_value() && !f.set->IdInUse(41, ssEnglishDefault));
+        QCOMPARE(QStringList({f.set->Text(40, ssEnglishDefault), QString::number(f.set->Revision(40, ssEnglishDefault)),
+                              f.set->Text(40, ssLocalDefault), f.set->Symbol(40), f.set->Symbol(41)}),
+                 QStringList({"Find", "1", "Suchen", "IDS_FIND", ""}));
         QCOMPARE(f.set->Parameters(40), ParameterList({ParameterDefinition(1, "text", "%1")}));
-        QCOMPARE(f.set->Symbol(40), QString("IDS_FIND"));
-        QVERIFY(f.set->Parameters(41).isEmpty() && f.set->Symbol(41).isEmpty());
+        QVERIFY(f.set->Parameters(41).isEmpty());
     }
 
     // A new entry from an old one: the old unchanged, other status bits kept, the collection copied.
     void createEditedLeavesOriginalUnchanged()
     {
         Fixture f;
-        Record r = MakeRecord("Save &As...", 5, sfApproved | 4);
+        Record r = Full("Save &As...", 5, sfApproved | 4);
         r.properties = tpAllowShortcut;
         f.Saved(50, ssLocalDefault, r);
         const StringEntryPtr original = f.set->Entry(50, ssLocalDefault);
@@ -292,7 +262,7 @@ private slots:
         given->Add(1, "file name");
         const StringEntryPtr edited = original->CreateEdited(51, "neu", "other", true, true, false, "", 3, given, false);
         QCOMPARE(Stored(original), r);
-        Record expected = MakeRecord("neu", 5, 4);
+        Record expected = Full("neu", 5, 4);
         expected.description = "other";
         expected.properties = tpMultipleLines | tpAllowTab;
         expected.shortcutMode = 3;
@@ -305,13 +275,13 @@ private slots:
     void parameterDefinitions()
     {
         Fixture f;
-        f.Saved(60, ssEnglishDefault, MakeRecord("Copy %1 to %2"));
+        f.Saved(60, ssEnglishDefault, Full("Copy %1 to %2"));
         const StringEntryPtr entry = f.set->Entry(60, ssEnglishDefault);
         const ParameterDefinitionsPtr p = entry->ParameterDefinitions();
         QCOMPARE(entry->ParameterDefinitions(), p);   // one working copy per entry
         QCOMPARE(p->Add(1, "source file"), ParameterDefinition(1, "source file", "%1"));
         p->Add(2, "target folder");
-        QCOMPARE(ErrorNumberOf([&] { p->Item(2); }), int(errSubscriptOutOfRange));
+        QCOMPARE(ErrorOf([&] { p->Item(2); }).Number(), int(errSubscriptOutOfRange));
 
         // The working copy reaches the set only when the entry is stored.
         QVERIFY(f.set->Parameters(60).isEmpty());
@@ -329,17 +299,12 @@ private slots:
         f.set->StoreEntry(f.Edited(again, again->Text()));
         QVERIFY(f.set->Parameters(60).isEmpty());
         QVERIFY(!f.set->Modified());
-    }
 
-    void translationEntriesShowButDoNotChangeParameters()
-    {
-        Fixture f;
-        f.set->PutRecord(61, ssEnglishDefault, MakeRecord("%1 of %2"));
-        f.set->PutRecord(62, ssEnglishDefault, MakeRecord("Ready"));
+        // A translation's entry shows the English string's definitions but does not change them.
+        f.set->PutRecord(61, ssEnglishDefault, Full("%1 of %2"));
         f.set->setParameters(61, {ParameterDefinition(1, "page", "%1"), ParameterDefinition(2, "count", "%2")});
         f.set->Save(ssEnglishDefault, false);
-
-        QCOMPARE(f.set->Entry(62, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
+        QCOMPARE(f.set->Entry(60, ssLocalDefault)->ParameterDefinitions()->Count(), 0);
         const StringEntryPtr translation = f.set->Entry(61, ssLocalEdited);
         QCOMPARE(translation->ParameterDefinitions()->Count(), 2);
         translation->ParameterDefinitions()->Clear();
@@ -351,7 +316,7 @@ private slots:
     void removeAndAddInPlace()
     {
         Fixture f;
-        f.set->PutRecord(80, ssEnglishDefault, MakeRecord("Open %1", 4));
+        f.set->PutRecord(80, ssEnglishDefault, Full("Open %1", 4));
         f.set->setSymbol(80, "IDS_OPEN_FILE");
         f.set->Save(ssEnglishDefault, false);
         const StringEntryPtr same = f.set->Entry(80, ssEnglishDefault);
@@ -364,30 +329,29 @@ private slots:
     void symbols()
     {
         Fixture f;
+        // The ids of IDS_FILE_OPEN and IDS_FILE_CLOSE, 0 for none.
+        const auto ids = [&] { return QPoint(f.set->IdOfSymbol("IDS_FILE_OPEN"), f.set->IdOfSymbol("IDS_FILE_CLOSE")); };
         f.ws->setSymbol(5, "IDS_FILE_OPEN");
         QVERIFY(f.set->Modified());
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
-        QCOMPARE(f.set->IdOfSymbol("IDS_NONE"), StringId(0));
-        QCOMPARE(f.set->IdOfSymbol(""), StringId(0));
+        QCOMPARE(ids(), QPoint(5, 0));
+        QCOMPARE(f.set->IdOfSymbol("") + f.set->IdOfSymbol("IDS_NONE"), 0);
         f.ws->setSymbol(5, "");
         QVERIFY(!f.set->Modified());
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
+        QCOMPARE(ids(), QPoint(0, 0));
 
         // Once looked up, a symbol follows every change: a rename, a discard, an id sharing it.
         f.ws->setSymbol(5, "IDS_FILE_OPEN");
         f.set->Save(ssEnglishDefault, false);
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+        QCOMPARE(ids(), QPoint(5, 0));
         f.ws->setSymbol(5, "IDS_FILE_CLOSE");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(0));
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(5));
+        QCOMPARE(ids(), QPoint(0, 5));
         f.set->DiscardEdits();
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_CLOSE"), StringId(0));
+        QCOMPARE(ids(), QPoint(5, 0));
         f.ws->setSymbol(9, "IDS_FILE_OPEN");
         f.ws->setSymbol(3, "IDS_FILE_OPEN");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(3));
+        QCOMPARE(ids(), QPoint(3, 0));
         f.ws->setSymbol(3, "");
-        QCOMPARE(f.set->IdOfSymbol("IDS_FILE_OPEN"), StringId(5));
+        QCOMPARE(ids(), QPoint(5, 0));
     }
 
     void outOfRange_data()
@@ -417,16 +381,17 @@ private slots:
             [&] { f.server->CreateEntry(f.set, i, s); }, [&] { f.set->StoreEntry(bad); },
             [&] { f.set->AddEntry(bad); }};
         for (int n = 0; n < calls.size() - (validSource ? 0 : 2); ++n)
-            QVERIFY2(ErrorNumberOf(calls[n]) == errSubscriptOutOfRange, qPrintable(QString::number(n)));
+            QVERIFY2(ErrorOf(calls[n]).Number() == errSubscriptOutOfRange, qPrintable(QString::number(n)));
         QVERIFY(!f.set->Modified());
     }
 
     void nullEntriesAreReported()
     {
         Fixture f;
-        QCOMPARE(ErrorNumberOf([&] { f.set->StoreEntry(nullptr); }), int(errObjectNotSet));
-        QCOMPARE(ErrorNumberOf([&] { f.set->AddEntry(nullptr); }), int(errObjectNotSet));
-        QCOMPARE(ErrorNumberOf([&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }), int(errObjectNotSet));
+        for (const std::function<void()> &call : QList<std::function<void()>>{[&] { f.set->StoreEntry(nullptr); },
+                                                                              [&] { f.set->AddEntry(nullptr); },
+                                                                              [&] { f.server->CreateEntry(nullptr, 1, ssLocalDefault); }})
+            QCOMPARE(ErrorOf(call).Number(), int(errObjectNotSet));
     }
 };
 
