@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QFile>
 #include <QFileInfo>
 #include <QAbstractTableModel>
@@ -421,6 +422,13 @@ void MeasureSize(const Options &options, int strings, Results &results)
     const int heavy = options.heavyRepeats;
     const QString path = QDir(options.workDir).filePath(QStringLiteral("synthetic-%1.kvw").arg(strings));
     const QString finishedPath = QDir(options.workDir).filePath(QStringLiteral("finished-%1.kvw").arg(strings));
+    // Declared before the workspaces below, so it runs after they are closed: SQLite's -wal and
+    // -shm files go with each file (removed while open, they stayed behind).
+    const auto removeFiles = qScopeGuard([&] {
+        for (const QString &file : {path, finishedPath})
+            for (const char *suffix : {"", "-wal", "-shm"})
+                QFile::remove(file + QLatin1String(suffix));
+    });
 
     QElapsedTimer made;
     made.start();
@@ -958,8 +966,6 @@ void MeasureSize(const Options &options, int strings, Results &results)
 
     form.reset();
     ResetServices();
-    QFile::remove(path);
-    QFile::remove(finishedPath);
 }
 
 int RunTransferProbe(const QString &direction, const QString &workspacePath, const QString &file)

@@ -189,7 +189,9 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
 {
     using server::Record;
     strings = qBound(1, strings, kMaxStringId);
-    QFile::remove(path);
+    // A -wal left by an earlier file of that name must not be read into the new one.
+    for (const char *suffix : {"", "-wal", "-shm"})
+        QFile::remove(path + QLatin1String(suffix));
     server::WorkspaceInfo info;
     info.name = QStringLiteral("Synthetic %1").arg(strings);
     info.targetLanguage = QStringLiteral("de-DE");
