@@ -566,10 +566,9 @@ int RunPretranslate(const QStringList &arguments, QTextStream &out, QTextStream 
     const server::WorkspacePtr workspace = server::Workspace::Open(path);
     memory::TranslationMemory memory;
     memory.SetWorkspace(workspace->Tables(), QFileInfo(path).absoluteFilePath(), workspace->Info().maximumCount);
-    // A listed workspace that is gone is left out; a given one must be right.
-    for (const QString &warning : app::AddMemoryWorkspaces(memory, app::ListedMemoryWorkspaces(), true))
+    app::AddUsersMemoryWorkspaces(memory, parser.values(memoryFile), [&err](const QString &warning) {
         err << "kvedit pretranslate: " << warning << " (left out)\n";
-    app::AddMemoryWorkspaces(memory, parser.values(memoryFile), false);
+    });
     const QList<memory::Filled> filled =
         memory::Pretranslate(memory, workspace->Tables(), version, {}, min, workspace->Info().maximumCount);
     if (!filled.isEmpty())

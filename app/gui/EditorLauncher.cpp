@@ -250,21 +250,18 @@ int RunEditor(int argc, char **argv)
     memory::TranslationMemoryPtr memory;
     try {
         memory = std::make_shared<memory::TranslationMemory>();
-        for (const QString &warning : AddMemoryWorkspaces(*memory, ListedMemoryWorkspaces(), true))
-            PrintError(warning);
     } catch (const KvError &e) {
         PrintError(e.Description() + QStringLiteral(" (the editor runs without suggestions)"));
-        memory.reset();
+        if (!request.memory.isEmpty())
+            return 1;
     }
     if (memory) {
         try {
-            AddMemoryWorkspaces(*memory, request.memory, false);
+            AddUsersMemoryWorkspaces(*memory, request.memory, [](const QString &warning) { PrintError(warning); });
         } catch (const KvError &e) {
             PrintError(e.Description());
             return 1;
         }
-    } else if (!request.memory.isEmpty()) {
-        return 1;
     }
 
     if (!request.screenshot.isEmpty()) {

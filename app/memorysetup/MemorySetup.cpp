@@ -42,4 +42,12 @@ QStringList AddMemoryWorkspaces(memory::TranslationMemory &memory, const QString
     return skipped;
 }
 
+void AddUsersMemoryWorkspaces(memory::TranslationMemory &memory, const QStringList &given,
+                              const std::function<void(const QString &)> &warn)
+{
+    for (const QString &warning : AddMemoryWorkspaces(memory, ListedMemoryWorkspaces(), true))
+        warn(warning);
+    AddMemoryWorkspaces(memory, given, false);
+}
+
 } // namespace kvedit::app

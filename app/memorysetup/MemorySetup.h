@@ -8,6 +8,8 @@
 
 #include <QStringList>
 
+#include <functional>
+
 namespace kvedit::app {
 
 // The user's settings file.
@@ -18,5 +20,10 @@ QStringList ListedMemoryWorkspaces();
 // Adds every workspace of paths to memory. A file that is missing or is no workspace throws a
 // KvError naming it; with skipBroken it is left out and its message returned instead.
 QStringList AddMemoryWorkspaces(memory::TranslationMemory &memory, const QStringList &paths, bool skipBroken);
+
+// The workspaces listed in the settings (one that is gone or wrong left out, its message handed
+// to warn) and then the given ones (a wrong one throws), as the editor and pretranslate take them.
+void AddUsersMemoryWorkspaces(memory::TranslationMemory &memory, const QStringList &given,
+                              const std::function<void(const QString &)> &warn);
 
 } // namespace kvedit::app

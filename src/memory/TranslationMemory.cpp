@@ -1,6 +1,7 @@
 #include "memory/TranslationMemory.h"
 
 #include "services/ErrorContext.h"
+#include "services/Services.h"
 #include "states/StringStates.h"
 #include "textdiff/TextDiff.h"
 
@@ -58,24 +59,6 @@ int MarkerPosition(const QString &text)
     return -1;
 }
 
-// The text as read: markers dropped, "&&" as one ampersand.
-QString WithoutMarkers(const QString &text)
-{
-    QString out;
-    out.reserve(text.size());
-    for (int i = 0; i < text.size(); ++i) {
-        if (text.at(i) == u'&') {
-            if (i + 1 < text.size() && text.at(i + 1) == u'&') {
-                out += u'&';
-                ++i;
-            }
-            continue;
-        }
-        out += text.at(i);
-    }
-    return out;
-}
-
 bool IsPlaceholderAt(const QString &text, int i)
 {
     return text.at(i) == u'%' && i + 1 < text.size() && text.at(i + 1) >= u'1' && text.at(i + 1) <= u'9';
@@ -85,7 +68,7 @@ bool IsPlaceholderAt(const QString &text, int i)
 // left out.
 QString Loose(const QString &text)
 {
-    const QString plain = WithoutMarkers(text).toCaseFolded();
+    const QString plain = CleanAccessMarkers(text).toCaseFolded();
     QString out;
     out.reserve(plain.size());
     bool blank = false;
@@ -169,7 +152,7 @@ int ExactTier(const QString &current, const QString &match)
     const QString foldedMatch = match.toCaseFolded();
     if (foldedCurrent == foldedMatch)
         return kExactButCase;
-    if (WithoutMarkers(foldedCurrent) == WithoutMarkers(foldedMatch))
+    if (CleanAccessMarkers(foldedCurrent) == CleanAccessMarkers(foldedMatch))
         return kExactButMarker;
     return Loose(current) == Loose(match) ? kExactButPunctuation : 0;
 }
@@ -453,7 +436,7 @@ struct TranslationMemory::Private {
                 stored.remove(id);
                 continue;
             }
-            const QString plain = WithoutMarkers(unit->english);
+            const QString plain = CleanAccessMarkers(unit->english);
             qint64 rowid = 0;
             if (it != stored.cend()) {
                 rowid = it->rowid;
@@ -619,7 +602,7 @@ void TranslationMemory::KeepOffered(const QString &workspacePath, const QString 
             remove.Bind(1, rowid).Run();
         }
         find.Reset();
-        const QString plain = WithoutMarkers(o.english);
+        const QString plain = CleanAccessMarkers(o.english);
         insert.Bind(1, key).Bind(2, o.id).Bind(3, o.english).Bind(4, plain).Bind(5, Loose(o.english))
             .Bind(6, o.translation).Run();
         addText.Bind(1, sqlite3_last_insert_rowid(d->db)).Bind(2, plain).Run();
@@ -687,7 +670,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         statement.Bind(index + 2, d->ownKey);
     };
 
-    const QString plainQuery = WithoutMarkers(english).toCaseFolded();
+    const QString plainQuery = CleanAccessMarkers(english).toCaseFolded();
     QList<Suggestion> found;
     QSet<QPair<qint64, int>> seen;
     auto take = [&](Private::Statement &statement, bool exact) {
@@ -703,7 +686,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
             s.percent = exact ? ExactTier(english, s.english) : 0;
             if (s.percent == 0)
                 s.percent = qMin<int>(kBestFuzzy, qRound(100 * textdiff::WordSimilarity(
-                                                                    plainQuery, WithoutMarkers(s.english).toCaseFolded())));
+                                                                    plainQuery, CleanAccessMarkers(s.english).toCaseFolded())));
             if (s.percent < minPercent)
                 continue;
             seen.insert({source, id});
@@ -728,7 +711,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         // than by the full-text rank keeps a lookup fast when common words match most rows.
         static const QRegularExpression word(QStringLiteral("[\\w']{3,}"), QRegularExpression::UseUnicodePropertiesOption);
         QStringList words;
-        for (auto it = word.globalMatch(WithoutMarkers(english)); it.hasNext();) {
+        for (auto it = word.globalMatch(CleanAccessMarkers(english)); it.hasNext();) {
             const QString w = it.next().captured().toCaseFolded();
             if (!words.contains(w))
                 words << w;
@@ -767,7 +750,7 @@ QList<Suggestion> TranslationMemory::Lookup(const QString &english, StringId exc
         }
         // Ranked as the word similarity will be, roughly: shared words against both lengths.
         const std::vector<quint16> &counts = d->WordCounts();
-        const int queryWords = static_cast<int>(WithoutMarkers(english).simplified().count(u' ')) + 1;
+        const int queryWords = static_cast<int>(CleanAccessMarkers(english).simplified().count(u' ')) + 1;
         struct Candidate {
             double estimate, weight;
             qint64 rowid;

@@ -233,6 +233,17 @@ constexpr qint64 kBaseSteps = 20'000'000;
 constexpr qint64 kStepsPerPage = 50'000;
 constexpr int kStepsPerCall = 1000;
 
+// Stored text properties as a record holds them: unknown flags and modes out of range dropped.
+quint8 PropertiesOf(int stored)
+{
+    return static_cast<quint8>(stored & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+}
+
+quint8 ShortcutModeOf(int stored)
+{
+    return static_cast<quint8>(stored >= 0 && stored <= 4 ? stored : 0);
+}
+
 } // namespace
 
 namespace {
@@ -402,10 +413,9 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
         if (r.hasText)
             r.text = records.Text(2);
         r.description = same ? records.Text(3, same->description) : records.Text(3);
-        r.properties = static_cast<quint8>(records.Int(4) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+        r.properties = PropertiesOf(records.Int(4));
         r.shortcutCharacter = same ? records.Text(5, same->shortcutCharacter) : records.Text(5);
-        const int mode = records.Int(6);
-        r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+        r.shortcutMode = ShortcutModeOf(records.Int(6));
         r.revision = static_cast<qint16>(records.Int(7));
         r.status = records.Int(8);
         contents.sources[source].put(id, std::move(r));
@@ -778,10 +788,9 @@ std::optional<Record> SqliteStore::EnglishHistory(StringId id, qint16 revision) 
         Record r;
         r.hasText = !find.IsNull(0);
         r.text = find.Text(0);
-        r.properties = static_cast<quint8>(find.Int(1) & (tpAllowShortcut | tpMultipleLines | tpAllowTab));
+        r.properties = PropertiesOf(find.Int(1));
         r.shortcutCharacter = find.Text(2);
-        const int mode = find.Int(3);
-        r.shortcutMode = static_cast<quint8>(mode >= 0 && mode <= 4 ? mode : 0);
+        r.shortcutMode = ShortcutModeOf(find.Int(3));
         r.revision = revision;
         return r;
     } catch (const SqliteFailure &f) {

@@ -270,34 +270,33 @@ StringEntryPtr TableSet::MakeEntry(StringId id, kvedit::StringSource source, con
                                                    m_data.symbols.value(id));
 }
 
+namespace {
+EntryValues ValuesOf(const Record &r)
+{
+    return {r.hasText ? r.text : QString(), r.description, r.shortcutCharacter, r.properties, r.shortcutMode};
+}
+} // namespace
+
 EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
 {
-    const Record *r = Resolve(id, source);
-    Record blank;
-    if (!r) {
-        blank = BlankRecord(id, source);
-        r = &blank;
-    }
-    return {r->hasText ? r->text : QString(), r->description, r->shortcutCharacter, r->properties, r->shortcutMode};
+    if (const Record *r = Resolve(id, source))
+        return ValuesOf(*r);
+    return ValuesOf(BlankRecord(id, source));
 }
 
 std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) const
 {
     CheckId(id);
-    const auto values = [](const Record &r) {
-        return EntryValues{r.hasText ? r.text : QString(), r.description, r.shortcutCharacter, r.properties,
-                           r.shortcutMode};
-    };
     if (const Record *now = m_data.sources[ssEnglishDefault].find(id); now && now->revision == revision)
-        return values(*now);
+        return ValuesOf(*now);
     // An unsaved edit that raised the revision replaces the saved record, which the file does not
     // keep as history until the Save.
     const auto saved = m_savedRecords.constFind(KeyOf(ssEnglishDefault, id));
     if (saved != m_savedRecords.cend() && saved->has_value() && (*saved)->revision == revision)
-        return values(**saved);
+        return ValuesOf(**saved);
     if (m_store)
         if (const std::optional<Record> kept = m_store->EnglishHistory(id, revision))
-            return values(*kept);
+            return ValuesOf(*kept);
     return std::nullopt;
 }
 
