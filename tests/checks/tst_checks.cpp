@@ -1,12 +1,15 @@
 // The quality checks: each rule on real-looking strings, including the ones that must not warn;
-// rules switched off; a whole table with its cache and shortcut groups; the switched-off rules
-// kept in the workspace file.
+// rules switched off; a whole table with its cache and shortcut groups, also when asked one
+// string at a time before the whole check; the switched-off rules kept in the workspace file.
 
 #include "checks/TableChecker.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
 #include <QtTest>
+
+#include <algorithm>
+#include <ranges>
 
 using namespace kvedit;
 using namespace kvedit::checks;
@@ -283,14 +286,13 @@ private slots:
         checker.Invalidate(14);
         QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
 
-        // A description that moves string 12 into the Edit menu's group: it now clashes there, and
-        // the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
-        set->PutRecord(12, ssEnglishDefault, Rec(QStringLiteral("Save A&ll"), QStringLiteral("Menu Edit: Save All")));
-        set->PutRecord(10, ssEnglishDefault, Rec(QStringLiteral("&New"), QStringLiteral("Menu Edit: New")));
-        set->PutRecord(11, ssEnglishDefault, Rec(QStringLiteral("Save &As..."), QStringLiteral("Menu Edit: Save As")));
-        set->PutRecord(14, ssEnglishDefault, Rec(QStringLiteral("Print Pre&view"), QStringLiteral("Menu Edit: Print Preview")));
-        for (const StringId id : {10, 11, 12, 14})
-            checker.Invalidate(id);
+        // Descriptions that move the File menu into the Edit menu's group: 12 now clashes there,
+        // and the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
+        for (const auto &r : rows | std::views::take(4)) {
+            const QString description = QString::fromLatin1(r.description).replace("File", "Edit");
+            set->PutRecord(r.id, ssEnglishDefault, Rec(QString::fromUtf8(r.english), description));
+            checker.Invalidate(r.id);
+        }
         QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 21}));
         QCOMPARE(checker.Count(), (Totals{0, 2, 2}));
 
@@ -306,6 +308,57 @@ private slots:
         QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 22}));
         checker.SetRules(RuleSet::AllBut({QStringLiteral("shortcut-clash")}));
         QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
+    }
+
+    // One string's problems asked before the whole table has been checked (the rows a list
+    // paints first) must be the ones a whole check finds, shortcut clashes with its group
+    // included, in whatever order the strings are asked for and after an edit.
+    void checkedAroundAsTheWholeCheck_data()
+    {
+        QTest::addColumn<TableVersion>("version");
+        QTest::addColumn<bool>("descending");
+        QTest::addColumn<bool>("editFirst");
+        QTest::newRow("translation, top down") << ssLocalEdited << false << false;
+        QTest::newRow("translation, bottom up") << ssLocalEdited << true << false;
+        QTest::newRow("English, top down") << ssEnglishDefault << false << false;
+        QTest::newRow("translation, after an edit") << ssLocalEdited << false << true;
+    }
+    void checkedAroundAsTheWholeCheck()
+    {
+        QFETCH(TableVersion, version);
+        QFETCH(bool, descending);
+        QFETCH(bool, editFirst);
+        // The demo workspace has clashes within menu groups and problems of every kind.
+        const server::WorkspacePtr ws = server::CreateDemoWorkspace(QString());
+        const StringTableSetPtr tables = ws->Tables();
+        const int maximum = ws->Info().maximumCount;
+        TableChecker partial(tables, version, maximum);
+        QList<StringId> ids;
+        for (int id = 1; id <= maximum; ++id)
+            if (tables->IdInUse(static_cast<StringId>(id), version))
+                ids.append(static_cast<StringId>(id));
+        QVERIFY(ids.size() > 100);
+        if (descending)
+            std::reverse(ids.begin(), ids.end());
+        if (editFirst) {
+            partial.Count(ids.at(1));
+            // A File menu item given the shortcut of its neighbour, after its group was checked.
+            const StringEntryPtr entry = tables->Entry(ids.at(2), version);
+            tables->StoreEntry(entry->CreateEdited(entry->Id(), tables->Text(ids.at(1), version), entry->EntryText(),
+                                                   false, false, true, QString(), 0, entry->ParameterDefinitions(),
+                                                   true));
+            partial.Invalidate(ids.at(2));
+        }
+        TableChecker whole(tables, version, maximum);
+        whole.Count();
+        int clashes = 0;
+        for (const StringId id : ids) {
+            const Problems problems = partial.ProblemsOf(id);
+            QCOMPARE(problems, whole.ProblemsOf(id));
+            clashes += Found(problems).contains(QLatin1String("shortcut-clash"));
+        }
+        QVERIFY(clashes > 0);
+        QCOMPARE(partial.Count(), whole.Count());
     }
 
     void disabledRulesKeptInTheWorkspaceFile()
