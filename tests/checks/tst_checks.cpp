@@ -1,10 +1,13 @@
-// The quality checks: each rule on real-looking strings, including the ones that must not warn;
-// rules switched off; a whole table with its cache and shortcut groups, also when asked one
-// string at a time before the whole check; the switched-off rules kept in the workspace file.
+// The quality checks: each rule on real-looking strings, including the ones that must not warn,
+// and the messages that name what differs; a whole table with its cache and shortcut groups,
+// also when asked one string at a time before the whole check; the switched-off rules kept in
+// the workspace file.
 
 #include "checks/TableChecker.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
+
+#include "RecordTestSupport.h"
 
 #include <QtTest>
 
@@ -19,7 +22,7 @@ namespace {
 // Values of a text. flags: empty derives the properties from the text as an importer does
 // ('&' marker: shortcut, line break: multiple lines, tab: tabs); otherwise any of S (allow
 // shortcut), M (multiple lines), T (tabs), then ":X" for the shortcut character and "/N" for
-// the shortcut mode; "-" for none of them.
+// the shortcut mode, "#N,M" for the parameter definitions; "-" for none of them.
 StringValues Values(const QString &text, const QString &flags = {})
 {
     StringValues v;
@@ -41,6 +44,10 @@ StringValues Values(const QString &text, const QString &flags = {})
     const qsizetype slash = flags.indexOf(u'/');
     if (slash >= 0)
         v.shortcutMode = flags.mid(slash + 1).toInt();
+    const qsizetype hash = flags.indexOf(u'#');
+    if (hash >= 0)
+        for (const QString &number : flags.mid(hash + 1).split(u','))
+            v.parameters << number.toInt();
     return v;
 }
 
@@ -63,13 +70,8 @@ QString Messages(const Problems &problems)
 
 server::Record Rec(const QString &text, const QString &description)
 {
-    server::Record r;
-    r.text = text;
-    r.hasText = true;
-    r.description = description;
-    r.revision = 1;
-    r.status = sfApproved;
-    if (QString(text).remove(QLatin1String("&&")).contains(u'&')) {
+    server::Record r = test::Full(text, 1, sfApproved, description);
+    if (Values(text).allowShortcut) {
         r.properties = tpAllowShortcut;
         r.shortcutMode = 1;
     }
@@ -84,10 +86,10 @@ class TestChecks : public QObject {
 private slots:
     void translation_data()
     {
-        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("english");       // "-": the second text is an English text alone
         QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("flags");   // of the translation
-        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("flags");         // of the translation
+        QTest::addColumn<QString>("expected");      // the rules found, or the whole messages
 
         // placeholders
         QTest::newRow("reordered") << "Page %1 of %2" << "Seite %2 von %1" << "" << "";
@@ -141,6 +143,20 @@ private slots:
         QTest::newRow("wide characters count twice") << "The document was saved automatically." << "文書は自動的に保存されました。"
                                                      << "" << "";
         QTest::newRow("short English has no ratio") << "in" << "Zoll" << "" << "";
+        // an English text alone
+        QTest::newRow("alone: defined and used") << "-" << "Page %1 of %2" << "#2,1" << "";
+        QTest::newRow("alone: undefined placeholder") << "-" << "Page %1 of %2" << "#1" << "parameters@11";
+        QTest::newRow("alone: definition unused") << "-" << "Page %1" << "#1,2" << "parameters";
+        QTest::newRow("alone: shortcut without the property") << "-" << "&File" << "-" << "shortcut@0";
+        QTest::newRow("alone: doubled blank") << "-" << "Save  the file" << "" << "whitespace@4";
+        QTest::newRow("alone: translation rules stay out") << "-" << "Ready." << "" << "";
+        // messages name what differs
+        QTest::newRow("message: printf kind") << "%d files" << "%s Dateien" << ""
+            << "error [formats]: the translation has %s where the English text has %d";
+        QTest::newRow("message: shortcut character") << "&Copy" << "&Kopieren" << "S:C"
+            << "error [shortcut]: '&' marks K, but the shortcut character is C";
+        QTest::newRow("message: ending") << "Save changes?" << "Änderungen speichern." << ""
+            << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
     }
 
     void translation()
@@ -149,58 +165,12 @@ private slots:
         QFETCH(QString, translation);
         QFETCH(QString, flags);
         QFETCH(QString, expected);
-        const Problems problems = Check(Values(english), Values(translation, flags));
-        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-    }
-
-    void englishAlone_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<QList<int>>("parameters");
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("defined and used") << "Page %1 of %2" << "" << QList<int>{2, 1} << "";
-        QTest::newRow("placeholder without definition") << "Page %1 of %2" << "" << QList<int>{1} << "parameters@11";
-        QTest::newRow("definition unused") << "Page %1" << "" << QList<int>{1, 2} << "parameters";
-        QTest::newRow("shortcut without the property") << "&File" << "-" << QList<int>{} << "shortcut@0";
-        QTest::newRow("doubled blank") << "Save  the file" << "" << QList<int>{} << "whitespace@4";
-        QTest::newRow("translation rules stay out") << "Ready." << "" << QList<int>{} << "";
-    }
-
-    void englishAlone()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, flags);
-        QFETCH(QList<int>, parameters);
-        QFETCH(QString, expected);
-        StringValues v = Values(text, flags);
-        v.parameters = parameters;
-        const Problems problems = CheckEnglish(v);
-        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-    }
-
-    void messagesNameWhatDiffers_data()
-    {
-        QTest::addColumn<QString>("english");
-        QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("printf kind") << "%d files" << "%s Dateien" << "" << "error [formats]: the translation has %s where the English text has %d";
-        QTest::newRow("shortcut character") << "&Copy" << "&Kopieren" << "S:C"
-                                            << "error [shortcut]: '&' marks K, but the shortcut character is C";
-        QTest::newRow("ending") << "Save changes?" << "Änderungen speichern." << ""
-                                << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
-    }
-
-    void messagesNameWhatDiffers()
-    {
-        QFETCH(QString, english);
-        QFETCH(QString, translation);
-        QFETCH(QString, flags);
-        QFETCH(QString, message);
-        QCOMPARE(Messages(Check(Values(english), Values(translation, flags))), message);
+        const StringValues checked = Values(translation, flags);
+        const Problems problems = english == u'-' ? CheckEnglish(checked) : Check(Values(english), checked);
+        if (expected.contains(QLatin1String("]: ")))
+            QCOMPARE(Messages(problems), expected);
+        else
+            QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
     }
 
     void ruleSetFromIds()
