@@ -209,85 +209,63 @@ private slots:
                                                 QStringLiteral("StringTableSet"), 42, QString());
     }
 
-    void messageBoxes_data()
+    void prompts_data()
     {
-        QTest::addColumn<bool>("confirm");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<bool>("answer");
-        QTest::newRow("Confirm, OK") << true << "ok" << true;
-        QTest::newRow("Confirm, Enter takes the default") << true << "enter" << true;
-        QTest::newRow("Confirm, Escape cancels") << true << "escape" << false;
-        QTest::newRow("Notify") << false << "enter" << false;
+        QTest::addColumn<QString>("prompt");      // Confirm, Notify or Input
+        QTest::addColumn<QString>("title");       // the title Input is given
+        QTest::addColumn<int>("key");             // the key that closes the box
+        QTest::addColumn<QStringList>("seen");    // title, text, icon, buttons (OK the default); or
+                                                  // title, prompt, default text
+        QTest::addColumn<QString>("answer");      // Confirm: 1 for OK
+        const QStringList box{ApplicationTitle(), "Discard the changes?", QString::number(QMessageBox::NoIcon)};
+        const QStringList okCancel{QString::number(QMessageBox::Ok | QMessageBox::Cancel), "1"};
+        const QStringList ok{QString::number(QMessageBox::Ok)};
+        const auto input = [](const QString &title) { return QStringList{title, "String id:", "7"}; };
+        QTest::newRow("Confirm, Enter takes OK") << "Confirm" << "" << int(Qt::Key_Return) << box + okCancel << "1";
+        QTest::newRow("Confirm, Escape cancels") << "Confirm" << "" << int(Qt::Key_Escape) << box + okCancel << "0";
+        QTest::newRow("Notify") << "Notify" << "" << int(Qt::Key_Return) << box + ok << "";
+        QTest::newRow("Input, untrimmed answer") << "Input" << "Go To" << int(Qt::Key_Return) << input("Go To") << " 12 ";
+        QTest::newRow("Input, Cancel") << "Input" << "Go To" << int(Qt::Key_Escape) << input("Go To") << "";
+        QTest::newRow("Input, default title") << "Input" << "" << int(Qt::Key_Return) << input(ApplicationTitle())
+                                              << " 12 ";
     }
-    void messageBoxes()
+    void prompts()
     {
-        QFETCH(bool, confirm);
-        QFETCH(QString, action);
-        QFETCH(bool, answer);
+        QFETCH(QString, prompt);
+        QFETCH(QString, title);
+        QFETCH(int, key);
+        QFETCH(QStringList, seen);
+        QFETCH(QString, answer);
         QWidget owner;
         owner.show();
         // Read before the box is closed, so that a failed comparison can never leave it open.
-        QStringList seen;
+        QStringList shown;
+        QPoint position;
         WhenModal([&](QWidget *modal) {
-            auto *box = qobject_cast<QMessageBox *>(modal);
-            if (box)
-                seen << box->windowTitle() << box->text() << QString::number(box->icon())
-                     << QString::number(box->standardButtons());
-            if (box && box->button(QMessageBox::Cancel))   // OK must be the default of a choice
-                seen << QString::number(box->defaultButton() == box->button(QMessageBox::Ok));
-            if (box && action == QLatin1String("ok"))
-                box->button(QMessageBox::Ok)->click();
-            else
-                QTest::keyClick(modal, action == QLatin1String("enter") ? Qt::Key_Return : Qt::Key_Escape);
+            if (auto *box = qobject_cast<QMessageBox *>(modal)) {
+                shown << box->windowTitle() << box->text() << QString::number(box->icon())
+                      << QString::number(box->standardButtons());
+                if (box->button(QMessageBox::Cancel))
+                    shown << QString::number(box->defaultButton() == box->button(QMessageBox::Ok));
+            } else if (auto *dialog = qobject_cast<QInputDialog *>(modal)) {
+                shown << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
+                position = dialog->pos();
+                dialog->setTextValue(QStringLiteral(" 12 "));
+            }
+            QTest::keyClick(modal, Qt::Key(key));
         });
         const auto prompts = MakeQtUserPrompts();
-        bool result = false;
-        if (confirm)
-            result = prompts->Confirm(&owner, QStringLiteral("Discard the changes?"));
-        else
+        QString result;
+        if (prompt == QLatin1String("Confirm"))
+            result = QString::number(prompts->Confirm(&owner, QStringLiteral("Discard the changes?")));
+        else if (prompt == QLatin1String("Notify"))
             prompts->Notify(nullptr, QStringLiteral("Discard the changes?"));
-        const int buttons = confirm ? int(QMessageBox::Ok | QMessageBox::Cancel) : int(QMessageBox::Ok);
-        QStringList expected{ApplicationTitle(), "Discard the changes?", QString::number(QMessageBox::NoIcon),
-                             QString::number(buttons)};
-        QCOMPARE(seen, confirm ? expected << "1" : expected);
+        else
+            result = prompts->Input(nullptr, QStringLiteral("String id:"), title, QStringLiteral("7"), QPoint(140, 90));
+        QCOMPARE(shown, seen);
         QCOMPARE(result, answer);
-    }
-
-    void input_data()
-    {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<QString>("expectedTitle");
-        QTest::addColumn<QString>("answer");
-        QTest::newRow("untrimmed answer") << "Go To" << true << "Go To" << " 12 ";
-        QTest::newRow("Cancel") << "Go To" << false << "Go To" << "";
-        QTest::newRow("default title") << "" << true << ApplicationTitle() << " 12 ";
-    }
-    void input()
-    {
-        QFETCH(QString, title);
-        QFETCH(bool, accept);
-        QFETCH(QString, expectedTitle);
-        QFETCH(QString, answer);
-        const QPoint position(140, 90);
-        QStringList seen;
-        QPoint seenPosition;
-        WhenModal([&](QWidget *modal) {
-            auto *dialog = qobject_cast<QInputDialog *>(modal);
-            if (!dialog) {
-                modal->close();
-                return;
-            }
-            seen << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
-            seenPosition = dialog->pos();
-            dialog->setTextValue(QStringLiteral(" 12 "));
-            accept ? dialog->accept() : dialog->reject();
-        });
-        const QString result = MakeQtUserPrompts()->Input(nullptr, QStringLiteral("String id:"), title,
-                                                           QStringLiteral("7"), position);
-        QCOMPARE(seen, (QStringList{expectedTitle, "String id:", "7"}));
-        QCOMPARE(seenPosition, position);
-        QCOMPARE(result, answer);
+        if (prompt == QLatin1String("Input"))
+            QCOMPARE(position, QPoint(140, 90));
     }
 };
 
