@@ -167,8 +167,8 @@ private slots:
     {
         // 1440 twips to the inch, rounded to the nearest pixel.
         m_services->screen->dpi = 144;
-        const QList<int> pixels{TwipsToPixelsX(1440), TwipsToPixelsY(10), TwipsToPixelsX(100), TwipsToPixelsY(5)};
-        QCOMPARE(pixels, (QList<int>{144, 1, 10, 1}));
+        const QList<int> pixels{TwipsToPixelsX(1440), TwipsToPixelsY(5), TwipsToPixelsX(100)};
+        QCOMPARE(pixels, (QList<int>{144, 1, 10}));
     }
 
     void defaultsFollowTheMachine()
@@ -218,16 +218,16 @@ private slots:
                                                   // title, prompt, default text
         QTest::addColumn<QString>("answer");      // Confirm: 1 for OK
         const QStringList box{ApplicationTitle(), "Discard the changes?", QString::number(QMessageBox::NoIcon)};
+        const int enter = Qt::Key_Return, escape = Qt::Key_Escape;
         const QStringList okCancel{QString::number(QMessageBox::Ok | QMessageBox::Cancel), "1"};
         const QStringList ok{QString::number(QMessageBox::Ok)};
         const auto input = [](const QString &title) { return QStringList{title, "String id:", "7"}; };
-        QTest::newRow("Confirm, Enter takes OK") << "Confirm" << "" << int(Qt::Key_Return) << box + okCancel << "1";
-        QTest::newRow("Confirm, Escape cancels") << "Confirm" << "" << int(Qt::Key_Escape) << box + okCancel << "0";
-        QTest::newRow("Notify") << "Notify" << "" << int(Qt::Key_Return) << box + ok << "";
-        QTest::newRow("Input, untrimmed answer") << "Input" << "Go To" << int(Qt::Key_Return) << input("Go To") << " 12 ";
-        QTest::newRow("Input, Cancel") << "Input" << "Go To" << int(Qt::Key_Escape) << input("Go To") << "";
-        QTest::newRow("Input, default title") << "Input" << "" << int(Qt::Key_Return) << input(ApplicationTitle())
-                                              << " 12 ";
+        QTest::newRow("Confirm, Enter takes OK") << "Confirm" << "" << enter << box + okCancel << "1";
+        QTest::newRow("Confirm, Escape cancels") << "Confirm" << "" << escape << box + okCancel << "0";
+        QTest::newRow("Notify") << "Notify" << "" << enter << box + ok << "";
+        QTest::newRow("Input, untrimmed answer") << "Input" << "Go To" << enter << input("Go To") << " 12 ";
+        QTest::newRow("Input, Cancel") << "Input" << "Go To" << escape << input("Go To") << "";
+        QTest::newRow("Input, default title") << "Input" << "" << enter << input(ApplicationTitle()) << " 12 ";
     }
     void prompts()
     {
@@ -261,7 +261,7 @@ private slots:
         else if (prompt == QLatin1String("Notify"))
             prompts->Notify(nullptr, QStringLiteral("Discard the changes?"));
         else
-            result = prompts->Input(nullptr, QStringLiteral("String id:"), title, QStringLiteral("7"), QPoint(140, 90));
+            result = prompts->Input(nullptr, QStringLiteral("String id:"), title, "7", {140, 90});
         QCOMPARE(shown, seen);
         QCOMPARE(result, answer);
         if (prompt == QLatin1String("Input"))
