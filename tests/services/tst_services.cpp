@@ -154,7 +154,6 @@ private slots:
         QTest::newRow("escaped next to marker") << "&&&Tools" << "&Tools";
         QTest::newRow("trailing marker") << "Close&" << "Close";
         QTest::newRow("non-Latin text") << QStringLiteral("ファイル(&F)") << QStringLiteral("ファイル(F)");
-        QTest::newRow("markers only") << "&&&" << "&";
     }
     void cleanAccessMarkers()
     {
