@@ -1,12 +1,18 @@
-// The quality checks: each rule on real-looking strings, including the ones that must not warn;
-// rules switched off; a whole table with its cache and shortcut groups; the switched-off rules
-// kept in the workspace file.
+// The quality checks: each rule on real-looking strings, including the ones that must not warn,
+// and the messages that name what differs; a whole table with its cache and shortcut groups,
+// also when asked one string at a time before the whole check; switching rules off as an edit
+// of the workspace.
 
 #include "checks/TableChecker.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include "RecordTestSupport.h"
+
 #include <QtTest>
+
+#include <algorithm>
+#include <ranges>
 
 using namespace kvedit;
 using namespace kvedit::checks;
@@ -16,7 +22,7 @@ namespace {
 // Values of a text. flags: empty derives the properties from the text as an importer does
 // ('&' marker: shortcut, line break: multiple lines, tab: tabs); otherwise any of S (allow
 // shortcut), M (multiple lines), T (tabs), then ":X" for the shortcut character and "/N" for
-// the shortcut mode; "-" for none of them.
+// the shortcut mode, "#N,M" for the parameter definitions; "-" for none of them.
 StringValues Values(const QString &text, const QString &flags = {})
 {
     StringValues v;
@@ -38,6 +44,10 @@ StringValues Values(const QString &text, const QString &flags = {})
     const qsizetype slash = flags.indexOf(u'/');
     if (slash >= 0)
         v.shortcutMode = flags.mid(slash + 1).toInt();
+    const qsizetype hash = flags.indexOf(u'#');
+    if (hash >= 0)
+        for (const QString &number : flags.mid(hash + 1).split(u','))
+            v.parameters << number.toInt();
     return v;
 }
 
@@ -60,13 +70,8 @@ QString Messages(const Problems &problems)
 
 server::Record Rec(const QString &text, const QString &description)
 {
-    server::Record r;
-    r.text = text;
-    r.hasText = true;
-    r.description = description;
-    r.revision = 1;
-    r.status = sfApproved;
-    if (QString(text).remove(QLatin1String("&&")).contains(u'&')) {
+    server::Record r = test::Full(text, 1, sfApproved, description);
+    if (Values(text).allowShortcut) {
         r.properties = tpAllowShortcut;
         r.shortcutMode = 1;
     }
@@ -81,10 +86,10 @@ class TestChecks : public QObject {
 private slots:
     void translation_data()
     {
-        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("english");       // "-": the second text is an English text alone
         QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("flags");   // of the translation
-        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("flags");         // of the translation
+        QTest::addColumn<QString>("expected");      // the rules found, or the whole messages
 
         // placeholders
         QTest::newRow("reordered") << "Page %1 of %2" << "Seite %2 von %1" << "" << "";
@@ -94,7 +99,6 @@ private slots:
         QTest::newRow("has one more") << "Open %1" << "%2 öffnen" << "" << "placeholders placeholders@0";
         QTest::newRow("empty translation is missing, not wrong") << "Page %1 of %2" << "" << "" << "";
         // formats
-        QTest::newRow("printf same order") << "Copied %d files to %s." << "%d Dateien nach %s kopiert." << "" << "";
         QTest::newRow("printf swapped") << "Copied %d files to %s." << "%s: %d Dateien kopiert." << "" << "formats@0 formats@4";
         QTest::newRow("wide string") << "%ls not found." << "%s nicht gefunden." << "" << "formats@0";
         QTest::newRow("printf lacks one") << "%d of %u done." << "%d erledigt." << "" << "formats";
@@ -135,11 +139,24 @@ private slots:
         // suspicious
         QTest::newRow("identical sentence") << "The file could not be opened." << "The file could not be opened." << "" << "identical";
         QTest::newRow("identical short word") << "Format" << "Format" << "" << "";
-        QTest::newRow("identical product name") << "Demo Application" << "Demo Application" << "" << "";
         QTest::newRow("far too short") << "The document was saved automatically." << "Gespeichert." << "" << "length";
         QTest::newRow("wide characters count twice") << "The document was saved automatically." << "文書は自動的に保存されました。"
                                                      << "" << "";
         QTest::newRow("short English has no ratio") << "in" << "Zoll" << "" << "";
+        // an English text alone
+        QTest::newRow("alone: defined and used") << "-" << "Page %1 of %2" << "#2,1" << "";
+        QTest::newRow("alone: undefined placeholder") << "-" << "Page %1 of %2" << "#1" << "parameters@11";
+        QTest::newRow("alone: definition unused") << "-" << "Page %1" << "#1,2" << "parameters";
+        QTest::newRow("alone: shortcut without the property") << "-" << "&File" << "-" << "shortcut@0";
+        QTest::newRow("alone: doubled blank") << "-" << "Save  the file" << "" << "whitespace@4";
+        QTest::newRow("alone: translation rules stay out") << "-" << "Ready." << "" << "";
+        // messages name what differs
+        QTest::newRow("message: printf kind") << "%d files" << "%s Dateien" << ""
+            << "error [formats]: the translation has %s where the English text has %d";
+        QTest::newRow("message: shortcut character") << "&Copy" << "&Kopieren" << "S:C"
+            << "error [shortcut]: '&' marks K, but the shortcut character is C";
+        QTest::newRow("message: ending") << "Save changes?" << "Änderungen speichern." << ""
+            << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
     }
 
     void translation()
@@ -148,89 +165,12 @@ private slots:
         QFETCH(QString, translation);
         QFETCH(QString, flags);
         QFETCH(QString, expected);
-        const Problems problems = Check(Values(english), Values(translation, flags));
-        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-    }
-
-    void englishAlone_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<QList<int>>("parameters");
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("defined and used") << "Page %1 of %2" << "" << QList<int>{2, 1} << "";
-        QTest::newRow("placeholder without definition") << "Page %1 of %2" << "" << QList<int>{1} << "parameters@11";
-        QTest::newRow("definition unused") << "Page %1" << "" << QList<int>{1, 2} << "parameters";
-        QTest::newRow("shortcut without the property") << "&File" << "-" << QList<int>{} << "shortcut@0";
-        QTest::newRow("doubled blank") << "Save  the file" << "" << QList<int>{} << "whitespace@4";
-        QTest::newRow("translation rules stay out") << "Ready." << "" << QList<int>{} << "";
-    }
-
-    void englishAlone()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, flags);
-        QFETCH(QList<int>, parameters);
-        QFETCH(QString, expected);
-        StringValues v = Values(text, flags);
-        v.parameters = parameters;
-        const Problems problems = CheckEnglish(v);
-        QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
-    }
-
-    void messagesNameWhatDiffers_data()
-    {
-        QTest::addColumn<QString>("english");
-        QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("placeholder") << "Printing page %1 of %2..." << "Drucke Seite %1..." << ""
-                                     << "error [placeholders]: the translation lacks %2";
-        QTest::newRow("printf kind") << "%d files" << "%s Dateien" << "" << "error [formats]: the translation has %s where the English text has %d";
-        QTest::newRow("shortcut character") << "&Copy" << "&Kopieren" << "S:C"
-                                            << "error [shortcut]: '&' marks K, but the shortcut character is C";
-        QTest::newRow("ending") << "Save changes?" << "Änderungen speichern." << ""
-                                << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
-    }
-
-    void messagesNameWhatDiffers()
-    {
-        QFETCH(QString, english);
-        QFETCH(QString, translation);
-        QFETCH(QString, flags);
-        QFETCH(QString, message);
-        QCOMPARE(Messages(Check(Values(english), Values(translation, flags))), message);
-    }
-
-    void eachRuleSwitchesOff()
-    {
-        // Translations that between them break every rule of one string.
-        const StringValues english = Values(QStringLiteral("Copied %d files to %1.\nSee the log file for details."));
-        const QList<StringValues> bad{
-            Values(QStringLiteral(" %s Dateien  &nach &%2\tkopiert\nSiehe Protokoll"), QStringLiteral("S:Q")),
-            english,
-            Values(QStringLiteral("Kopiert."), QStringLiteral("M")),
-        };
-        const auto found = [&](const RuleSet &rules) {
-            QString all;
-            for (const StringValues &translation : bad)
-                for (const Problem &p : Check(english, translation, rules))
-                    all += p.rule + QLatin1Char(' ');
-            return all;
-        };
-        const QString all = found(RuleSet::All());
-        for (int i = 0; i < static_cast<int>(Rules().size()); ++i) {
-            const QString id = QString::fromLatin1(Rules()[i].id) + QLatin1Char(' ');
-            if (Rules()[i].scope != Scope::Translation && Rules()[i].scope != Scope::Both)
-                continue;
-            QVERIFY2(all.contains(id), qPrintable(id + QStringLiteral("not triggered: ") + all));
-            RuleSet rules = RuleSet::All();
-            rules.Set(i, false);
-            const QString without = found(rules);
-            QVERIFY2(!without.contains(id) && without.trimmed().size() > 10, qPrintable(id + without));
-        }
+        const StringValues checked = Values(translation, flags);
+        const Problems problems = english == u'-' ? CheckEnglish(checked) : Check(Values(english), checked);
+        if (expected.contains(QLatin1String("]: ")))
+            QCOMPARE(Messages(problems), expected);
+        else
+            QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
     }
 
     void ruleSetFromIds()
@@ -283,14 +223,13 @@ private slots:
         checker.Invalidate(14);
         QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
 
-        // A description that moves string 12 into the Edit menu's group: it now clashes there, and
-        // the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
-        set->PutRecord(12, ssEnglishDefault, Rec(QStringLiteral("Save A&ll"), QStringLiteral("Menu Edit: Save All")));
-        set->PutRecord(10, ssEnglishDefault, Rec(QStringLiteral("&New"), QStringLiteral("Menu Edit: New")));
-        set->PutRecord(11, ssEnglishDefault, Rec(QStringLiteral("Save &As..."), QStringLiteral("Menu Edit: Save As")));
-        set->PutRecord(14, ssEnglishDefault, Rec(QStringLiteral("Print Pre&view"), QStringLiteral("Menu Edit: Print Preview")));
-        for (const StringId id : {10, 11, 12, 14})
-            checker.Invalidate(id);
+        // Descriptions that move the File menu into the Edit menu's group: 12 now clashes there,
+        // and the Edit menu's 21 with it (its run reaches 12 across the ids not in use).
+        for (const auto &r : rows | std::views::take(4)) {
+            const QString description = QString::fromLatin1(r.description).replace("File", "Edit");
+            set->PutRecord(r.id, ssEnglishDefault, Rec(QString::fromUtf8(r.english), description));
+            checker.Invalidate(r.id);
+        }
         QCOMPARE(checker.IdsWithProblems(), (QList<StringId>{12, 21}));
         QCOMPARE(checker.Count(), (Totals{0, 2, 2}));
 
@@ -308,26 +247,73 @@ private slots:
         QCOMPARE(checker.IdsWithProblems(), QList<StringId>());
     }
 
-    void disabledRulesKeptInTheWorkspaceFile()
+    // One string's problems asked before the whole table has been checked (the rows a list
+    // paints first) must be the ones a whole check finds, shortcut clashes with its group
+    // included, in whatever order the strings are asked for and after an edit.
+    void checkedAroundAsTheWholeCheck_data()
     {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("w.kvw"));
-        const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
-        {
-            const server::WorkspacePtr ws = server::Workspace::Create(path, {QStringLiteral("W"), QStringLiteral("de-DE"), 10});
-            const StringTableSetPtr tables = ws->Tables();
-            tables->SetDisabledCheckRules(rules);
-            QVERIFY(tables->Modified());
-            tables->DiscardEdits();
-            QCOMPARE(tables->DisabledCheckRules(), QStringList());
-            tables->SetDisabledCheckRules(rules);
-            tables->Save(ssLocalEdited, false);
-            QVERIFY(!tables->Modified());
-            tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
-            QVERIFY(!tables->Modified());
+        QTest::addColumn<TableVersion>("version");
+        QTest::addColumn<bool>("descending");
+        QTest::addColumn<bool>("editFirst");
+        QTest::newRow("translation, top down") << ssLocalEdited << false << false;
+        QTest::newRow("translation, bottom up") << ssLocalEdited << true << false;
+        QTest::newRow("English, top down") << ssEnglishDefault << false << false;
+        QTest::newRow("translation, after an edit") << ssLocalEdited << false << true;
+    }
+    void checkedAroundAsTheWholeCheck()
+    {
+        QFETCH(TableVersion, version);
+        QFETCH(bool, descending);
+        QFETCH(bool, editFirst);
+        // The demo workspace has clashes within menu groups and problems of every kind.
+        const server::WorkspacePtr ws = server::CreateDemoWorkspace(QString());
+        const StringTableSetPtr tables = ws->Tables();
+        const int maximum = ws->Info().maximumCount;
+        TableChecker partial(tables, version, maximum);
+        QList<StringId> ids;
+        for (int id = 1; id <= maximum; ++id)
+            if (tables->IdInUse(static_cast<StringId>(id), version))
+                ids.append(static_cast<StringId>(id));
+        QVERIFY(ids.size() > 100);
+        if (descending)
+            std::reverse(ids.begin(), ids.end());
+        if (editFirst) {
+            partial.Count(ids.at(1));
+            // A File menu item given the shortcut of its neighbour, after its group was checked.
+            const StringEntryPtr entry = tables->Entry(ids.at(2), version);
+            const QString neighbours = tables->Text(ids.at(1), version);
+            tables->StoreEntry(entry->CreateEdited(entry->Id(), neighbours, entry->EntryText(), false, false, true,
+                                                   QString(), 0, entry->ParameterDefinitions(), true));
+            partial.Invalidate(ids.at(2));
         }
-        const server::WorkspacePtr reopened = server::Workspace::Open(path);
-        QCOMPARE(reopened->Tables()->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
+        TableChecker whole(tables, version, maximum);
+        whole.Count();
+        int clashes = 0;
+        for (const StringId id : ids) {
+            const Problems problems = partial.ProblemsOf(id);
+            QCOMPARE(problems, whole.ProblemsOf(id));
+            clashes += Found(problems).contains(QLatin1String("shortcut-clash"));
+        }
+        QVERIFY(clashes > 0);
+        QCOMPARE(partial.Count(), whole.Count());
+    }
+
+    void disabledRulesAreAnEditOfTheWorkspace()
+    {
+        // Kept in the file across a reopen: see the check tool's --save-rules test.
+        const server::WorkspacePtr ws = server::Workspace::CreateInMemory({QStringLiteral("W"), QStringLiteral("de-DE"), 10});
+        const StringTableSetPtr tables = ws->Tables();
+        const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
+        tables->SetDisabledCheckRules(rules);
+        QVERIFY(tables->Modified());
+        tables->DiscardEdits();
+        QCOMPARE(tables->DisabledCheckRules(), QStringList());
+        tables->SetDisabledCheckRules(rules);
+        tables->Save(ssLocalEdited, false);
+        QVERIFY(!tables->Modified());
+        QCOMPARE(tables->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
+        tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
+        QVERIFY(!tables->Modified());
     }
 
     void serverValuesAgreeWithEntries()

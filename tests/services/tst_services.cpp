@@ -1,3 +1,6 @@
+// The general services: the error context's reporting and trace, access markers, twips, the
+// machine's defaults, the icon, and the Qt prompts driven as real boxes.
+
 #include "services/Services.h"
 
 #include "TestServices.h"
@@ -11,8 +14,13 @@
 #include <QTimer>
 
 #include <functional>
+#include <new>
+#include <stdexcept>
 
 using namespace kvedit;
+
+using Body = std::function<void()>;
+Q_DECLARE_METATYPE(Body)
 
 namespace {
 
@@ -27,13 +35,115 @@ void WhenModal(std::function<void(QWidget *)> handler, int attempts = 500)
     });
 }
 
+int g_throwLine = 0;
+
+void ThrowKvError()
+{
+    g_throwLine = __LINE__ + 1;
+    throw KvError(errServer, QStringLiteral("The table refused %1"), QStringLiteral("StringTableSet"));
+}
+
+void RequireNullRaw()
+{
+    g_throwLine = __LINE__ + 1;
+    Require(static_cast<QObject *>(nullptr), "owner")->setObjectName(QStringLiteral("never"));
+}
+
+void RequireNullShared()
+{
+    g_throwLine = __LINE__ + 1;
+    Require(std::shared_ptr<QObject>(), "tables")->setObjectName(QStringLiteral("never"));
+}
+
+class IdleTrace final : public ProcedureTrace {
+public:
+    bool tracing = false;
+    int calls = 0;
+    bool Tracing() const override { return tracing; }
+    void EnterProcedure(const QString &, QLatin1String, QLatin1String) override { ++calls; }
+    void LeaveProcedure(const QString &, QLatin1String, QLatin1String) override { ++calls; }
+};
+
 } // namespace
 
 class TestServicesSet : public QObject {
     Q_OBJECT
+    std::unique_ptr<test::TestServices> m_services;
 
 private slots:
-    void cleanup() { ResetServices(); }
+    void init() { m_services = std::make_unique<test::TestServices>(); }
+    void cleanup() { m_services.reset(); }
+
+    void failureIsReportedOnce_data()
+    {
+        QTest::addColumn<Body>("body");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<bool>("hasLine");
+        QTest::newRow("KvError") << Body(ThrowKvError) << int(errServer) << "The table refused %1" << "StringTableSet"
+                                 << true;
+        QTest::newRow("std::exception") << Body([] { throw std::runtime_error("disk on fire"); })
+                                        << int(errInvalidCall) << "disk on fire" << "kvedit" << false;
+        QTest::newRow("unknown exception") << Body([] { throw 42; }) << int(errInvalidCall) << "Unknown error"
+                                           << "kvedit" << false;
+        QTest::newRow("out of memory") << Body([] { throw std::bad_alloc(); }) << int(errOutOfMemory)
+                                       << "Out of memory" << "kvedit" << false;
+        QTest::newRow("null raw pointer") << Body(RequireNullRaw) << int(errObjectNotSet)
+                                          << "Object variable not set: owner" << "kvedit" << true;
+        QTest::newRow("null shared pointer") << Body(RequireNullShared) << int(errObjectNotSet)
+                                             << "Object variable not set: tables" << "kvedit" << true;
+    }
+    void failureIsReportedOnce()
+    {
+        QFETCH(Body, body);
+        QFETCH(int, number);
+        QFETCH(QString, description);
+        QFETCH(QString, source);
+        QFETCH(bool, hasLine);
+        g_throwLine = 0;
+        // Inside an outer procedure: the failure is reported by the inner one and reaches no further.
+        const auto inner = [&] { QVERIFY(!Reporting("CDVDataSource", "RefreshStringList", body)); };
+        QVERIFY(Reporting("frmTranslate", "Edit", inner));
+
+        QCOMPARE(m_services->reporter->errors.size(), 1);
+        const test::ReportedError &e = m_services->reporter->errors[0];
+        QCOMPARE(QPair(e.number, e.line), QPair(number, hasLine ? g_throwLine : 0));
+        QCOMPARE(QStringList({e.description, e.source, e.text}), QStringList({description, source, ""}));
+        // The exit is reached after the error: the leave call still comes, with the same names, in order.
+        QCOMPARE(m_services->trace->Lines(),
+                 (QStringList{"enter frmTranslate.Edit", "enter CDVDataSource.RefreshStringList",
+                              "leave CDVDataSource.RefreshStringList", "leave frmTranslate.Edit"}));
+        for (const test::TraceCall &c : m_services->trace->calls)
+            QCOMPARE(c.title, ApplicationTitle());
+    }
+
+    void idleTraceIsNotCalled()
+    {
+        // No trace and no reporter at all: the body still runs and the failure goes nowhere.
+        Services().procedureTrace.reset();
+        Services().errorReporter.reset();
+        QVERIFY(!Reporting("M", "P", [] { throw KvError(errServer, QStringLiteral("nobody listens")); }));
+        Services().errorReporter = m_services->reporter;
+        QVERIFY(m_services->reporter->errors.isEmpty());
+
+        const auto trace = std::make_shared<IdleTrace>();
+        Services().procedureTrace = trace;
+        QVERIFY(!Reporting("M", "P", [] { throw KvError(errServer, QStringLiteral("still reported")); }));
+        QCOMPARE(trace->calls, 0);
+        QCOMPARE(m_services->reporter->errors.size(), 1);
+        trace->tracing = true;
+        QVERIFY(Reporting("M", "P", [] {}));
+        QCOMPARE(trace->calls, 2);
+
+        // The logging trace records only while its category is on.
+        const std::shared_ptr<ProcedureTrace> logging = MakeLoggingProcedureTrace();
+        QLoggingCategory::setFilterRules(QStringLiteral("kvedit.trace.debug=false"));
+        QVERIFY(!logging->Tracing());
+        QLoggingCategory::setFilterRules(QStringLiteral("kvedit.trace.debug=true"));
+        QVERIFY(logging->Tracing());
+        QLoggingCategory::setFilterRules(QString());
+    }
 
     void cleanAccessMarkers_data()
     {
@@ -44,7 +154,6 @@ private slots:
         QTest::newRow("escaped next to marker") << "&&&Tools" << "&Tools";
         QTest::newRow("trailing marker") << "Close&" << "Close";
         QTest::newRow("non-Latin text") << QStringLiteral("ファイル(&F)") << QStringLiteral("ファイル(F)");
-        QTest::newRow("markers only") << "&&&" << "&";
     }
     void cleanAccessMarkers()
     {
@@ -53,28 +162,17 @@ private slots:
         QCOMPARE(CleanAccessMarkers(text), clean);
     }
 
-    void twipsToPixels_data()
-    {
-        QTest::addColumn<double>("dpi");
-        QTest::addColumn<double>("twips");
-        QTest::addColumn<int>("pixels");
-        QTest::newRow("one inch at 96 dpi") << 96.0 << 1440.0 << 96;
-        QTest::newRow("one pixel at 144 dpi") << 144.0 << 10.0 << 1;
-        QTest::newRow("rounds to nearest") << 96.0 << 100.0 << 7;
-    }
     void twipsToPixels()
     {
-        QFETCH(double, dpi);
-        QFETCH(double, twips);
-        QFETCH(int, pixels);
-        test::TestServices s;
-        s.screen->dpi = dpi;
-        QCOMPARE(TwipsToPixelsX(twips), pixels);
-        QCOMPARE(TwipsToPixelsY(twips), pixels);
+        // 1440 twips to the inch, rounded to the nearest pixel.
+        m_services->screen->dpi = 144;
+        const QList<int> pixels{TwipsToPixelsX(1440), TwipsToPixelsY(5), TwipsToPixelsX(100)};
+        QCOMPARE(pixels, (QList<int>{144, 1, 10}));
     }
 
-    void defaultsFollowTheMachine()
+    void defaultsFollowTheMachineAndOnlyLog()
     {
+        m_services.reset();   // the machine's own services
         // A cascade step that keeps the owner's title bar in view without wandering off the screen.
         QVERIFY(WindowOffset() >= 16 && WindowOffset() <= 64);
 
@@ -85,6 +183,12 @@ private slots:
             QCOMPARE(code, QStringLiteral("en"));
         else
             QCOMPARE(QLocale::codeToLanguage(code), system);
+
+        // A box would block here; on the offscreen platform the reporter only logs. The description
+        // keeps its own "%1" rather than having later arguments filled into it.
+        QTest::ignoreMessage(QtWarningMsg, "Error 13 (StringTableSet, line 42): Parameter %1 has no value");
+        MakeDefaultErrorReporter()->ReportError(13, QStringLiteral("Parameter %1 has no value"),
+                                                QStringLiteral("StringTableSet"), 42, QString());
     }
 
     void applicationIconIsDrawn()
@@ -96,99 +200,67 @@ private slots:
         // Transparent around the picture, opaque inside it (page and bubble).
         const QImage image = RenderApplicationIcon(16);
         QCOMPARE(image.size(), QSize(16, 16));
-        QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
-        QCOMPARE(qAlpha(image.pixel(5, 5)), 255);
-        QCOMPARE(qAlpha(image.pixel(10, 10)), 255);
+        const QList<int> alphas{qAlpha(image.pixel(0, 0)), qAlpha(image.pixel(5, 5)), qAlpha(image.pixel(10, 10))};
+        QCOMPARE(alphas, (QList<int>{0, 255, 255}));
     }
 
-    void defaultReporterLogsWithoutABoxOffscreen()
+    void prompts_data()
     {
-        // A box would block here; on the offscreen platform the reporter only logs. The description
-        // keeps its own "%1" rather than having later arguments filled into it.
-        QTest::ignoreMessage(QtWarningMsg, "Error 13 (StringTableSet, line 42): Parameter %1 has no value");
-        MakeDefaultErrorReporter()->ReportError(13, QStringLiteral("Parameter %1 has no value"),
-                                                QStringLiteral("StringTableSet"), 42, QString());
+        QTest::addColumn<QString>("prompt");      // Confirm, Notify or Input
+        QTest::addColumn<QString>("title");       // the title Input is given
+        QTest::addColumn<int>("key");             // the key that closes the box
+        QTest::addColumn<QStringList>("seen");    // title, text, icon, buttons (OK the default); or
+                                                  // title, prompt, default text
+        QTest::addColumn<QString>("answer");      // Confirm: 1 for OK
+        const QStringList box{ApplicationTitle(), "Discard the changes?", QString::number(QMessageBox::NoIcon)};
+        const int enter = Qt::Key_Return, escape = Qt::Key_Escape;
+        const QStringList okCancel{QString::number(QMessageBox::Ok | QMessageBox::Cancel), "1"};
+        const QStringList ok{QString::number(QMessageBox::Ok)};
+        const auto input = [](const QString &title) { return QStringList{title, "String id:", "7"}; };
+        QTest::newRow("Confirm, Enter takes OK") << "Confirm" << "" << enter << box + okCancel << "1";
+        QTest::newRow("Confirm, Escape cancels") << "Confirm" << "" << escape << box + okCancel << "0";
+        QTest::newRow("Notify") << "Notify" << "" << enter << box + ok << "";
+        QTest::newRow("Input, untrimmed answer") << "Input" << "Go To" << enter << input("Go To") << " 12 ";
+        QTest::newRow("Input, Cancel") << "Input" << "Go To" << escape << input("Go To") << "";
+        QTest::newRow("Input, default title") << "Input" << "" << enter << input(ApplicationTitle()) << " 12 ";
     }
-
-    void messageBoxes_data()
+    void prompts()
     {
-        QTest::addColumn<bool>("confirm");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<bool>("answer");
-        QTest::newRow("Confirm, OK") << true << "ok" << true;
-        QTest::newRow("Confirm, Enter takes the default") << true << "enter" << true;
-        QTest::newRow("Confirm, Escape cancels") << true << "escape" << false;
-        QTest::newRow("Notify") << false << "enter" << false;
-    }
-    void messageBoxes()
-    {
-        QFETCH(bool, confirm);
-        QFETCH(QString, action);
-        QFETCH(bool, answer);
+        QFETCH(QString, prompt);
+        QFETCH(QString, title);
+        QFETCH(int, key);
+        QFETCH(QStringList, seen);
+        QFETCH(QString, answer);
         QWidget owner;
         owner.show();
         // Read before the box is closed, so that a failed comparison can never leave it open.
-        QStringList seen;
+        QStringList shown;
+        QPoint position;
         WhenModal([&](QWidget *modal) {
-            auto *box = qobject_cast<QMessageBox *>(modal);
-            if (box)
-                seen << box->windowTitle() << box->text() << QString::number(box->icon())
-                     << QString::number(box->standardButtons());
-            if (box && box->button(QMessageBox::Cancel))   // OK must be the default of a choice
-                seen << QString::number(box->defaultButton() == box->button(QMessageBox::Ok));
-            if (box && action == QLatin1String("ok"))
-                box->button(QMessageBox::Ok)->click();
-            else
-                QTest::keyClick(modal, action == QLatin1String("enter") ? Qt::Key_Return : Qt::Key_Escape);
+            if (auto *box = qobject_cast<QMessageBox *>(modal)) {
+                shown << box->windowTitle() << box->text() << QString::number(box->icon())
+                      << QString::number(box->standardButtons());
+                if (box->button(QMessageBox::Cancel))
+                    shown << QString::number(box->defaultButton() == box->button(QMessageBox::Ok));
+            } else if (auto *dialog = qobject_cast<QInputDialog *>(modal)) {
+                shown << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
+                position = dialog->pos();
+                dialog->setTextValue(QStringLiteral(" 12 "));
+            }
+            QTest::keyClick(modal, Qt::Key(key));
         });
         const auto prompts = MakeQtUserPrompts();
-        bool result = false;
-        if (confirm)
-            result = prompts->Confirm(&owner, QStringLiteral("Discard the changes?"));
-        else
+        QString result;
+        if (prompt == QLatin1String("Confirm"))
+            result = QString::number(prompts->Confirm(&owner, QStringLiteral("Discard the changes?")));
+        else if (prompt == QLatin1String("Notify"))
             prompts->Notify(nullptr, QStringLiteral("Discard the changes?"));
-        const int buttons = confirm ? int(QMessageBox::Ok | QMessageBox::Cancel) : int(QMessageBox::Ok);
-        QStringList expected{ApplicationTitle(), "Discard the changes?", QString::number(QMessageBox::NoIcon),
-                             QString::number(buttons)};
-        QCOMPARE(seen, confirm ? expected << "1" : expected);
+        else
+            result = prompts->Input(nullptr, QStringLiteral("String id:"), title, "7", {140, 90});
+        QCOMPARE(shown, seen);
         QCOMPARE(result, answer);
-    }
-
-    void input_data()
-    {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<QString>("expectedTitle");
-        QTest::addColumn<QString>("answer");
-        QTest::newRow("untrimmed answer") << "Go To" << true << "Go To" << " 12 ";
-        QTest::newRow("Cancel") << "Go To" << false << "Go To" << "";
-        QTest::newRow("default title") << "" << true << ApplicationTitle() << " 12 ";
-    }
-    void input()
-    {
-        QFETCH(QString, title);
-        QFETCH(bool, accept);
-        QFETCH(QString, expectedTitle);
-        QFETCH(QString, answer);
-        const QPoint position(140, 90);
-        QStringList seen;
-        QPoint seenPosition;
-        WhenModal([&](QWidget *modal) {
-            auto *dialog = qobject_cast<QInputDialog *>(modal);
-            if (!dialog) {
-                modal->close();
-                return;
-            }
-            seen << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
-            seenPosition = dialog->pos();
-            dialog->setTextValue(QStringLiteral(" 12 "));
-            accept ? dialog->accept() : dialog->reject();
-        });
-        const QString result = MakeQtUserPrompts()->Input(nullptr, QStringLiteral("String id:"), title,
-                                                           QStringLiteral("7"), position);
-        QCOMPARE(seen, (QStringList{expectedTitle, "String id:", "7"}));
-        QCOMPARE(seenPosition, position);
-        QCOMPARE(result, answer);
+        if (prompt == QLatin1String("Input"))
+            QCOMPARE(position, QPoint(140, 90));
     }
 };
 
