@@ -150,18 +150,6 @@ private slots:
         QVERIFY(m_dir->isValid());
     }
 
-    void createWritesHeaderValues()
-    {
-        const QString path = PathOf("new.kvw");
-        const WorkspacePtr created = Workspace::Create(path, {"Sales Tool", "ja-JP", 2000});
-        QCOMPARE(created->FilePath(), path);
-        QVERIFY(!created->Tables()->Modified());
-        const WorkspacePtr opened = Workspace::Open(path);
-        QCOMPARE(QStringLiteral("%1|%2|").arg(opened->Name()).arg(opened->TextServer()->MaximumCount())
-                     + opened->Tables()->SourceLanguage(ssLocalDefault).Name(), QString("Sales Tool|2000|Japanese"));
-        QCOMPARE(opened->TextServer()->StringTableSet(), opened->Tables());
-    }
-
     void createRefusesExistingFileAndBadValues()
     {
         const QString path = PathOf("exists.kvw");
@@ -183,11 +171,14 @@ private slots:
             QCOMPARE(ErrorOf([&] { Workspace::CreateInMemory({"x", "de-DE", maximum}); }).Number(), int(errInvalidCall));
     }
 
+    // The header values and every field of a record, in each source, come back as saved.
     void saveToOwnSourcesAndReopen()
     {
         const QString path = PathOf("round.kvw");
-        const WorkspacePtr ws = Workspace::Create(path, {"Round trip", "de-DE", 32767});
+        const WorkspacePtr ws = Workspace::Create(path, {"Round trip", "ja-JP", 32767});
         const std::shared_ptr<TableSet> set = ws->Set();
+        QCOMPARE(ws->FilePath(), path);
+        QVERIFY(!set->Modified());
 
         Record english = Full("&Print...\tCtrl+P", 3, sfApproved, "File menu");
         english.properties = tpAllowShortcut | tpAllowTab;
@@ -214,6 +205,9 @@ private slots:
 
         const WorkspacePtr reopened = Workspace::Open(path);
         const std::shared_ptr<TableSet> again = reopened->Set();
+        QCOMPARE(QStringLiteral("%1|%2|").arg(reopened->Name()).arg(reopened->TextServer()->MaximumCount())
+                     + again->SourceLanguage(ssLocalDefault).Name(), QString("Round trip|32767|Japanese"));
+        QCOMPARE(reopened->TextServer()->StringTableSet(), reopened->Tables());
         QCOMPARE(again->RecordOf(32767, ssEnglishDefault), std::optional(english));
         QCOMPARE(again->RecordOf(32767, ssLocalDefault), std::optional(german));
         QCOMPARE(again->RecordOf(32767, ssLocalEdited), std::optional(empty));
@@ -336,10 +330,6 @@ private slots:
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write(bytes);
         };
-        QStringList many;
-        for (int id = 1; id <= 3000; ++id)
-            many << QString("String number %1 with some text to fill pages").arg(id);
-
         if (kind == "folder") {
             QVERIFY(QDir(m_dir->path()).mkdir("file.kvw"));
         } else if (kind == "text") {
@@ -349,7 +339,7 @@ private slots:
         } else if (kind == "empty") {
             write(QByteArray());
         } else if (kind == "truncated") {
-            SavedFile(path, many, 32767);
+            SavedFile(path, QStringList(3000, "A string with some text to fill the pages"), 32767);
             QFile f(path);
             QVERIFY(f.resize(f.size() / 2));
         } else if (kind == "newer" || kind == "noschema") {
@@ -375,38 +365,22 @@ private slots:
         QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), filesBefore);   // nor beside it
     }
 
-    void openRefusesUnreadableDirectory()
-    {
-        QVERIFY(QFile::setPermissions(m_dir->path(), QFileDevice::Permissions(0x7777)));
-        const QString folder = PathOf("closed");
-        QVERIFY(QDir(m_dir->path()).mkdir("closed"));
-        const QString path = folder + "/file.kvw";
-        Workspace::Create(path, {"closed", "de-DE", 10});
-        QVERIFY(QFile::setPermissions(folder, QFileDevice::Permissions()));
-        const KvError error = ErrorOf([&] {
-            const AsOrdinaryUser user;
-            Workspace::Open(path);
-        });
-        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QVERIFY(error.Number() != 0);
-        QVERIFY(error.Description().contains(QDir::toNativeSeparators(path)));
-    }
-
     void writeProtectedPlaces_data()
     {
-        QTest::addColumn<bool>("folderProtected");   // else only the file is
+        QTest::addColumn<QString>("protection");   // "file", "folder" (read-only) or "closed" (folder)
         QTest::addColumn<bool>("withLog");           // the last save still in the -wal
         QTest::addColumn<bool>("withShm");
         QTest::addColumn<QString>("refusal");        // empty: opens and shows the last save
-        QTest::newRow("file") << false << false << false << "";
-        QTest::newRow("folder") << true << false << false << "";
-        QTest::newRow("folder, log and -shm") << true << true << true << "";
-        QTest::newRow("folder, log without -shm") << true << true << false << "cannot be read as last saved";
-        QTest::newRow("file, log without -shm") << false << true << false << "cannot be read as last saved";
+        QTest::newRow("file") << "file" << false << false << "";
+        QTest::newRow("folder") << "folder" << false << false << "";
+        QTest::newRow("folder, log and -shm") << "folder" << true << true << "";
+        QTest::newRow("folder, log without -shm") << "folder" << true << false << "cannot be read as last saved";
+        QTest::newRow("file, log without -shm") << "file" << true << false << "cannot be read as last saved";
+        QTest::newRow("folder that cannot be read") << "closed" << false << false << "was not found";
     }
     void writeProtectedPlaces()
     {
-        QFETCH(bool, folderProtected);
+        QFETCH(QString, protection);
         QFETCH(bool, withLog);
         QFETCH(bool, withShm);
         QFETCH(QString, refusal);
@@ -429,8 +403,9 @@ private slots:
         const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
         for (const QString &name : QDir(place).entryList(QDir::Files))
             QVERIFY(QFile::setPermissions(place + u'/' + name, readOnly));
-        if (folderProtected)
-            QVERIFY(QFile::setPermissions(place, readOnly | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther));
+        const auto folderExe = QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther;
+        if (protection != "file")
+            QVERIFY(QFile::setPermissions(place, protection == "folder" ? readOnly | folderExe : QFileDevice::Permissions()));
         const QStringList before = FolderState(place);
         {
             const AsOrdinaryUser user;
