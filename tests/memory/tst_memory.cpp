@@ -119,49 +119,40 @@ private slots:
         QCOMPARE(Shown(memory->Lookup(query, static_cast<StringId>(exclude))), expected);
     }
 
-    void adapt_data()
+    // What inserting a match puts in: an approved one adapted to the current English, anything
+    // else as it stands.
+    void insertText_data()
     {
         QTest::addColumn<QString>("translation");
         QTest::addColumn<QString>("matchEnglish");
-        QTest::addColumn<QString>("currentEnglish");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("placeholders swapped") << "%1 nach %2 kopieren" << "Copy %1 to %2" << "Copy %2 to %1"
-                                              << "%2 nach %1 kopieren";
-        QTest::newRow("placeholders renumbered") << "Datei %1 fehlt" << "File %1 missing" << "File %3 missing"
-                                                 << "Datei %3 fehlt";
-        QTest::newRow("marker on the same letter") << "Speichern" << "Save" << "&Save" << "&Speichern";
-        QTest::newRow("marker on the first letter") << "Öffnen" << "Open" << "&Open" << "&Öffnen";
-        QTest::newRow("marker dropped, ampersand kept") << "&Ziehen && Ablegen" << "&Drag && Drop" << "Drag && Drop"
-                                                        << "Ziehen && Ablegen";
-        QTest::newRow("ellipsis added") << "Öffnen" << "Open" << "Open…" << "Öffnen…";
-        QTest::newRow("colon dropped") << "Name:" << "Name:" << "Name" << "Name";
-        QTest::newRow("other ending left") << "Name (Pflicht)" << "Name:" << "Name" << "Name (Pflicht)";
-    }
-    void adapt()
-    {
-        QFETCH(QString, translation);
-        QFETCH(QString, matchEnglish);
-        QFETCH(QString, currentEnglish);
-        QFETCH(QString, expected);
-        QCOMPARE(Adapt(translation, matchEnglish, currentEnglish), expected);
-    }
-
-    void insertText_data()
-    {
         QTest::addColumn<bool>("approved");
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("approved, placeholders") << true << "Copy %2 to %1" << "%2 nach %1 kopieren";
-        QTest::newRow("approved, marker and ellipsis") << true << "&Copy %1 to %2…" << "%1 na&ch %2 kopieren…";
-        QTest::newRow("unapproved stays") << false << "Copy %2 to %1" << "%1 nach %2 kopieren";
-        QTest::newRow("fuzzy stays") << true << "Copy %1 to %2 now" << "%1 nach %2 kopieren";
+        const QString copy = "%1 nach %2 kopieren";
+        QTest::newRow("placeholders swapped") << copy << "Copy %1 to %2" << true << "Copy %2 to %1"
+                                              << "%2 nach %1 kopieren";
+        QTest::newRow("placeholders renumbered") << "Datei %1 fehlt" << "File %1 missing" << true << "File %3 missing"
+                                                 << "Datei %3 fehlt";
+        QTest::newRow("marker on the same letter") << "Speichern" << "Save" << true << "&Save" << "&Speichern";
+        QTest::newRow("marker on the first letter") << "Öffnen" << "Open" << true << "&Open" << "&Öffnen";
+        QTest::newRow("marker dropped, ampersand kept") << "&Ziehen && Ablegen" << "&Drag && Drop" << true
+                                                        << "Drag && Drop" << "Ziehen && Ablegen";
+        QTest::newRow("ellipsis added") << "Öffnen" << "Open" << true << "Open…" << "Öffnen…";
+        QTest::newRow("colon dropped") << "Name:" << "Name:" << true << "Name" << "Name";
+        QTest::newRow("other ending left") << "Name (Pflicht)" << "Name:" << true << "Name" << "Name (Pflicht)";
+        QTest::newRow("marker and ellipsis") << copy << "Copy %1 to %2" << true << "&Copy %1 to %2…"
+                                             << "%1 na&ch %2 kopieren…";
+        QTest::newRow("unapproved stays") << copy << "Copy %1 to %2" << false << "Copy %2 to %1" << copy;
+        QTest::newRow("fuzzy stays") << copy << "Copy %1 to %2" << true << "Copy %1 to %2 now" << copy;
     }
     void insertText()
     {
+        QFETCH(QString, translation);
+        QFETCH(QString, matchEnglish);
         QFETCH(bool, approved);
         QFETCH(QString, query);
         QFETCH(QString, expected);
-        const auto memory = MemoryOf({{1, "Copy %1 to %2", "%1 nach %2 kopieren", approved}});
+        const auto memory = MemoryOf({{1, matchEnglish, translation, approved}});
         QCOMPARE(memory->Lookup(query).value(0).insertText, expected);
     }
 

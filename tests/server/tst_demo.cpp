@@ -1,4 +1,5 @@
-// The demo workspace: its contents and the counts it documents.
+// The demo workspace's contents. (The counts it documents are those kvedit stats finds, which
+// tst_cli.cpp checks.)
 
 #include "server/TableSet.h"
 #include "server/Workspace.h"
@@ -12,9 +13,8 @@ class TestDemo : public QObject {
     Q_OBJECT
 
 private slots:
-    // Written to a file and opened again: the counts it documents are those the searches find,
-    // each search finding more than the one before it; every state a translation can be in is
-    // there; every string has a symbol, and a few texts and descriptions are Japanese.
+    // Written to a file and opened again: every state a translation can be in is there, every
+    // string has a symbol, and a few texts and descriptions are Japanese.
     void contents()
     {
         QTemporaryDir dir;
@@ -22,7 +22,6 @@ private slots:
         CreateDemoWorkspace(path);
         const std::shared_ptr<TableSet> set = Workspace::Open(path)->Set();
         QVERIFY(!set->Modified());
-        DemoStringCounts found[2];   // per table version 0 and 1
         // approved, unapproved, out of date, record without text, no record, local over the
         // default, local filling a missing one, Japanese texts, Japanese descriptions
         QList<int> states(9, 0);
@@ -35,16 +34,6 @@ private slots:
             if (!english)
                 continue;
             QVERIFY2(!set->Symbol(i).isEmpty(), qPrintable(QString::number(id)));
-            for (const StringSource v : {ssLocalEdited, ssLocalDefault}) {
-                DemoStringCounts &c = found[v];
-                const bool missing = !set->HasText(i, v);
-                const bool outOfDate = missing || set->Revision(i, v) < english->revision;
-                ++c.total;
-                c.translated += !missing;
-                c.missing += missing;
-                c.outOfDate += outOfDate;
-                c.unapproved += outOfDate || !set->HasStatus(i, v, sfApproved);
-            }
             const std::optional<Record> german = set->RecordOf(i, ssLocalDefault);
             const bool local = set->RecordOf(i, ssLocalEdited).has_value();
             const int state = !german ? 4
@@ -57,13 +46,6 @@ private slots:
             states[6] += local && !(german && german->hasText);
             states[7] += isJapanese(english->text);
             states[8] += isJapanese(english->description);
-        }
-        for (const StringSource v : {ssLocalEdited, ssLocalDefault}) {
-            const DemoStringCounts &f = found[v];
-            const DemoStringCounts d = DemoCounts(v);
-            QCOMPARE((QList<int>{f.total, f.translated, f.missing, f.outOfDate, f.unapproved}),
-                     (QList<int>{d.total, d.translated, d.missing, d.outOfDate, d.unapproved}));
-            QVERIFY(f.missing < f.outOfDate && f.outOfDate < f.unapproved);
         }
         QVERIFY2(states[0] > 150 && !states.contains(0), qPrintable(QString::number(states.indexOf(0))));
         QVERIFY(states[7] >= 3 && set->RecordCount(ssEnglishEdited) > 0);

@@ -1,6 +1,6 @@
 // The English history: what a Save, an import or a Save as replaces is kept with its revision and
-// text properties; a file of the previous schema gains the history on its first save; the text
-// at a revision answers from the current record, an unsaved edit's saved one or the file.
+// text properties; the text at a revision answers from the current record, an unsaved edit's
+// saved one or the file. (A file of the previous schema gaining it: tst_workspacefile.cpp.)
 
 #include "io/WorkspaceTransfer.h"
 #include "server/TableSet.h"
@@ -73,24 +73,6 @@ private slots:
         QCOMPARE(set->EnglishAt(4, 1)->text + u'|' + set->EnglishAt(4, 2)->text, QString("Print|Print…"));
         set->DiscardEdits();
         QVERIFY(!set->EnglishAt(4, 2));
-    }
-
-    // A file written before the history existed (schema 2) gains it with its first save and
-    // loses nothing.
-    void previousSchemaMigratesOnSave()
-    {
-        const QString path = m_dir.filePath("old.kvw");
-        QVERIFY(QFile::copy(QFINDTESTDATA("data/schema2.kvw"), path));
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        {
-            const StringTableSetPtr set = Workspace::Open(path)->Tables();
-            StoreEnglish(set, 1, ssEnglishDefault, "&Open…", true);
-            set->Save(ssEnglishDefault, false);
-        }
-        const StringTableSetPtr set = Workspace::Open(path)->Tables();
-        QCOMPARE((QStringList{set->EnglishAt(1, 1)->text, set->Text(1, ssEnglishDefault), set->Text(1, ssLocalDefault),
-                              QString::number(set->Revision(1, ssLocalDefault)), set->Text(3, ssLocalDefault)}),
-                 (QStringList{"&Open...", "&Open…", "Ö&ffnen...", "1", "Änderungen an %1 speichern?"}));
     }
 };
 
