@@ -194,7 +194,8 @@ private slots:
         set->PutRecord(32767, ssEnglishDefault, english);
         set->PutRecord(32767, ssLocalDefault, german);
         set->PutRecord(32767, ssLocalEdited, empty);
-        set->PutRecord(1, ssEnglishEdited, Full("日本語のテキスト", 1, 0));
+        const Record japanese = Full("日本語のテキスト", 1, 0);
+        set->PutRecord(1, ssEnglishEdited, japanese);
         set->PutRecord(1, ssEnglishDefault, Full("", 1, 0));   // an empty text is still a text
         const ParameterList parameters{ParameterDefinition(2, "second, first in the list", "%2"),
                                        ParameterDefinition(1, "O'Brien; DROP TABLE records", "%1")};
@@ -208,11 +209,11 @@ private slots:
         QCOMPARE(QStringLiteral("%1|%2|").arg(reopened->Name()).arg(reopened->TextServer()->MaximumCount())
                      + again->SourceLanguage(ssLocalDefault).Name(), QString("Round trip|32767|Japanese"));
         QCOMPARE(reopened->TextServer()->StringTableSet(), reopened->Tables());
-        QCOMPARE(again->RecordOf(32767, ssEnglishDefault), std::optional(english));
-        QCOMPARE(again->RecordOf(32767, ssLocalDefault), std::optional(german));
-        QCOMPARE(again->RecordOf(32767, ssLocalEdited), std::optional(empty));
-        QCOMPARE(again->RecordOf(1, ssEnglishEdited), std::optional(Full("日本語のテキスト", 1, 0)));
-        QVERIFY(again->HasText(1, ssEnglishDefault));
+        const QList<std::optional<Record>> records{again->RecordOf(32767, ssEnglishDefault),
+                                                   again->RecordOf(32767, ssLocalDefault),
+                                                   again->RecordOf(32767, ssLocalEdited),
+                                                   again->RecordOf(1, ssEnglishEdited), again->RecordOf(1, ssEnglishDefault)};
+        QCOMPARE(records, (QList<std::optional<Record>>{english, german, empty, japanese, Full("", 1, 0)}));
         QCOMPARE(again->Parameters(32767), parameters);
         QCOMPARE(reopened->Symbol(32767), QString("IDS_FILE_PRINT"));
         QCOMPARE(again->RecordCount(ssEnglishDefault), 2);
