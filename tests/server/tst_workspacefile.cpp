@@ -150,23 +150,8 @@ private slots:
         QVERIFY(m_dir->isValid());
     }
 
-    void createRefusesExistingFileAndBadValues()
+    void createRefusesBadMaximum()
     {
-        const QString path = PathOf("exists.kvw");
-        {
-            QFile f(path);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("someone's notes");
-        }
-        const QByteArray before = Digest(path);
-        KvError error = ErrorOf([&] { Workspace::Create(path, {"x", "de-DE", 100}); });
-        QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
-        QCOMPARE(Digest(path), before);
-
-        const QString nowhere = PathOf("missing-folder/new.kvw");
-        error = ErrorOf([&] { Workspace::Create(nowhere, {"x", "de-DE", 100}); });
-        QCOMPARE(error.Number(), int(errStorage));
-        QVERIFY(error.Description().contains(QDir::toNativeSeparators(nowhere)));
         for (const int maximum : {0, -5, 40000})
             QCOMPARE(ErrorOf([&] { Workspace::CreateInMemory({"x", "de-DE", maximum}); }).Number(), int(errInvalidCall));
     }
@@ -275,11 +260,13 @@ private slots:
         }
     }
 
-    void openRefuses_data()
+    void openOrCreateRefuses_data()
     {
-        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("kind");     // after "create ": Create refuses, not Open
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("reason");   // part of the message besides the file name
+        QTest::newRow("create over someone's file") << "create text" << int(errFileAccess) << "already exists";
+        QTest::newRow("create in a missing folder") << "create nofolder" << int(errStorage) << "";
         QTest::newRow("missing file") << "missing" << int(errFileNotFound) << "not found";
         QTest::newRow("folder that does not exist") << "nofolder" << int(errFileNotFound) << "not found";
         QTest::newRow("folder in the way") << "folder" << int(errFileAccess) << "not a file";
@@ -310,11 +297,14 @@ private slots:
                                          << int(errStorage) << "its table \"symbols\" has a computed column \"big\"";
         QTest::newRow("missing table") << "DROP TABLE parameters" << int(errStorage) << "its table \"parameters\" is missing";
     }
-    void openRefuses()
+    void openOrCreateRefuses()
     {
         QFETCH(QString, kind);
         QFETCH(int, number);
         QFETCH(QString, reason);
+        const bool create = kind.startsWith("create ");
+        if (create)
+            kind = kind.mid(7);
         QString path = PathOf("file.kvw");
         const auto write = [&](const QByteArray &bytes) {
             QFile f(path);
@@ -348,7 +338,9 @@ private slots:
         const QByteArray before = Digest(path);
         const QStringList filesBefore = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
 
-        const KvError error = ErrorOf([&] { Workspace::Open(path); });
+        const KvError error = ErrorOf([&] {
+            create ? void(Workspace::Create(path, {"x", "de-DE", 100})) : void(Workspace::Open(path));
+        });
         QCOMPARE(error.Number(), number);
         QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
         QVERIFY2(error.Description().contains(reason, Qt::CaseInsensitive), qPrintable(error.Description()));
