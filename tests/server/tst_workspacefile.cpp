@@ -1,5 +1,7 @@
-// Workspace files: saving and reopening, atomic saves, and refusing files that are not ours.
+// Workspace files: saving and reopening, the English history a save keeps, atomic saves, earlier
+// schemas, and refusing files that are not ours.
 
+#include "io/WorkspaceTransfer.h"
 #include "server/SqliteStore.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
@@ -36,11 +38,14 @@ void ExecOn(const QString &path, const char *sql)
     sqlite3_close(db);
 }
 
-// Stores a new text for the id through the editor's interface, as an edit.
-void Edit(const StringTableSetPtr &set, StringId id, StringSource source, const QString &text)
+// Stores a new text for the id through the editor's interface, as an edit; with a shortcut
+// character, as a text that allows a shortcut.
+void Edit(const StringTableSetPtr &set, StringId id, StringSource source, const QString &text,
+          const QString &shortcut = {})
 {
     const StringEntryPtr e = set->Entry(id, source);
-    set->StoreEntry(e->CreateEdited(id, text, "", false, false, false, "", 0, e->ParameterDefinitions(), true));
+    set->StoreEntry(e->CreateEdited(id, text, "", false, false, !shortcut.isEmpty(), shortcut, shortcut.isEmpty() ? 0 : 1,
+                                    e->ParameterDefinitions(), true));
 }
 
 // A saved workspace file whose English default holds the given texts as ids 1, 2, ...
@@ -502,6 +507,55 @@ private slots:
         set->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
         set->Save(ssEnglishDefault, false);
         QVERIFY(Workspace::Open(path)->Set()->Origins().isEmpty());
+    }
+
+    // What a Save, an import or a Save as replaces in the English default is kept with its revision
+    // and text properties; the text at a revision answers from the current record or the file.
+    void replacedTextIsKept_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("save") << "save";
+        QTest::newRow("import") << "import";
+        QTest::newRow("save as from English Edited") << "saveas";
+    }
+    void replacedTextIsKept()
+    {
+        QFETCH(QString, how);
+        const QString path = PathOf(how + ".kvw");
+        {
+            const WorkspacePtr ws = Workspace::Create(path, {"h", "de-DE", 100});
+            Edit(ws->Tables(), 1, ssEnglishDefault, "&Open", "O");
+            Edit(ws->Tables(), 2, ssEnglishDefault, "Close");
+            ws->Tables()->Save(ssEnglishDefault, false);
+            if (how != "import") {
+                Edit(ws->Tables(), 1, how == "save" ? ssEnglishDefault : ssEnglishEdited, "Open file");
+                ws->Tables()->Save(how == "save" ? ssEnglishDefault : ssEnglishEdited, how == "saveas");
+            }
+        }
+        if (how == "import") {
+            QFile rc(PathOf("en.rc"));
+            QVERIFY(rc.open(QIODevice::WriteOnly));
+            rc.write("STRINGTABLE\nBEGIN\n  1 \"Open file\"\n  2 \"Close\"\nEND\n");
+            rc.close();
+            QCOMPARE(io::ImportFile(*Workspace::Open(path), rc.fileName()).changed, 1);
+        }
+        const StringTableSetPtr set = Workspace::Open(path)->Tables();
+        QCOMPARE(set->Revision(1, ssEnglishDefault), qint16(2));
+        QCOMPARE(set->EnglishAt(1, 1), std::optional(EntryValues{"&Open", "", "O", tpAllowShortcut, 1}));
+        QCOMPARE(set->EnglishAt(1, 2)->text + u'|' + set->EnglishAt(2, 1)->text, QString("Open file|Close"));
+        QVERIFY(!set->EnglishAt(2, 2));
+    }
+
+    // Before a Save, the text an edit replaced is the saved record; discarding drops it.
+    void unsavedEditAnswersFromTheSavedRecord()
+    {
+        const StringTableSetPtr set = Workspace::CreateInMemory({"m", "de-DE", 10})->Tables();
+        Edit(set, 4, ssEnglishDefault, "Print");
+        set->Save(ssEnglishDefault, false);
+        Edit(set, 4, ssEnglishDefault, "Print…");
+        QCOMPARE(set->EnglishAt(4, 1)->text + u'|' + set->EnglishAt(4, 2)->text, QString("Print|Print…"));
+        set->DiscardEdits();
+        QVERIFY(!set->EnglishAt(4, 2));
     }
 };
 
