@@ -1,19 +1,22 @@
 // The translation memory: how matches rank, what an inserted match becomes, the index following
 // saves and other workspaces' files, and pre-translation from the command line.
 
-#include "cli/CommandLine.h"
 #include "memory/TranslationMemory.h"
 #include "memorysetup/MemorySetup.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
 
+#include "CliRun.h"
+#include "RecordTestSupport.h"
+
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTextStream>
 #include <QtTest>
 
 using namespace kvedit;
 using namespace kvedit::memory;
+using kvedit::test::Cli;
+using kvedit::test::Full;
 
 namespace {
 
@@ -29,17 +32,9 @@ server::WorkspacePtr MakeWorkspace(const QString &path, const QList<Pair> &pairs
 {
     const server::WorkspacePtr ws = server::Workspace::Create(path, {QStringLiteral("Test"), QStringLiteral("de-DE"), 100});
     for (const Pair &p : pairs) {
-        server::Record english;
-        english.text = p.english;
-        english.hasText = true;
-        english.revision = 1;
-        ws->Set()->PutRecord(p.id, ssEnglishDefault, english);
-        if (p.translation.isEmpty())
-            continue;
-        server::Record local = english;
-        local.text = p.translation;
-        local.status = p.approved ? sfApproved : 0;
-        ws->Set()->PutRecord(p.id, ssLocalEdited, local);
+        ws->Set()->PutRecord(p.id, ssEnglishDefault, Full(p.english, 1, 0));
+        if (!p.translation.isEmpty())
+            ws->Set()->PutRecord(p.id, ssLocalEdited, Full(p.translation, 1, p.approved ? sfApproved : 0));
     }
     ws->Tables()->Save(ssLocalEdited, false);
     return ws;
@@ -48,18 +43,20 @@ server::WorkspacePtr MakeWorkspace(const QString &path, const QList<Pair> &pairs
 void StoreTranslation(const StringTableSetPtr &tables, StringId id, const QString &text)
 {
     const StringEntryPtr e = tables->Entry(id, ssLocalEdited);
-    tables->StoreEntry(e->CreateEdited(id, text, e->EntryText(), e->Property(tpMultipleLines), e->Property(tpAllowTab),
-                                       e->Property(tpAllowShortcut), e->ShortcutCharacter(), e->ShortcutMode(),
-                                       e->ParameterDefinitions(), true));
+    tables->StoreEntry(e->CreateEdited(id, text, {}, false, false, false, {}, 0, e->ParameterDefinitions(), true));
     tables->Save(ssLocalEdited, false);
 }
 
-// "100 Datei öffnen"; a fuzzy match as "~ text".
+// "100 Datei öffnen"; a fuzzy match as "~ text"; a match from another workspace with its file name
+// after it: "100 Drucken (other.kvw)".
 QStringList Shown(const QList<Suggestion> &found)
 {
     QStringList out;
-    for (const Suggestion &s : found)
+    for (const Suggestion &s : found) {
         out << (s.percent < kExactButPunctuation ? QStringLiteral("~") : QString::number(s.percent)) + u' ' + s.translation;
+        if (s.origin != QLatin1String("this workspace"))
+            out.last() += QStringLiteral(" (%1)").arg(s.origin);
+    }
     return out;
 }
 
@@ -119,58 +116,44 @@ private slots:
                                       {4, "Open file.", "Datei öffnen."},
                                       {5, "Open the selected file", "Die ausgewählte Datei öffnen"},
                                       {6, "Close window", "Fenster schließen"}});
-        const QList<Suggestion> found = memory->Lookup(query, static_cast<StringId>(exclude));
-        QCOMPARE(Shown(found), expected);
-        for (const Suggestion &s : found)
-            QCOMPARE(s.origin, QStringLiteral("this workspace"));
+        QCOMPARE(Shown(memory->Lookup(query, static_cast<StringId>(exclude))), expected);
     }
 
-    void adapt_data()
+    // What inserting a match puts in: an approved one adapted to the current English, anything
+    // else as it stands.
+    void insertText_data()
     {
         QTest::addColumn<QString>("translation");
         QTest::addColumn<QString>("matchEnglish");
-        QTest::addColumn<QString>("currentEnglish");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("placeholders swapped") << "%1 nach %2 kopieren" << "Copy %1 to %2" << "Copy %2 to %1"
-                                              << "%2 nach %1 kopieren";
-        QTest::newRow("placeholders renumbered") << "Datei %1 fehlt" << "File %1 missing" << "File %3 missing"
-                                                 << "Datei %3 fehlt";
-        QTest::newRow("marker on the same letter") << "Speichern" << "Save" << "&Save" << "&Speichern";
-        QTest::newRow("marker on the first letter") << "Öffnen" << "Open" << "&Open" << "&Öffnen";
-        QTest::newRow("marker dropped, ampersand kept") << "&Ziehen && Ablegen" << "&Drag && Drop" << "Drag && Drop"
-                                                        << "Ziehen && Ablegen";
-        QTest::newRow("ellipsis added") << "Öffnen" << "Open" << "Open…" << "Öffnen…";
-        QTest::newRow("colon dropped") << "Name:" << "Name:" << "Name" << "Name";
-        QTest::newRow("other ending left") << "Name (Pflicht)" << "Name:" << "Name" << "Name (Pflicht)";
-    }
-    void adapt()
-    {
-        QFETCH(QString, translation);
-        QFETCH(QString, matchEnglish);
-        QFETCH(QString, currentEnglish);
-        QFETCH(QString, expected);
-        QCOMPARE(Adapt(translation, matchEnglish, currentEnglish), expected);
-    }
-
-    void insertText_data()
-    {
         QTest::addColumn<bool>("approved");
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("approved, placeholders") << true << "Copy %2 to %1" << "%2 nach %1 kopieren";
-        QTest::newRow("approved, marker and ellipsis") << true << "&Copy %1 to %2…" << "%1 na&ch %2 kopieren…";
-        QTest::newRow("unapproved stays") << false << "Copy %2 to %1" << "%1 nach %2 kopieren";
-        QTest::newRow("fuzzy stays") << true << "Copy %1 to %2 now" << "%1 nach %2 kopieren";
+        const QString copy = "%1 nach %2 kopieren";
+        QTest::newRow("placeholders swapped") << copy << "Copy %1 to %2" << true << "Copy %2 to %1"
+                                              << "%2 nach %1 kopieren";
+        QTest::newRow("placeholders renumbered") << "Datei %1 fehlt" << "File %1 missing" << true << "File %3 missing"
+                                                 << "Datei %3 fehlt";
+        QTest::newRow("marker on the same letter") << "Speichern" << "Save" << true << "&Save" << "&Speichern";
+        QTest::newRow("marker on the first letter") << "Öffnen" << "Open" << true << "&Open" << "&Öffnen";
+        QTest::newRow("marker dropped, ampersand kept") << "&Ziehen && Ablegen" << "&Drag && Drop" << true
+                                                        << "Drag && Drop" << "Ziehen && Ablegen";
+        QTest::newRow("ellipsis added") << "Öffnen" << "Open" << true << "Open…" << "Öffnen…";
+        QTest::newRow("colon dropped") << "Name:" << "Name:" << true << "Name" << "Name";
+        QTest::newRow("other ending left") << "Name (Pflicht)" << "Name:" << true << "Name" << "Name (Pflicht)";
+        QTest::newRow("marker and ellipsis") << copy << "Copy %1 to %2" << true << "&Copy %1 to %2…"
+                                             << "%1 na&ch %2 kopieren…";
+        QTest::newRow("unapproved stays") << copy << "Copy %1 to %2" << false << "Copy %2 to %1" << copy;
+        QTest::newRow("fuzzy stays") << copy << "Copy %1 to %2" << true << "Copy %1 to %2 now" << copy;
     }
     void insertText()
     {
+        QFETCH(QString, translation);
+        QFETCH(QString, matchEnglish);
         QFETCH(bool, approved);
         QFETCH(QString, query);
         QFETCH(QString, expected);
-        const auto memory = MemoryOf({{1, "Copy %1 to %2", "%1 nach %2 kopieren", approved}});
-        const QList<Suggestion> found = memory->Lookup(query);
-        QVERIFY(!found.isEmpty());
-        QCOMPARE(found.first().insertText, expected);
+        const auto memory = MemoryOf({{1, matchEnglish, translation, approved}});
+        QCOMPARE(memory->Lookup(query).value(0).insertText, expected);
     }
 
     void refreshAfterSave()
@@ -178,14 +161,13 @@ private slots:
         server::WorkspacePtr ws;
         const auto memory = MemoryOf({{1, "Close", ""}, {2, "Open", "Öffnen"}}, &ws);
         QCOMPARE(Shown(memory->Lookup(QStringLiteral("Close"))), QStringList{});
-        StoreTranslation(ws->Tables(), 1, QStringLiteral("Schließen"));
-        memory->Refresh({1});
-        QCOMPARE(Shown(memory->Lookup(QStringLiteral("Close"))), QStringList{"100 Schließen"});
         // A changed translation replaces the old one, in the full-text index too.
-        StoreTranslation(ws->Tables(), 1, QStringLiteral("Zumachen"));
-        memory->Refresh({1});
-        QCOMPARE(Shown(memory->Lookup(QStringLiteral("Close"))), QStringList{"100 Zumachen"});
-        QCOMPARE(Shown(memory->Lookup(QStringLiteral("Close it now"))), QStringList{"~ Zumachen"});
+        for (const QString text : {"Schließen", "Zumachen"}) {
+            StoreTranslation(ws->Tables(), 1, text);
+            memory->Refresh({1});
+            QCOMPARE(Shown(memory->Lookup("Close")) + Shown(memory->Lookup("Close it now")),
+                     (QStringList{"100 " + text, "~ " + text}));
+        }
 
         // The same workspace as another one's memory: indexed once, again after its file changed.
         const QString other = NewFile(QStringLiteral(".kvw"));
@@ -196,9 +178,7 @@ private slots:
         QVERIFY(!second.IsCurrent(first));
         second.AddWorkspace(first, ws->Tables(), 100);
         QVERIFY(second.IsCurrent(first));
-        const QList<Suggestion> found = second.Lookup(QStringLiteral("Close"), 1);
-        QCOMPARE(Shown(found), QStringList{"100 Zumachen"});
-        QCOMPARE(found.first().origin, QFileInfo(first).fileName());
+        QCOMPARE(Shown(second.Lookup("Close", 1)), QStringList{"100 Zumachen (" + QFileInfo(first).fileName() + u')'});
         StoreTranslation(ws->Tables(), 2, QStringLiteral("Aufmachen"));
         QVERIFY(!second.IsCurrent(first));
     }
@@ -241,13 +221,8 @@ private slots:
         settings.setValue(QStringLiteral("memory/workspaces"), listed.replaceInStrings(QStringLiteral("OTHER"), other));
         settings.sync();
 
-        QString out, err;
-        QTextStream outStream(&out), errStream(&err);
-        const int exit = cli::RunCommandLine(QStringList{"kvedit", "pretranslate", path} + options, outStream, errStream);
-        outStream.flush();
-        errStream.flush();
-        QVERIFY2(exit == code, qPrintable(out + err));
-        QVERIFY2((out + err).contains(message), qPrintable(out + err));
+        const test::CliRun r = Cli(QStringList{"pretranslate", path} + options);
+        QVERIFY2(r.code == code && (r.out + r.err).contains(message), r.Describe());
 
         const server::WorkspacePtr ws = server::Workspace::Open(path);
         QStringList found;
@@ -269,7 +244,7 @@ private slots:
         QVERIFY(!memory->WarmStep(40));
         QCOMPARE(Shown(memory->Lookup(QStringLiteral("Print"))), QStringList{"100 Drucken"});   // finished by the lookup
         QVERIFY(memory->WarmStep(40));
-        memory->SetWorkspace(ws->Tables(), m_dir.filePath(QStringLiteral("f%1.kvw").arg(m_serial - 1)), 10);
+        memory->SetWorkspace(ws->Tables(), ws->FilePath(), 10);
         int steps = 0;
         while (!memory->WarmStep(4))
             ++steps;
@@ -284,37 +259,13 @@ private slots:
     {
         const QString path = NewFile(QStringLiteral(".kvw"));
         MakeWorkspace(path, {{1, "Open", "Öffnen"}, {2, "Print", ""}, {3, "Save all", ""}});
-        const QString xliff = NewFile(QStringLiteral(".xlf"));
-        QFile file(xliff);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(R"(<?xml version="1.0" encoding="UTF-8"?>
-<xliff xmlns="urn:oasis:names:tc:xliff:document:1.2" version="1.2">
- <file original="app" source-language="en" target-language="de-DE" datatype="plaintext"><body>
-  <trans-unit id="2"><source>Print</source><target state="new"/>
-   <alt-trans origin="mt" match-quality="70"><target>Drucke</target></alt-trans>
-   <alt-trans origin="tm" match-quality="95%"><source>Print</source><target>Drucken</target></alt-trans>
-  </trans-unit>
-  <trans-unit id="3"><source>Save all</source>
-   <alt-trans><source>Save all files</source><target>Alle Dateien speichern</target></alt-trans>
-  </trans-unit>
- </body></file>
-</xliff>
-)");
-        file.close();
-        const auto run = [](const QStringList &arguments, QString &output) {
-            QTextStream stream(&output);
-            const int code = cli::RunCommandLine(QStringList{"kvedit"} + arguments, stream, stream);
-            stream.flush();
-            return code;
-        };
-        QString output;
-        QVERIFY2(run({"import", path, xliff}, output) == 0, qPrintable(output));
-        QVERIFY2(output.contains(QLatin1String("offers for 2 strings")), qPrintable(output));
+        test::CliRun r = Cli({"import", path, QFINDTESTDATA("data/offers.xlf")});
+        QVERIFY2(r.code == 0 && r.out.contains("offers for 2 strings"), r.Describe());
         QVERIFY(!server::Workspace::Open(path)->Tables()->HasText(2, ssLocalEdited));
-        output.clear();
-        QVERIFY2(run({"pretranslate", path, "--min", "60"}, output) == 0, qPrintable(output));
-        QVERIFY2(output.contains(QLatin1String("2\t100 %\tDrucken\t(offered in an XLIFF file)")), qPrintable(output));
-        QVERIFY2(output.contains(QLatin1String("3\t80 %\tAlle Dateien speichern")), qPrintable(output));
+        r = Cli({"pretranslate", path, "--min", "60"});
+        QVERIFY2(r.code == 0 && r.out.contains("2\t100 %\tDrucken\t(offered in an XLIFF file)")
+                     && r.out.contains("3\t80 %\tAlle Dateien speichern"),
+                 r.Describe());
     }
 };
 

@@ -11,11 +11,12 @@ using namespace kvedit;
 
 namespace {
 
-QList<qint32> Seq(int n, int step = 1)
+// 1, 2, ... n.
+QList<qint32> Seq(int n)
 {
     QList<qint32> out;
     for (int i = 1; i <= n; ++i)
-        out << i * step;
+        out << i;
     return out;
 }
 

@@ -25,6 +25,9 @@ Record NoText(qint16 revision = 0, int status = 0)
     r.revision = revision;
     r.status = status;
     r.description = QStringLiteral("placeholder");
+    r.properties = tpAllowShortcut | tpMultipleLines;
+    r.shortcutCharacter = QStringLiteral("F");
+    r.shortcutMode = 2;
     return r;
 }
 
@@ -123,6 +126,15 @@ private slots:
                 QCOMPARE(f.set->IdInUse(9, StringSource(s)), expected);
             }
             QVERIFY(!f.set->RecordOf(9, StringSource(source == 0 ? 1 : 0)).has_value());   // a slot is no record
+            // A translation without a record is written like the English string: its description,
+            // text properties and shortcut mode, but no text and no shortcut character.
+            if (source == ssEnglishDefault) {
+                Record written = NoText();
+                written.shortcutCharacter.clear();
+                for (int s = 0; s < 4; ++s)
+                    QCOMPARE(Stored(f.server->CreateEntry(f.set, 9, StringSource(s))), s == source ? Record() : written);
+                QCOMPARE(Stored(f.set->Entry(9, ssLocalDefault)), written);
+            }
             // An unused id, next to a used one, gets a blank entry, from the set and from the server.
             for (const StringEntryPtr &entry : {f.set->Entry(10, StringSource(source)),
                                                 f.server->CreateEntry(f.set, 10, StringSource(source))}) {
@@ -139,28 +151,6 @@ private slots:
             for (int s = 0; s < 4; ++s)
                 QVERIFY(!f.set->IdInUse(9, StringSource(s)));
         }
-    }
-
-    void missingTranslationIsWrittenLikeTheEnglish()
-    {
-        Fixture f;
-        Record english = Full("&First line\nSecond\tline", 3);
-        english.description = "Welcome text";
-        english.properties = tpAllowShortcut | tpMultipleLines | tpAllowTab;
-        english.shortcutCharacter = "F";
-        english.shortcutMode = 2;
-        f.Saved(15, ssEnglishDefault, english);
-        // English Edited has no entry of its own here: it falls back to the English default.
-        Record written;   // no text, no shortcut character, not approved
-        written.description = english.description;
-        written.properties = english.properties;
-        written.shortcutMode = english.shortcutMode;
-        for (const StringEntryPtr &e : {f.set->Entry(15, ssLocalEdited), f.set->Entry(15, ssLocalDefault),
-                                        f.server->CreateEntry(f.set, 15, ssLocalEdited),
-                                        f.server->CreateEntry(f.set, 15, ssEnglishEdited)})
-            QCOMPARE(Stored(e), written);
-        QCOMPARE(f.set->Entry(15, ssEnglishEdited)->Text(), english.text);
-        QCOMPARE(f.server->CreateEntry(f.set, 15, ssEnglishDefault)->EntryText(), QString());
     }
 
     // A translation takes the English revision when stored; a new English text raises it once per
@@ -231,6 +221,11 @@ private slots:
         f.set->setParameters(40, {ParameterDefinition(1, "text", "%1")});
         f.set->setSymbol(40, "IDS_FIND");
         f.set->Save(ssEnglishDefault, false);
+        // Removing a string and adding it again in place is no edit at all.
+        const StringEntryPtr same = f.set->Entry(40, ssEnglishDefault);
+        f.set->RemoveEntry(40, ssEnglishDefault);
+        f.set->AddEntry(same);
+        QVERIFY(!f.set->Modified());
 
         f.Store(40, ssEnglishDefault, "Find...");
         f.Store(40, ssLocalEdited, "Suchen...");
@@ -310,20 +305,6 @@ private slots:
         translation->ParameterDefinitions()->Clear();
         f.set->StoreEntry(f.Edited(translation, "%1 von %2"));
         QCOMPARE(f.set->Parameters(61).size(), 2);
-    }
-
-    // Removing a string and adding it again in place is no edit at all.
-    void removeAndAddInPlace()
-    {
-        Fixture f;
-        f.set->PutRecord(80, ssEnglishDefault, Full("Open %1", 4));
-        f.set->setSymbol(80, "IDS_OPEN_FILE");
-        f.set->Save(ssEnglishDefault, false);
-        const StringEntryPtr same = f.set->Entry(80, ssEnglishDefault);
-        f.set->RemoveEntry(80, ssEnglishDefault);
-        f.set->AddEntry(same);
-        QVERIFY(!f.set->Modified());
-        QCOMPARE(f.set->Symbol(80), QString("IDS_OPEN_FILE"));
     }
 
     void symbols()

@@ -1,5 +1,7 @@
-// Workspace files: saving and reopening, atomic saves, and refusing files that are not ours.
+// Workspace files: saving and reopening, the English history a save keeps, atomic saves, earlier
+// schemas, and refusing files that are not ours.
 
+#include "io/WorkspaceTransfer.h"
 #include "server/SqliteStore.h"
 #include "server/TableSet.h"
 #include "server/Workspace.h"
@@ -36,11 +38,14 @@ void ExecOn(const QString &path, const char *sql)
     sqlite3_close(db);
 }
 
-// Stores a new text for the id through the editor's interface, as an edit.
-void Edit(const StringTableSetPtr &set, StringId id, StringSource source, const QString &text)
+// Stores a new text for the id through the editor's interface, as an edit; with a shortcut
+// character, as a text that allows a shortcut.
+void Edit(const StringTableSetPtr &set, StringId id, StringSource source, const QString &text,
+          const QString &shortcut = {})
 {
     const StringEntryPtr e = set->Entry(id, source);
-    set->StoreEntry(e->CreateEdited(id, text, "", false, false, false, "", 0, e->ParameterDefinitions(), true));
+    set->StoreEntry(e->CreateEdited(id, text, "", false, false, !shortcut.isEmpty(), shortcut, shortcut.isEmpty() ? 0 : 1,
+                                    e->ParameterDefinitions(), true));
 }
 
 // A saved workspace file whose English default holds the given texts as ids 1, 2, ...
@@ -74,11 +79,11 @@ private:
     bool m_dropped = false;
 };
 
-// Every file of a folder with its digest: what an open must leave as it was.
+// Every entry of a folder with its digest (none for a folder): what an open must leave as it was.
 QStringList FolderState(const QString &folder)
 {
     QStringList state;
-    for (const QString &name : QDir(folder).entryList(QDir::Files | QDir::Hidden))
+    for (const QString &name : QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot))
         state << name + u' ' + QString::fromLatin1(Digest(folder + u'/' + name).toHex());
     return state;
 }
@@ -150,44 +155,20 @@ private slots:
         QVERIFY(m_dir->isValid());
     }
 
-    void createWritesHeaderValues()
+    void createRefusesBadMaximum()
     {
-        const QString path = PathOf("new.kvw");
-        const WorkspacePtr created = Workspace::Create(path, {"Sales Tool", "ja-JP", 2000});
-        QCOMPARE(created->FilePath(), path);
-        QVERIFY(!created->Tables()->Modified());
-        const WorkspacePtr opened = Workspace::Open(path);
-        QCOMPARE(QStringLiteral("%1|%2|").arg(opened->Name()).arg(opened->TextServer()->MaximumCount())
-                     + opened->Tables()->SourceLanguage(ssLocalDefault).Name(), QString("Sales Tool|2000|Japanese"));
-        QCOMPARE(opened->TextServer()->StringTableSet(), opened->Tables());
-    }
-
-    void createRefusesExistingFileAndBadValues()
-    {
-        const QString path = PathOf("exists.kvw");
-        {
-            QFile f(path);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("someone's notes");
-        }
-        const QByteArray before = Digest(path);
-        KvError error = ErrorOf([&] { Workspace::Create(path, {"x", "de-DE", 100}); });
-        QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
-        QCOMPARE(Digest(path), before);
-
-        const QString nowhere = PathOf("missing-folder/new.kvw");
-        error = ErrorOf([&] { Workspace::Create(nowhere, {"x", "de-DE", 100}); });
-        QCOMPARE(error.Number(), int(errStorage));
-        QVERIFY(error.Description().contains(QDir::toNativeSeparators(nowhere)));
         for (const int maximum : {0, -5, 40000})
             QCOMPARE(ErrorOf([&] { Workspace::CreateInMemory({"x", "de-DE", maximum}); }).Number(), int(errInvalidCall));
     }
 
+    // The header values and every field of a record, in each source, come back as saved.
     void saveToOwnSourcesAndReopen()
     {
         const QString path = PathOf("round.kvw");
-        const WorkspacePtr ws = Workspace::Create(path, {"Round trip", "de-DE", 32767});
+        const WorkspacePtr ws = Workspace::Create(path, {"Round trip", "ja-JP", 32767});
         const std::shared_ptr<TableSet> set = ws->Set();
+        QCOMPARE(ws->FilePath(), path);
+        QVERIFY(!set->Modified());
 
         Record english = Full("&Print...\tCtrl+P", 3, sfApproved, "File menu");
         english.properties = tpAllowShortcut | tpAllowTab;
@@ -203,7 +184,8 @@ private slots:
         set->PutRecord(32767, ssEnglishDefault, english);
         set->PutRecord(32767, ssLocalDefault, german);
         set->PutRecord(32767, ssLocalEdited, empty);
-        set->PutRecord(1, ssEnglishEdited, Full("日本語のテキスト", 1, 0));
+        const Record japanese = Full("日本語のテキスト", 1, 0);
+        set->PutRecord(1, ssEnglishEdited, japanese);
         set->PutRecord(1, ssEnglishDefault, Full("", 1, 0));   // an empty text is still a text
         const ParameterList parameters{ParameterDefinition(2, "second, first in the list", "%2"),
                                        ParameterDefinition(1, "O'Brien; DROP TABLE records", "%1")};
@@ -214,23 +196,29 @@ private slots:
 
         const WorkspacePtr reopened = Workspace::Open(path);
         const std::shared_ptr<TableSet> again = reopened->Set();
-        QCOMPARE(again->RecordOf(32767, ssEnglishDefault), std::optional(english));
-        QCOMPARE(again->RecordOf(32767, ssLocalDefault), std::optional(german));
-        QCOMPARE(again->RecordOf(32767, ssLocalEdited), std::optional(empty));
-        QCOMPARE(again->RecordOf(1, ssEnglishEdited), std::optional(Full("日本語のテキスト", 1, 0)));
-        QVERIFY(again->HasText(1, ssEnglishDefault));
+        QCOMPARE(QStringLiteral("%1|%2|").arg(reopened->Name()).arg(reopened->TextServer()->MaximumCount())
+                     + again->SourceLanguage(ssLocalDefault).Name(), QString("Round trip|32767|Japanese"));
+        QCOMPARE(reopened->TextServer()->StringTableSet(), reopened->Tables());
+        const QList<std::optional<Record>> records{again->RecordOf(32767, ssEnglishDefault),
+                                                   again->RecordOf(32767, ssLocalDefault),
+                                                   again->RecordOf(32767, ssLocalEdited),
+                                                   again->RecordOf(1, ssEnglishEdited), again->RecordOf(1, ssEnglishDefault)};
+        QCOMPARE(records, (QList<std::optional<Record>>{english, german, empty, japanese, Full("", 1, 0)}));
         QCOMPARE(again->Parameters(32767), parameters);
         QCOMPARE(reopened->Symbol(32767), QString("IDS_FILE_PRINT"));
         QCOMPARE(again->RecordCount(ssEnglishDefault), 2);
         QVERIFY(!again->Modified());
 
-        // Deletions reach the file too.
+        // Deletions reach the file too, and only what changed is written: another program's change
+        // of a string behind our back is not undone.
+        ExecOn(path, "UPDATE records SET text = 'changed outside' WHERE id = 1");
         set->RemoveEntry(32767, ssLocalEdited);
         set->setParameters(32767, {});
         ws->setSymbol(32767, {});
         set->Save(ssLocalEdited, false);
         const std::shared_ptr<TableSet> third = Workspace::Open(path)->Set();
         QVERIFY(!third->RecordOf(32767, ssLocalEdited) && third->Parameters(32767).isEmpty() && third->Symbol(32767).isEmpty());
+        QCOMPARE(third->Text(1, ssEnglishDefault), QString("changed outside"));
     }
 
     void saveAsIntoDefault_data()
@@ -277,24 +265,13 @@ private slots:
         }
     }
 
-    void saveWritesOnlyWhatChanged()
+    void openOrCreateRefuses_data()
     {
-        const QString path = PathOf("partial.kvw");
-        SavedFile(path, {"one", "two"});
-        const WorkspacePtr ws = Workspace::Open(path);
-        // Another program changes string 1 behind our back; our save of string 2 must not undo it.
-        ExecOn(path, "UPDATE records SET text = 'changed outside' WHERE id = 1");
-        Edit(ws->Tables(), 2, ssEnglishDefault, "zwei");
-        ws->Tables()->Save(ssEnglishDefault, false);
-        const StringTableSetPtr reopened = Workspace::Open(path)->Tables();
-        QCOMPARE(reopened->Text(1, ssEnglishDefault) + '|' + reopened->Text(2, ssEnglishDefault), QString("changed outside|zwei"));
-    }
-
-    void openRefuses_data()
-    {
-        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("kind");     // after "create ": Create refuses, not Open
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("reason");   // part of the message besides the file name
+        QTest::newRow("create over someone's file") << "create text" << int(errFileAccess) << "already exists";
+        QTest::newRow("create in a missing folder") << "create nofolder" << int(errStorage) << "";
         QTest::newRow("missing file") << "missing" << int(errFileNotFound) << "not found";
         QTest::newRow("folder that does not exist") << "nofolder" << int(errFileNotFound) << "not found";
         QTest::newRow("folder in the way") << "folder" << int(errFileAccess) << "not a file";
@@ -325,21 +302,20 @@ private slots:
                                          << int(errStorage) << "its table \"symbols\" has a computed column \"big\"";
         QTest::newRow("missing table") << "DROP TABLE parameters" << int(errStorage) << "its table \"parameters\" is missing";
     }
-    void openRefuses()
+    void openOrCreateRefuses()
     {
         QFETCH(QString, kind);
         QFETCH(int, number);
         QFETCH(QString, reason);
+        const bool create = kind.startsWith("create ");
+        if (create)
+            kind = kind.mid(7);
         QString path = PathOf("file.kvw");
         const auto write = [&](const QByteArray &bytes) {
             QFile f(path);
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write(bytes);
         };
-        QStringList many;
-        for (int id = 1; id <= 3000; ++id)
-            many << QString("String number %1 with some text to fill pages").arg(id);
-
         if (kind == "folder") {
             QVERIFY(QDir(m_dir->path()).mkdir("file.kvw"));
         } else if (kind == "text") {
@@ -349,7 +325,7 @@ private slots:
         } else if (kind == "empty") {
             write(QByteArray());
         } else if (kind == "truncated") {
-            SavedFile(path, many, 32767);
+            SavedFile(path, QStringList(3000, "A string with some text to fill the pages"), 32767);
             QFile f(path);
             QVERIFY(f.resize(f.size() / 2));
         } else if (kind == "newer" || kind == "noschema") {
@@ -364,49 +340,33 @@ private slots:
             SavedFile(path, {"one"});
             ExecOn(path, qPrintable(kind));
         }
-        const QByteArray before = Digest(path);
-        const QStringList filesBefore = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        const QStringList before = FolderState(m_dir->path());
 
-        const KvError error = ErrorOf([&] { Workspace::Open(path); });
+        const KvError error = ErrorOf([&] {
+            create ? void(Workspace::Create(path, {"x", "de-DE", 100})) : void(Workspace::Open(path));
+        });
         QCOMPARE(error.Number(), number);
         QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
         QVERIFY2(error.Description().contains(reason, Qt::CaseInsensitive), qPrintable(error.Description()));
-        QCOMPARE(Digest(path), before);   // nothing written
-        QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), filesBefore);   // nor beside it
-    }
-
-    void openRefusesUnreadableDirectory()
-    {
-        QVERIFY(QFile::setPermissions(m_dir->path(), QFileDevice::Permissions(0x7777)));
-        const QString folder = PathOf("closed");
-        QVERIFY(QDir(m_dir->path()).mkdir("closed"));
-        const QString path = folder + "/file.kvw";
-        Workspace::Create(path, {"closed", "de-DE", 10});
-        QVERIFY(QFile::setPermissions(folder, QFileDevice::Permissions()));
-        const KvError error = ErrorOf([&] {
-            const AsOrdinaryUser user;
-            Workspace::Open(path);
-        });
-        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QVERIFY(error.Number() != 0);
-        QVERIFY(error.Description().contains(QDir::toNativeSeparators(path)));
+        QCOMPARE(FolderState(m_dir->path()), before);   // nothing written in the file or beside it
     }
 
     void writeProtectedPlaces_data()
     {
-        QTest::addColumn<bool>("folderProtected");   // else only the file is
+        QTest::addColumn<QString>("protection");   // "file", "folder" (read-only) or "closed" (folder)
         QTest::addColumn<bool>("withLog");           // the last save still in the -wal
         QTest::addColumn<bool>("withShm");
         QTest::addColumn<QString>("refusal");        // empty: opens and shows the last save
-        QTest::newRow("file") << false << false << false << "";
-        QTest::newRow("folder") << true << false << false << "";
-        QTest::newRow("folder, log and -shm") << true << true << true << "";
-        QTest::newRow("folder, log without -shm") << true << true << false << "cannot be read as last saved";
-        QTest::newRow("file, log without -shm") << false << true << false << "cannot be read as last saved";
+        QTest::newRow("file") << "file" << false << false << "";
+        QTest::newRow("folder") << "folder" << false << false << "";
+        QTest::newRow("folder, log and -shm") << "folder" << true << true << "";
+        QTest::newRow("folder, log without -shm") << "folder" << true << false << "cannot be read as last saved";
+        QTest::newRow("file, log without -shm") << "file" << true << false << "cannot be read as last saved";
+        QTest::newRow("folder that cannot be read") << "closed" << false << false << "was not found";
     }
     void writeProtectedPlaces()
     {
-        QFETCH(bool, folderProtected);
+        QFETCH(QString, protection);
         QFETCH(bool, withLog);
         QFETCH(bool, withShm);
         QFETCH(QString, refusal);
@@ -429,8 +389,9 @@ private slots:
         const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
         for (const QString &name : QDir(place).entryList(QDir::Files))
             QVERIFY(QFile::setPermissions(place + u'/' + name, readOnly));
-        if (folderProtected)
-            QVERIFY(QFile::setPermissions(place, readOnly | QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther));
+        const auto folderExe = QFileDevice::ExeOwner | QFileDevice::ExeGroup | QFileDevice::ExeOther;
+        if (protection != "file")
+            QVERIFY(QFile::setPermissions(place, protection == "folder" ? readOnly | folderExe : QFileDevice::Permissions()));
         const QStringList before = FolderState(place);
         {
             const AsOrdinaryUser user;
@@ -507,12 +468,22 @@ private slots:
         QCOMPARE(reopened->Tables()->Text(1, ssEnglishDefault) + reopened->Symbol(1), QString(ws ? "changedIDS_CHANGED" : "intact"));
     }
 
-    // A file of the first schema opens unchanged and gains the origins' table on its first save.
-    void firstSchemaIsMigratedOnSave()
+    // A file of an earlier schema (the first had no origins' table, the second no English
+    // history) opens unchanged and gains what it lacks with its first save, losing nothing.
+    void earlierSchemaIsMigratedOnSave_data()
     {
+        QTest::addColumn<QString>("sql");   // turns the second schema's file into the one tested
+        QTest::newRow("schema 1") << "DROP TABLE exchange_origins; PRAGMA user_version = 1";
+        QTest::newRow("schema 2") << "";
+    }
+    void earlierSchemaIsMigratedOnSave()
+    {
+        QFETCH(QString, sql);
         const QString path = PathOf("old.kvw");
-        SavedFile(path, {"one", "two"});
-        ExecOn(path, "DROP TABLE exchange_origins; PRAGMA user_version = 1");
+        QVERIFY(QFile::copy(QFINDTESTDATA("data/schema2.kvw"), path));
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
+        if (!sql.isEmpty())
+            ExecOn(path, qPrintable(sql));
         const QByteArray before = Digest(path);
         const ExchangeOrigin origin{"app.json", "71", "a <x id=\"1\"/>", {}, "final", "exact-match"};
         {
@@ -522,14 +493,67 @@ private slots:
             ws->Set()->DiscardEdits();
             QVERIFY(ws->Set()->Origins().isEmpty());
             ws->Set()->setOrigin(2, origin);
+            Edit(ws->Tables(), 1, ssEnglishDefault, "&Open…");
             ws->Set()->Save(ssEnglishDefault, false);
         }
         const WorkspacePtr ws = Workspace::Open(path);
-        QCOMPARE(ws->Set()->Origin(2), origin);
-        QCOMPARE(ws->Set()->Text(1, ssEnglishDefault) + ws->Set()->Text(2, ssEnglishDefault), QString("onetwo"));
-        ws->Set()->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
-        ws->Set()->Save(ssEnglishDefault, false);
+        const std::shared_ptr<TableSet> set = ws->Set();
+        QCOMPARE(set->Origin(2), origin);
+        QCOMPARE((QStringList{set->EnglishAt(1, 1)->text, set->Text(1, ssEnglishDefault), set->Text(1, ssLocalDefault),
+                              QString::number(set->Revision(1, ssLocalDefault)), set->Text(3, ssLocalDefault)}),
+                 (QStringList{"&Open...", "&Open…", "Ö&ffnen...", "1", "Änderungen an %1 speichern?"}));
+        set->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
+        set->Save(ssEnglishDefault, false);
         QVERIFY(Workspace::Open(path)->Set()->Origins().isEmpty());
+    }
+
+    // What a Save, an import or a Save as replaces in the English default is kept with its revision
+    // and text properties; the text at a revision answers from the current record or the file.
+    void replacedTextIsKept_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("save") << "save";
+        QTest::newRow("import") << "import";
+        QTest::newRow("save as from English Edited") << "saveas";
+    }
+    void replacedTextIsKept()
+    {
+        QFETCH(QString, how);
+        const QString path = PathOf(how + ".kvw");
+        {
+            const WorkspacePtr ws = Workspace::Create(path, {"h", "de-DE", 100});
+            Edit(ws->Tables(), 1, ssEnglishDefault, "&Open", "O");
+            Edit(ws->Tables(), 2, ssEnglishDefault, "Close");
+            ws->Tables()->Save(ssEnglishDefault, false);
+            if (how != "import") {
+                Edit(ws->Tables(), 1, how == "save" ? ssEnglishDefault : ssEnglishEdited, "Open file");
+                ws->Tables()->Save(how == "save" ? ssEnglishDefault : ssEnglishEdited, how == "saveas");
+            }
+        }
+        if (how == "import") {
+            QFile rc(PathOf("en.rc"));
+            QVERIFY(rc.open(QIODevice::WriteOnly));
+            rc.write("STRINGTABLE\nBEGIN\n  1 \"Open file\"\n  2 \"Close\"\nEND\n");
+            rc.close();
+            QCOMPARE(io::ImportFile(*Workspace::Open(path), rc.fileName()).changed, 1);
+        }
+        const StringTableSetPtr set = Workspace::Open(path)->Tables();
+        QCOMPARE(set->Revision(1, ssEnglishDefault), qint16(2));
+        QCOMPARE(set->EnglishAt(1, 1), std::optional(EntryValues{"&Open", "", "O", tpAllowShortcut, 1}));
+        QCOMPARE(set->EnglishAt(1, 2)->text + u'|' + set->EnglishAt(2, 1)->text, QString("Open file|Close"));
+        QVERIFY(!set->EnglishAt(2, 2));
+    }
+
+    // Before a Save, the text an edit replaced is the saved record; discarding drops it.
+    void unsavedEditAnswersFromTheSavedRecord()
+    {
+        const StringTableSetPtr set = Workspace::CreateInMemory({"m", "de-DE", 10})->Tables();
+        Edit(set, 4, ssEnglishDefault, "Print");
+        set->Save(ssEnglishDefault, false);
+        Edit(set, 4, ssEnglishDefault, "Print…");
+        QCOMPARE(set->EnglishAt(4, 1)->text + u'|' + set->EnglishAt(4, 2)->text, QString("Print|Print…"));
+        set->DiscardEdits();
+        QVERIFY(!set->EnglishAt(4, 2));
     }
 };
 
