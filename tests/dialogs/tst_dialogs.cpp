@@ -194,26 +194,6 @@ private slots:
         QCOMPARE(CharacterCodeReport(text), lines.join(QStringLiteral("\r\n")));
     }
 
-    void reportWindow()
-    {
-        frmReport form;
-        form.DisplayText(QStringLiteral("A\tB"));   // each report replaces the whole text
-        OnModal<frmReport>([&](frmReport *dialog) {
-            auto *box = Find<QPlainTextEdit>(dialog, "rtfReport");
-            QCOMPARE(box->toPlainText(), QStringLiteral("1.\t32\t0x20\t<SPACE>"));
-            QCOMPARE(dialog->size(), QSize(462, 318));   // 6930 x 4770 twips at 96 dpi
-            QCOMPARE(box->geometry(), dialog->rect());
-            dialog->showMinimized();
-            dialog->showNormal();
-            dialog->resize(300, 100);
-            QCOMPARE(box->geometry(), QRect(0, 0, 300, 100));
-            dialog->DisplayText(QString(200, QLatin1Char('x')));
-            QVERIFY(box->isReadOnly() && box->verticalScrollBar()->maximum() > 0);
-        });
-        form.Report(QStringLiteral(" "));
-        QCOMPARE(form.windowTitle(), QStringLiteral("Character Code Report"));
-    }
-
     // --- Insert special ---------------------------------------------------------------------
 
     void insertSpecial_data()
@@ -597,6 +577,46 @@ private slots:
         QVERIFY(services->prompts->calls.isEmpty());
     }
 
+    // An out-of-date translation shows what changed in the English, its grade and revisions;
+    // Keep Approval, offered for a trivial change, saves the translation carried over, approved.
+    void translateShowsWhatChangedInTheEnglish_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<QStringList>("shown");   // empty: no panel at all
+        QTest::addColumn<QString>("kept");        // the text Keep Approval saves; empty: not offered
+        QTest::newRow("word replaced") << "Could not open %1" << "Could not read %1"
+                                       << QStringList{"<s", "open", "read", "words changed"} << "";
+        QTest::newRow("ellipsis added") << "Open" << "Open..." << QStringList{"...", "punctuation"} << "Öffnen...";
+        QTest::newRow("current") << "Close" << "Close" << QStringList{} << "";
+    }
+    void translateShowsWhatChangedInTheEnglish()
+    {
+        QFETCH(QString, before);
+        QFETCH(QString, after);
+        QFETCH(QStringList, shown);
+        QFETCH(QString, kept);
+        tables->Put(kId, ssEnglishDefault, {.text = before});
+        tables->Put(kId, ssLocalDefault, {.text = "Öffnen", .status = sfApproved});
+        tables->set->Save(ssEnglishDefault, false);
+        if (after != before) {   // the English text of revision 1 stays in the history
+            tables->Put(kId, ssEnglishDefault, {.text = after, .revision = 2});
+            tables->set->Save(ssEnglishDefault, false);
+        }
+        const StringEntryPtr result = Translate(ssLocalDefault, [&](frmTranslate *dialog) {
+            QCOMPARE(Find(dialog, "fraChange")->isVisible(), !shown.isEmpty());
+            QCOMPARE(Find(dialog, "cmdKeepApproval")->isVisible(), !kept.isEmpty());
+            const QString all = Find<QLabel>(dialog, "lblChange")->text() + Find<QLabel>(dialog, "lblChangeClass")->text()
+                                + Find<QLabel>(dialog, "lblChangeRevisions")->text();
+            for (const QString &part : shown + QStringList{"revision 1", "revision 2"})
+                QVERIFY2(shown.isEmpty() || all.contains(part), qPrintable(part + " not in " + all));
+            if (!kept.isEmpty())
+                Click(dialog, "cmdKeepApproval");
+        });
+        QCOMPARE(result ? result->Text() : QString(), kept);
+        QVERIFY(!result || result->Status(sfApproved));
+    }
+
     void translateCancelLeavesTheEntryUnchanged()
     {
         tables->Put(kId, ssEnglishDefault, {.text = "Open %1", .description = "menu", .properties = tpAllowShortcut});
@@ -616,13 +636,26 @@ private slots:
             });
             Click(dialog, "cmdEditParameterDefs");
             QCOMPARE(Rows(dialog, "lvwParameters").size(), 2);
-            // The report shows the box's text and is gone once closed.
-            OnModal<frmReport>([&](frmReport *form) { report = BoxText(form, "rtfReport"); });
+            // The report shows the box's text, fills its window at any size, each report replacing
+            // the whole text; it is gone once closed.
+            OnModal<frmReport>([&](frmReport *form) {
+                auto *box = Find<QPlainTextEdit>(form, "rtfReport");
+                report = BoxText(form, "rtfReport") + '|' + form->windowTitle();
+                QCOMPARE(form->size(), QSize(462, 318));   // 6930 x 4770 twips at 96 dpi
+                QCOMPARE(box->geometry(), form->rect());
+                form->showMinimized();
+                form->showNormal();
+                form->resize(300, 100);
+                QCOMPARE(box->geometry(), QRect(0, 0, 300, 100));
+                form->DisplayText(QString(200, QLatin1Char('x')));
+                QVERIFY(box->toPlainText().startsWith(QStringLiteral("1.\t120\t0x78\tx\n")));
+                QVERIFY(box->isReadOnly() && box->verticalScrollBar()->maximum() > 0);
+            });
             Click(dialog, "cmdReport");
             QVERIFY(!dialog->findChild<frmReport *>());
             Click(dialog, "cmdCancel");
         }));
-        QCOMPARE(report, CharacterCodeReport(QStringLiteral("A\r\nB")));
+        QCOMPARE(report, CharacterCodeReport(QStringLiteral("A\r\nB")) + "|Character Code Report");
         QCOMPARE(Snapshot(tables->Entry(kId, ssEnglishDefault)), before);
         QVERIFY(!Translate(ssEnglishDefault, [](frmTranslate *dialog) { dialog->close(); }));   // the close box
     }
