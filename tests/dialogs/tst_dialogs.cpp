@@ -112,13 +112,15 @@ struct InsertCase {
 };
 
 // How the translate dialog opens an entry of the source with the parameters and properties
-// given; the captions of window and frame; the property labels and the properties' summary.
+// given, every source between it and the English default holding a text; the captions of window
+// and frame; the property labels and the properties' summary; the original preselected, then
+// each one offered, as "source=text".
 struct OpenCase {
     int source;
     bool owned;
     QString parameters;
     int properties;
-    QString captions, shown;
+    QString captions, shown, originals;
 };
 
 } // namespace
@@ -345,23 +347,25 @@ private slots:
     {
         QTest::addColumn<OpenCase>("c");
         const int all = tpAllowShortcut | tpMultipleLines | tpAllowTab;
-        QTest::newRow("English default: edit, unowned")
+        const QString english = "English Default=Open file";
+        QTest::newRow("English default: edit, unowned, only itself as original")
             << OpenCase{3, false, "item count folder", all, "Edit string resource 42|&New value",
                         "Shortcuts enabled|Multiline enabled|Allow Tab Characters|Multiple lines|Allow tab character|"
-                        "Allow shortcut key|Shortcut = O"};
-        QTest::newRow("local edited: translate, owned")
+                        "Allow shortcut key|Shortcut = O", "English Default=Datei öffnen|English Default=Datei öffnen"};
+        QTest::newRow("local edited: translate, owned, the three others as originals")
             << OpenCase{0, true, "name", 0, "Translate string resource 42|&New translation for German edited",
-                        "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line"};
+                        "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line",
+                        english + "|Local Default=text 1|English Edited=text 2|" + english};
         // A translation of a string without definitions shows an empty list with its headings.
         QTest::newRow("local default without definitions, single line ignores tabs")
             << OpenCase{1, false, "", tpAllowTab | tpAllowShortcut,
                         "Translate string resource 42|&New translation for German default",
                         "Shortcuts enabled|Multiline disabled|Allow Tab Characters|Single line|Allow shortcut key|"
-                        "Shortcut = O"};
+                        "Shortcut = O", english + "|English Edited=text 2|" + english};
         QTest::newRow("English edited, multiple lines only")
             << OpenCase{2, false, "name", tpMultipleLines,
                         "Translate string resource 42|&New translation for English edited",
-                        "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines"};
+                        "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines", english + '|' + english};
     }
     void translateModes()
     {
@@ -369,6 +373,8 @@ private slots:
         const bool editMode = c.source == ssEnglishDefault;
         tables->Put(kId, ssEnglishDefault, {.text = "Open file", .description = "File menu"});
         tables->Put(kId, StringSource(c.source), {"Datei öffnen", "File menu", "O", c.properties, 2});
+        for (int between = c.source + 1; between < ssEnglishDefault; ++between)
+            tables->Put(kId, StringSource(between), {.text = QStringLiteral("text %1").arg(between)});
         tables->SetParameters(kId, c.parameters.split(u' ', Qt::SkipEmptyParts));
         QWidget owner;   // the screen is 1600 x 1000, the window offset 20
         owner.move(300, 200);
@@ -394,6 +400,14 @@ private slots:
             const QStringList numbered = Numbered(c.parameters);
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QString::number(numbered.size()));
             QCOMPARE(Rows(dialog, "lvwParameters"), numbered);
+            auto *originals = Find<QComboBox>(dialog, "cboOriginal");
+            QStringList offered{originals->currentText() + '=' + BoxText(dialog, "rtfOriginal")};
+            for (int i = 0; i < originals->count(); ++i) {
+                originals->setCurrentIndex(i);
+                offered << originals->currentText() + '=' + BoxText(dialog, "rtfOriginal");
+            }
+            QCOMPARE(offered.join(u'|'), c.originals);
+            QVERIFY(Find<QPlainTextEdit>(dialog, "rtfOriginal")->isReadOnly());
             // The focus timer puts the focus on the mode's first control, its text selected.
             if (editMode) {
                 QTRY_COMPARE(QApplication::focusWidget(), id);
@@ -406,52 +420,19 @@ private slots:
         }, c.owned ? &owner : nullptr);
     }
 
-    void translateOriginals_data()
-    {
-        QTest::addColumn<int>("source");
-        QTest::addColumn<QList<int>>("withText");
-        QTest::addColumn<QStringList>("offered");
-        QTest::newRow("local edited offers the three others")
-            << 0 << QList<int>{0, 1, 2, 3} << QStringList{"Local Default", "English Edited", "English Default"};
-        QTest::newRow("local default") << 1 << QList<int>{1, 2, 3} << QStringList{"English Edited", "English Default"};
-        QTest::newRow("English edited") << 2 << QList<int>{2, 3} << QStringList{"English Default"};
-        QTest::newRow("English default: only itself") << 3 << QList<int>{0, 1, 2, 3} << QStringList{"English Default"};
-        QTest::newRow("no original anywhere") << 0 << QList<int>{0} << QStringList();
-    }
-    void translateOriginals()
-    {
-        QFETCH(int, source);
-        QFETCH(QList<int>, withText);
-        QFETCH(QStringList, offered);
-        for (int s : withText)
-            tables->Put(kId, StringSource(s), {.text = QStringLiteral("text %1").arg(s)});
-        Translate(StringSource(source), [&](frmTranslate *dialog) {
-            auto *originals = Find<QComboBox>(dialog, "cboOriginal");
-            QStringList items;
-            for (int i = 0; i < originals->count(); ++i)
-                items << originals->itemText(i);
-            QCOMPARE(items, offered);
-            // The highest source with a text is preselected and shown; choosing another shows that.
-            QCOMPARE(originals->currentIndex(), offered.size() - 1);
-            const QString text = "text ";
-            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : text + QString::number(withText.last()));
-            originals->setCurrentIndex(0);
-            QCOMPARE(BoxText(dialog, "rtfOriginal"), offered.isEmpty() ? "" : text + originals->itemData(0).toString());
-            QVERIFY(Find<QPlainTextEdit>(dialog, "rtfOriginal")->isReadOnly());
-        });
-    }
-
     // Edit mode from opening to Save: the property check boxes and shortcut combo boxes, keys in the
-    // translation box, the id's check, a parameter added through its dialog, and the values handed
-    // back, trimmed, in a new entry.
+    // translation box, the id's check, a parameter added through its dialog, the character code
+    // report of the text, and the values handed back, trimmed, in a new entry; Cancel or the close
+    // box hand back nothing and leave the entry as it was.
     void translateSaveBuildsTheResult_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("description");
-        QTest::addColumn<QString>("stored");   // text|description
+        QTest::addColumn<QString>("stored");   // text|description; empty: cancelled
         QTest::newRow("blanks around") << "  Hallo Welt  " << "  greeting " << "Hallo Welt|greeting";
         // Only blanks are trimmed: tabs and line breaks at the ends are content.
         QTest::newRow("tabs and breaks kept") << " \tName:\t \r\n" << "x" << "\tName:\t \r\n|x";
+        QTest::newRow("cancelled") << "A\r\nB" << "changed" << "";
     }
     void translateSaveBuildsTheResult()
     {
@@ -525,13 +506,32 @@ private slots:
             Click(dialog, "cmdEditParameterDefs");
             QCOMPARE(Rows(dialog, "lvwParameters"), Numbered("file drive"));
             QCOMPARE(Find<QLineEdit>(dialog, "txtCount")->text(), QStringLiteral("1"));   // kept on purpose
-            Click(dialog, "cmdSave");
+            // The report shows the box's text, fills its window at any size, each report replacing
+            // the whole text; it is gone once closed.
+            OnModal<frmReport>([&](frmReport *form) {
+                auto *report = Find<QPlainTextEdit>(form, "rtfReport");
+                QCOMPARE(BoxText(form, "rtfReport") + '|' + form->windowTitle(),
+                         CharacterCodeReport(BoxText(dialog, "rtfTranslate")) + "|Character Code Report");
+                QCOMPARE(form->size(), QSize(462, 318));   // 6930 x 4770 twips at 96 dpi
+                QCOMPARE(report->geometry(), form->rect());
+                form->showMinimized();
+                form->showNormal();
+                form->resize(300, 100);
+                QCOMPARE(report->geometry(), QRect(0, 0, 300, 100));
+                form->DisplayText(QString(200, QLatin1Char('x')));
+                QVERIFY(report->toPlainText().startsWith(QStringLiteral("1.\t120\t0x78\tx\n")));
+                QVERIFY(report->isReadOnly() && report->verticalScrollBar()->maximum() > 0);
+            });
+            Click(dialog, "cmdReport");
+            QVERIFY(!dialog->findChild<frmReport *>());
+            Click(dialog, stored.isEmpty() ? "cmdCancel" : "cmdSave");
         }, nullptr, 500);
         const QList<PromptCall> &calls = services->prompts->calls;   // the two beeps, the parameter's input box
         QVERIFY(calls.size() == 3 && calls.at(0).kind == PromptCall::Beep && calls.at(1).kind == PromptCall::Beep);
         QVERIFY(result != entry);
-        QCOMPARE(Snapshot(result), stored + "||43|3|1|1|1|1|1:file|2:drive");
+        QCOMPARE(Snapshot(result), stored.isEmpty() ? "no entry" : stored + "||43|3|1|1|1|1|1:file|2:drive");
         QCOMPARE(Snapshot(entry), before);
+        QVERIFY(!Translate(ssEnglishDefault, [](frmTranslate *dialog) { dialog->close(); }));
     }
 
     // The line under the translation lists the problems of the text as it is typed, underlining
@@ -615,49 +615,6 @@ private slots:
         });
         QCOMPARE(result ? result->Text() : QString(), kept);
         QVERIFY(!result || result->Status(sfApproved));
-    }
-
-    void translateCancelLeavesTheEntryUnchanged()
-    {
-        tables->Put(kId, ssEnglishDefault, {.text = "Open %1", .description = "menu", .properties = tpAllowShortcut});
-        tables->SetParameters(kId, {QStringLiteral("file")});
-        const QString before = Snapshot(tables->Entry(kId, ssEnglishDefault));
-        services->prompts->inputAnswers << QStringLiteral("folder");
-        QString report;
-        QVERIFY(!Translate(ssEnglishDefault, [&](frmTranslate *dialog) {
-            Find<QLineEdit>(dialog, "txtId")->setText(QStringLiteral("7"));
-            Find<QLineEdit>(dialog, "txtDescription")->setText(QStringLiteral("changed"));
-            Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("A\r\nB"));
-            Click(dialog, "chkProperties_0");
-            Click(dialog, "chkValidTranslation");
-            OnModal<frmParameters>([](frmParameters *parameters) {
-                Click(parameters, "cmdAdd");
-                Click(parameters, "cmdOk");
-            });
-            Click(dialog, "cmdEditParameterDefs");
-            QCOMPARE(Rows(dialog, "lvwParameters").size(), 2);
-            // The report shows the box's text, fills its window at any size, each report replacing
-            // the whole text; it is gone once closed.
-            OnModal<frmReport>([&](frmReport *form) {
-                auto *box = Find<QPlainTextEdit>(form, "rtfReport");
-                report = BoxText(form, "rtfReport") + '|' + form->windowTitle();
-                QCOMPARE(form->size(), QSize(462, 318));   // 6930 x 4770 twips at 96 dpi
-                QCOMPARE(box->geometry(), form->rect());
-                form->showMinimized();
-                form->showNormal();
-                form->resize(300, 100);
-                QCOMPARE(box->geometry(), QRect(0, 0, 300, 100));
-                form->DisplayText(QString(200, QLatin1Char('x')));
-                QVERIFY(box->toPlainText().startsWith(QStringLiteral("1.\t120\t0x78\tx\n")));
-                QVERIFY(box->isReadOnly() && box->verticalScrollBar()->maximum() > 0);
-            });
-            Click(dialog, "cmdReport");
-            QVERIFY(!dialog->findChild<frmReport *>());
-            Click(dialog, "cmdCancel");
-        }));
-        QCOMPARE(report, CharacterCodeReport(QStringLiteral("A\r\nB")) + "|Character Code Report");
-        QCOMPARE(Snapshot(tables->Entry(kId, ssEnglishDefault)), before);
-        QVERIFY(!Translate(ssEnglishDefault, [](frmTranslate *dialog) { dialog->close(); }));   // the close box
     }
 
     // The twips layouts scale as one, exactly 1 with a font as small as the design's, when the
