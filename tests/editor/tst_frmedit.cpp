@@ -102,14 +102,6 @@ qint32 CurrentId(frmEdit &form)
     return form.DataSource()->RecordNumberToId(form.DataView()->CurrentRecord());
 }
 
-void DoubleClickRow(frmEdit &form, int row)
-{
-    QTableView *view = form.DataView()->TableView();
-    const QPoint centre = view->visualRect(view->model()->index(row - 1, 1)).center();
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
-    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
-}
-
 // Every question, notice and input box so far: "confirm:text", "notify:text", "input:title", "beep".
 QStringList Prompts(const ScriptedPrompts &prompts)
 {
@@ -642,9 +634,11 @@ private slots:
                 Click(dialog, c.how.endsWith(QLatin1String("cancel")) ? "cmdCancel" : "cmdSave");
             });
         QTableView *view = form->DataView()->TableView();
-        if (c.how == QLatin1String("double click"))
-            DoubleClickRow(*form, form->DataView()->CurrentRecord());
-        else if (c.how.endsWith(QLatin1String("Enter")))
+        const QPoint centre = view->visualRect(view->model()->index(form->DataView()->CurrentRecord() - 1, 1)).center();
+        if (c.how == QLatin1String("double click")) {
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
+            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+        } else if (c.how.endsWith(QLatin1String("Enter")))
             QTest::keyClick(view, Qt::Key_Return, c.how.startsWith(u'C') ? Qt::ControlModifier : Qt::NoModifier);
         else
             form->EditItem(c.how == QLatin1String("paste") ? 2 : c.how.startsWith(u'n') ? 13 : 15)->trigger();
@@ -672,7 +666,10 @@ private slots:
 
     // --- The translator's workflow ------------------------------------------------------------
 
-    void signsTooltipsAndProgress()
+    // The rows' signs and tooltips and the progress, in the translation and in the English. Find,
+    // Find Next, the searches and Go to work on the rows the filter shows; Go to an id it hides
+    // shows every row again; the current id stays while it matches.
+    void signsProgressAndFilteredSearches()
     {
         server::WorkspacePtr ws = EveryState();
         auto form = OpenEditor(ws, ssLocalEdited);
@@ -695,6 +692,23 @@ private slots:
         QCOMPARE(english->DataSource()->RowSign(2), int(rsPending));
         QCOMPARE(english->DataSource()->RowSign(1), int(rsNone));
         QCOMPARE(english->ProgressText(), QStringLiteral("6 strings \u00b7 1 English corrections pending"));
+        english.reset();
+
+        form->DataView()->ShowId(6);
+        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
+        QCOMPARE(CurrentId(*form), 6);
+        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
+        form->EditItem(4)->trigger();
+        QCOMPARE(CurrentId(*form), 2);
+        form->EditItem(5)->trigger();   // Find Next starts one row further on
+        QCOMPARE(CurrentId(*form), 6);
+        form->EditItem(7)->trigger();   // Find Missing
+        QCOMPARE(CurrentId(*form), 4);
+        services->prompts->inputAnswers << QStringLiteral("5");
+        form->EditItem(11)->trigger();   // Go to a hidden id
+        QCOMPARE(CurrentId(*form), 5);
+        QCOMPARE(form->FilterState()->currentIndex(), 0);
+        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
     }
 
     void filter_data()
@@ -730,28 +744,6 @@ private slots:
             QCOMPARE(form->StatusText(), QStringLiteral("Id: %1 (Position 1 of %2)").arg(ids.section(u' ', 0, 0)).arg(ids.count(u' ') + 1));
         form->ClearFilter();
         QCOMPARE(ListedIds(*form), QStringLiteral("1 2 3 4 5 6"));
-    }
-
-    // Find, Find Next, the searches and Go to work on the rows the filter shows; Go to an id it
-    // hides shows every row again; the current id stays while it matches.
-    void searchesInAFilteredList()
-    {
-        auto form = OpenEditor(EveryState(), ssLocalEdited);
-        form->DataView()->ShowId(6);
-        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
-        QCOMPARE(CurrentId(*form), 6);
-        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
-        form->EditItem(4)->trigger();
-        QCOMPARE(CurrentId(*form), 2);
-        form->EditItem(5)->trigger();   // Find Next starts one row further on
-        QCOMPARE(CurrentId(*form), 6);
-        form->EditItem(7)->trigger();   // Find Missing
-        QCOMPARE(CurrentId(*form), 4);
-        services->prompts->inputAnswers << QStringLiteral("5");
-        form->EditItem(11)->trigger();   // Go to a hidden id
-        QCOMPARE(CurrentId(*form), 5);
-        QCOMPARE(form->FilterState()->currentIndex(), 0);
-        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
     }
 
     // A string's problems mark its row, name themselves in its tooltip, make the filter's "Has
