@@ -44,18 +44,22 @@ void Put(const StringTableSetPtr &tables, StringId id, const QString &text, bool
                                        e->ShortcutMode(), e->ParameterDefinitions(), !english && flag));
 }
 
-// English texts as ids 1, 2, ...; "^" before a text allows a shortcut, an empty text leaves the
-// id out. Saved, so the tables start without edits; in memory unless a file is named.
+// English texts as ids 1, 2, ...; "^" before a text allows a shortcut, "=Text" after it adds an
+// approved translation of it, an empty text leaves the id out. Saved, so the tables start without
+// edits; in memory unless a file is named.
 server::WorkspacePtr Strings(const QStringList &texts, int maximumCount = 100, const QString &file = {})
 {
     const server::WorkspaceInfo info{QStringLiteral("Editor test"), QStringLiteral("de-DE"), maximumCount};
     auto ws = file.isEmpty() ? server::Workspace::CreateInMemory(info) : server::Workspace::Create(file, info);
-    for (int i = 0; i < texts.size(); ++i) {
-        const bool shortcut = texts.at(i).startsWith(u'^');
-        if (!texts.at(i).isEmpty())
-            Put(ws->Tables(), StringId(i + 1), texts.at(i).mid(shortcut ? 1 : 0), true, shortcut);
+    for (const bool english : {true, false}) {
+        for (int i = 0; i < texts.size(); ++i) {
+            const QString text = english ? texts.at(i).section(u'=', 0, 0) : texts.at(i).section(u'=', 1);
+            const bool shortcut = english && text.startsWith(u'^');
+            if (!text.isEmpty())
+                Put(ws->Tables(), StringId(i + 1), text.mid(shortcut ? 1 : 0), english, shortcut || !english);
+        }
+        ws->Tables()->Save(ssEnglishDefault, false);
     }
-    ws->Tables()->Save(ssEnglishDefault, false);
     return ws;
 }
 
@@ -182,27 +186,8 @@ QString ListedIds(frmEdit &form)
     return ids.join(u' ');
 }
 
-// Translations, approved and saved, with two faults: 3 lacks the English full stop (a warning),
-// 4 the English %1 (an error).
-server::WorkspacePtr Faulty()
-{
-    server::WorkspacePtr ws = Strings({"Open %1", "Save", "Quit.", "Close %1", "Print"});
-    const QStringList german{"Öffnen %1", "Speichern", "Beenden", "Schließen", "Drucken"};
-    for (StringId id = 1; id <= 5; ++id)
-        Put(ws->Tables(), id, german.at(id - 1), false, true);
-    ws->Tables()->Save(ssLocalEdited, false);
-    return ws;
-}
-
-// Approved translations of ids 1 and 7 for the memory to suggest; the other ids untranslated.
-server::WorkspacePtr ForMemory()
-{
-    server::WorkspacePtr ws = Strings({"Open", "Open", "Print", "Open", "^&Open…", "Close", "Close"});
-    Put(ws->Tables(), 1, QStringLiteral("Öffnen"), false, true);
-    Put(ws->Tables(), 7, QStringLiteral("Schließen"), false, true);
-    ws->Tables()->Save(ssLocalEdited, false);
-    return ws;
-}
+// Translations of ids 1 and 7 for the memory to suggest; the other ids untranslated.
+const QStringList kForMemory{"Open=Öffnen", "Open", "Print", "Open", "^&Open…", "Close", "Close=Schließen"};
 
 // A translation stored through the editor, as the translate dialog's Save does.
 void Translate(frmEdit &form, StringId id, const QString &text)
@@ -615,9 +600,7 @@ private slots:
     {
         QFETCH(EntryCase, c);
         const StringSource version = StringSource(c.version);
-        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3", "", "String 5", "", "String 7"});
-        Put(ws->Tables(), 3, QStringLiteral("Drei"), false);
-        ws->Tables()->Save(ssLocalEdited, false);
+        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3=Drei", "", "String 5", "", "String 7"});
         auto form = OpenEditor(ws, TableVersion(version));
         form->DataView()->ShowId(c.currentId);
         const int rows = form->DataSource()->GetRecordCount();
@@ -770,7 +753,10 @@ private slots:
     {
         QFETCH(QString, change);
         QFETCH(QStringList, expected);
-        server::WorkspacePtr ws = Faulty();
+        // Approved translations with two faults: 3 lacks the English full stop (a warning), 4 the
+        // English %1 (an error).
+        server::WorkspacePtr ws = Strings({"Open %1=Öffnen %1", "Save=Speichern", "Quit.=Beenden", "Close %1=Schließen",
+                                           "Print=Drucken"});
         auto form = OpenEditor(ws, ssLocalEdited);
         CDVDataSource *source = form->DataSource();
         if (change.startsWith(QLatin1String("fix")))
@@ -928,12 +914,9 @@ private slots:
     // reports both, and each carried string comes back on its own with Undo.
     void carryOverAndUndo()
     {
-        server::WorkspacePtr ws = Strings({"Save changes.", "Could not open %1", "^&Cancel"});
+        server::WorkspacePtr ws = Strings({"Save changes.=Änderungen speichern.",
+                                           "Could not open %1=%1 konnte nicht geöffnet werden", "^&Cancel=&Abbrechen"});
         const StringTableSetPtr t = ws->Tables();
-        const QStringList german{"Änderungen speichern.", "%1 konnte nicht geöffnet werden", "&Abbrechen"};
-        for (StringId id = 1; id <= 3; ++id)
-            Put(t, id, german.at(id - 1), false, true);
-        t->Save(ssLocalEdited, false);
         Put(t, 1, QStringLiteral("Save changes?"), true);
         Put(t, 2, QStringLiteral("Could not read %1"), true);
         Put(t, 3, QStringLiteral("Cancel"), true, true);
@@ -974,7 +957,7 @@ private slots:
         QFETCH(QString, expected);
         QFETCH(int, suggestions);
         QTemporaryDir dir;
-        server::WorkspacePtr ws = ForMemory();
+        server::WorkspacePtr ws = Strings(kForMemory);
         auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
         QString typed = QStringLiteral("(not reached)");
         int shown = -1;
@@ -1011,7 +994,7 @@ private slots:
         QFETCH(QString, minimum);
         QFETCH(QString, filled);
         QTemporaryDir dir;
-        server::WorkspacePtr ws = ForMemory();
+        server::WorkspacePtr ws = Strings(kForMemory);
         auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
         form->FilterText()->setText(filter);
         services->prompts->inputAnswers.enqueue(minimum);
