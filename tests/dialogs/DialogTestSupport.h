@@ -29,8 +29,8 @@ public:
     // A record as stored, with its text present when not empty.
     void Put(StringId id, StringSource source, const TextSpec &v)
     {
-        set->PutRecord(id, source, server::Record{v.text, v.description, v.shortcutCharacter, qint16(v.revision), quint8(v.properties),
-                                                  quint8(v.shortcutMode), v.status, !v.text.isEmpty()});
+        set->PutRecord(id, source, server::Record{v.text, v.description, v.shortcutCharacter, qint16(v.revision),
+                                                  quint8(v.properties), quint8(v.shortcutMode), v.status, !v.text.isEmpty()});
     }
     void SetParameters(StringId id, const QStringList &descriptions)
     {

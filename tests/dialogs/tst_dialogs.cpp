@@ -347,7 +347,8 @@ private slots:
         QTest::newRow("English default: edit, unowned, only itself as original")
             << OpenCase{3, false, "item count folder", all, "Edit string resource 42|&New value",
                         "Shortcuts enabled|Multiline enabled|Allow Tab Characters|Multiple lines|Allow tab character|"
-                        "Allow shortcut key|Shortcut = O", "English Default=Datei öffnen|English Default=Datei öffnen"};
+                        "Allow shortcut key|Shortcut = O",
+                        "English Default=Datei öffnen|English Default=Datei öffnen"};
         QTest::newRow("local edited: translate, owned, the three others as originals")
             << OpenCase{0, true, "name", 0, "Translate string resource 42|&New translation for German edited",
                         "Shortcuts disabled|Multiline disabled|Prohibit Tab Characters|Single line",
@@ -361,7 +362,8 @@ private slots:
         QTest::newRow("English edited, multiple lines only")
             << OpenCase{2, false, "name", tpMultipleLines,
                         "Translate string resource 42|&New translation for English edited",
-                        "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines", english + '|' + english};
+                        "Shortcuts disabled|Multiline enabled|Prohibit Tab Characters|Multiple lines",
+                        english + '|' + english};
     }
     void translateModes()
     {
@@ -602,8 +604,9 @@ private slots:
         const StringEntryPtr result = Translate(ssLocalDefault, [&](frmTranslate *dialog) {
             QCOMPARE(Find(dialog, "fraChange")->isVisible(), !shown.isEmpty());
             QCOMPARE(Find(dialog, "cmdKeepApproval")->isVisible(), !kept.isEmpty());
-            const QString all = Find<QLabel>(dialog, "lblChange")->text() + Find<QLabel>(dialog, "lblChangeClass")->text()
-                                + Find<QLabel>(dialog, "lblChangeRevisions")->text();
+            QString all;
+            for (const char *label : {"lblChange", "lblChangeClass", "lblChangeRevisions"})
+                all += Find<QLabel>(dialog, label)->text();
             for (const QString &part : shown + QStringList{"revision 1", "revision 2"})
                 QVERIFY2(shown.isEmpty() || all.contains(part), qPrintable(part + " not in " + all));
             if (!kept.isEmpty())

@@ -204,8 +204,8 @@ QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initi
     for (const int id : ids) {
         const std::optional<server::Record> r = ws->Set()->RecordOf(StringId(id), source);
         const QString text = r && r->hasText ? r->text : QStringLiteral("(none)");
-        QString item = r ? QStringLiteral("%1/%2/%3").arg(text, QString::number(r->revision), QString::number(r->status))
-                         : QStringLiteral("-");
+        const QString revision = r ? QString::number(r->revision) : QString();
+        QString item = r ? QStringLiteral("%1/%2/%3").arg(text, revision, QString::number(r->status)) : QStringLiteral("-");
         if (source == ssEnglishDefault)
             item += QStringLiteral("/p%1/%2").arg(ws->Set()->Parameters(StringId(id)).size()).arg(ws->Set()->Symbol(StringId(id)));
         out << QStringLiteral("%1:%2").arg(id).arg(item);
@@ -755,8 +755,8 @@ private slots:
         QFETCH(QStringList, expected);
         // Approved translations with two faults: 3 lacks the English full stop (a warning), 4 the
         // English %1 (an error).
-        server::WorkspacePtr ws = Strings({"Open %1=Öffnen %1", "Save=Speichern", "Quit.=Beenden", "Close %1=Schließen",
-                                           "Print=Drucken"});
+        server::WorkspacePtr ws = Strings({"Open %1=Öffnen %1", "Save=Speichern", "Quit.=Beenden",
+                                           "Close %1=Schließen", "Print=Drucken"});
         auto form = OpenEditor(ws, ssLocalEdited);
         CDVDataSource *source = form->DataSource();
         if (change.startsWith(QLatin1String("fix")))
@@ -915,7 +915,8 @@ private slots:
     void carryOverAndUndo()
     {
         server::WorkspacePtr ws = Strings({"Save changes.=Änderungen speichern.",
-                                           "Could not open %1=%1 konnte nicht geöffnet werden", "^&Cancel=&Abbrechen"});
+                                           "Could not open %1=%1 konnte nicht geöffnet werden",
+                                           "^&Cancel=&Abbrechen"});
         const StringTableSetPtr t = ws->Tables();
         Put(t, 1, QStringLiteral("Save changes?"), true);
         Put(t, 2, QStringLiteral("Could not read %1"), true);
