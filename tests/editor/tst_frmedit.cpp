@@ -204,8 +204,8 @@ QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initi
     for (const int id : ids) {
         const std::optional<server::Record> r = ws->Set()->RecordOf(StringId(id), source);
         const QString text = r && r->hasText ? r->text : QStringLiteral("(none)");
-        const QString revision = r ? QString::number(r->revision) : QString();
-        QString item = r ? QStringLiteral("%1/%2/%3").arg(text, revision, QString::number(r->status)) : QStringLiteral("-");
+        QString item = r ? QStringLiteral("%1/%2/%3").arg(text, QString::number(r->revision), QString::number(r->status))
+                         : QStringLiteral("-");
         if (source == ssEnglishDefault)
             item += QStringLiteral("/p%1/%2").arg(ws->Set()->Parameters(StringId(id)).size()).arg(ws->Set()->Symbol(StringId(id)));
         out << QStringLiteral("%1:%2").arg(id).arg(item);
