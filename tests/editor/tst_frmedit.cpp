@@ -920,7 +920,7 @@ private slots:
         const StringTableSetPtr t = ws->Tables();
         Put(t, 1, QStringLiteral("Save changes?"), true);
         Put(t, 2, QStringLiteral("Could not read %1"), true);
-        Put(t, 3, QStringLiteral("Cancel"), true, true);
+        Put(t, 3, QStringLiteral("Cancel"), true);   // its shortcut no longer allowed
         t->Save(ssEnglishDefault, false);
         auto form = OpenEditor(ws, ssLocalEdited);
         auto *carryOver = form->findChild<QAction *>("mnuEditCarryOver");
@@ -978,8 +978,9 @@ private slots:
         QCOMPARE(typed, expected);
     }
 
-    // Pre-translate fills the rows the filter shows from the memory, unapproved, down to the
-    // similarity asked for, as one step of Undo; a translation saved joins the memory then.
+    // A translation saved joins the memory, by its id, even with no row shown. Pre-translate fills
+    // the rows the filter shows from the memory, unapproved, down to the similarity asked for, as
+    // one step of Undo.
     void pretranslateAndSave_data()
     {
         QTest::addColumn<QString>("filter");
@@ -997,6 +998,15 @@ private slots:
         QTemporaryDir dir;
         server::WorkspacePtr ws = Strings(kForMemory);
         auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
+        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // indexed as opened
+        Translate(*form, 3, QStringLiteral("Drucken"));
+        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // not saved yet
+        form->FilterText()->setText(QStringLiteral("no such text"));
+        form->ProcessFileMenuSave(false);
+        const QList<memory::Suggestion> found = form->Memory()->Lookup(QStringLiteral("Print"));
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found.first().translation, QStringLiteral("Drucken"));
+
         form->FilterText()->setText(filter);
         services->prompts->inputAnswers.enqueue(minimum);
         auto *action = form->findChild<QAction *>(QStringLiteral("mnuEditPretranslate"));
@@ -1009,21 +1019,14 @@ private slots:
                     out << QStringLiteral("%1:%2").arg(id).arg(tables->Text(id, ssLocalEdited));
             return out.join(u' ');
         };
+        const int steps = form->UndoStack()->count();
         action->trigger();
         QCOMPARE(texts(), filled);
         const QString notice = QStringLiteral("Pre-translated %1 of").arg(filled.count(u':'));
         QVERIFY(services->prompts->Notices().last().startsWith(notice));
-        QCOMPARE(form->UndoStack()->count(), 1);
+        QCOMPARE(form->UndoStack()->count(), steps + 1);
         form->UndoStack()->undo();
         QCOMPARE(texts(), QString());
-
-        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // indexed as opened
-        Translate(*form, 3, QStringLiteral("Drucken"));
-        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // not saved yet
-        form->ProcessFileMenuSave(false);
-        const QList<memory::Suggestion> found = form->Memory()->Lookup(QStringLiteral("Print"));
-        QCOMPARE(found.size(), 1);
-        QCOMPARE(found.first().translation, QStringLiteral("Drucken"));
     }
 };
 
