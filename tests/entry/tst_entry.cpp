@@ -123,7 +123,7 @@ private slots:
     }
 
     // Each run has a window of its own, unloaded after it: no Find text carries over, not even
-    // past a run without a workspace.
+    // past a run without a workspace that was closed at once.
     void consecutiveRunsShareNothing()
     {
         TestServices services;
@@ -136,9 +136,15 @@ private slots:
         });
         CGlobals().EditStringResources(rfw, ssEnglishDefault);
         QVERIFY(first.isNull());
+        // A run without a workspace, its window closed before anything activates it.
+        setEditorFormFactory([] {
+            auto form = std::make_unique<frmEdit>();
+            QTimer::singleShot(0, form.get(), &QWidget::close);
+            return form;
+        });
         ResourceWorkspacePtr none;
-        WhenEditorShown([](frmEdit *form) { form->close(); });
         QVERIFY(!CGlobals().EditStringResources(none, ssLocalEdited));
+        setEditorFormFactory({});
         QString findTextSeen = QStringLiteral("unset");
         WhenEditorShown([&findTextSeen](frmEdit *form) {
             findTextSeen = form->FindText();
