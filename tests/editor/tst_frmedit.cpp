@@ -1,6 +1,7 @@
 // The editor window on real tables, driven as a user drives it: its menus and toolbar per table
 // version, the File commands, the searches, the entry commands with the translate dialog answered
-// by its buttons, and whole workspaces translated, saved and reopened.
+// by its buttons, the translator's workflow, Carry Over and the translation memory. A whole run
+// translated, saved and reopened is the entry test's.
 
 #include "DialogTestSupport.h"
 #include "ModelDoubles.h"
