@@ -18,7 +18,7 @@ namespace kvedit::test {
 // What a test states of a stored text; the rest takes the defaults.
 struct TextSpec {
     QString text{}, description{}, shortcutCharacter{};
-    int properties = 0, shortcutMode = 0, status = 0;
+    int properties = 0, shortcutMode = 0, status = 0, revision = 1;
 };
 
 class Tables {
@@ -29,8 +29,8 @@ public:
     // A record as stored, with its text present when not empty.
     void Put(StringId id, StringSource source, const TextSpec &v)
     {
-        set->PutRecord(id, source, server::Record{v.text, v.description, v.shortcutCharacter, 1, quint8(v.properties),
-                                                  quint8(v.shortcutMode), v.status, !v.text.isEmpty()});
+        set->PutRecord(id, source, server::Record{v.text, v.description, v.shortcutCharacter, qint16(v.revision),
+                                                  quint8(v.properties), quint8(v.shortcutMode), v.status, !v.text.isEmpty()});
     }
     void SetParameters(StringId id, const QStringList &descriptions)
     {

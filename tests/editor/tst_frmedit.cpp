@@ -1,6 +1,7 @@
 // The editor window on real tables, driven as a user drives it: its menus and toolbar per table
 // version, the File commands, the searches, the entry commands with the translate dialog answered
-// by its buttons, and whole workspaces translated, saved and reopened.
+// by its buttons, the translator's workflow, Carry Over and the translation memory. A whole run
+// translated, saved and reopened is the entry test's.
 
 #include "DialogTestSupport.h"
 #include "ModelDoubles.h"
@@ -17,13 +18,13 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <QStatusBar>
 #include <QTableView>
 #include <QTextCursor>
 #include <QUndoStack>
 #include <QComboBox>
 #include <QTemporaryDir>
 #include <QToolBar>
+#include <QTreeWidget>
 #include <QtTest>
 
 #include <sqlite3.h>
@@ -44,18 +45,22 @@ void Put(const StringTableSetPtr &tables, StringId id, const QString &text, bool
                                        e->ShortcutMode(), e->ParameterDefinitions(), !english && flag));
 }
 
-// English texts as ids 1, 2, ...; "^" before a text allows a shortcut, an empty text leaves the
-// id out. Saved, so the tables start without edits; in memory unless a file is named.
+// English texts as ids 1, 2, ...; "^" before a text allows a shortcut, "=Text" after it adds an
+// approved translation of it, an empty text leaves the id out. Saved, so the tables start without
+// edits; in memory unless a file is named.
 server::WorkspacePtr Strings(const QStringList &texts, int maximumCount = 100, const QString &file = {})
 {
     const server::WorkspaceInfo info{QStringLiteral("Editor test"), QStringLiteral("de-DE"), maximumCount};
     auto ws = file.isEmpty() ? server::Workspace::CreateInMemory(info) : server::Workspace::Create(file, info);
-    for (int i = 0; i < texts.size(); ++i) {
-        const bool shortcut = texts.at(i).startsWith(u'^');
-        if (!texts.at(i).isEmpty())
-            Put(ws->Tables(), StringId(i + 1), texts.at(i).mid(shortcut ? 1 : 0), true, shortcut);
+    for (const bool english : {true, false}) {
+        for (int i = 0; i < texts.size(); ++i) {
+            const QString text = english ? texts.at(i).section(u'=', 0, 0) : texts.at(i).section(u'=', 1);
+            const bool shortcut = english && text.startsWith(u'^');
+            if (!text.isEmpty())
+                Put(ws->Tables(), StringId(i + 1), text.mid(shortcut ? 1 : 0), english, shortcut || !english);
+        }
+        ws->Tables()->Save(ssEnglishDefault, false);
     }
-    ws->Tables()->Save(ssEnglishDefault, false);
     return ws;
 }
 
@@ -83,10 +88,13 @@ server::WorkspacePtr TranslatedFive(bool complete)
     return ws;
 }
 
-// The editor prepared on a workspace, shown and activated (its list loaded); row 1 is current.
-std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version)
+// The editor prepared on a workspace, with a translation memory in the file named or none,
+// shown and activated (its list loaded); row 1 is current.
+std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version, const QString &memory = {})
 {
     auto form = std::make_unique<frmEdit>();
+    if (!memory.isEmpty())
+        form->SetMemory(std::make_shared<memory::TranslationMemory>(memory));
     form->Prepare(rfw, version);
     form->show();
     if (!QTest::qWaitForWindowActive(form.get(), 2000))
@@ -97,14 +105,6 @@ std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersio
 qint32 CurrentId(frmEdit &form)
 {
     return form.DataSource()->RecordNumberToId(form.DataView()->CurrentRecord());
-}
-
-void DoubleClickRow(frmEdit &form, int row)
-{
-    QTableView *view = form.DataView()->TableView();
-    const QPoint centre = view->visualRect(view->model()->index(row - 1, 1)).center();
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
-    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
 }
 
 // Every question, notice and input box so far: "confirm:text", "notify:text", "input:title", "beep".
@@ -130,13 +130,14 @@ struct FileCase {
 
 // A search from the current row: the English texts, or with none the five translations (complete
 // or not) in Local Edited; 4 Find (answered), 5 Find Next (for "needle"), 7, 8 and 9 the searches
-// for missing, out-of-date and unapproved translations; the row found, 0 for none.
+// for missing, out-of-date and unapproved translations; the row found, 0 for none; an id whose
+// text the tables hand out while HasText says there is none, as a host's tables may.
 struct SearchCase {
     QStringList texts;
     bool complete;
     int current, item;
     QString answer;
-    int expected;
+    int expected, denied = 0;
 };
 
 // A command that opens the translate dialog, and what the dialog is given and hands back.
@@ -186,17 +187,8 @@ QString ListedIds(frmEdit &form)
     return ids.join(u' ');
 }
 
-// Translations, approved and saved, with two faults: 3 lacks the English full stop (a warning),
-// 4 the English %1 (an error).
-server::WorkspacePtr Faulty()
-{
-    server::WorkspacePtr ws = Strings({"Open %1", "Save", "Quit.", "Close %1", "Print"});
-    const QStringList german{"Öffnen %1", "Speichern", "Beenden", "Schließen", "Drucken"};
-    for (StringId id = 1; id <= 5; ++id)
-        Put(ws->Tables(), id, german.at(id - 1), false, true);
-    ws->Tables()->Save(ssLocalEdited, false);
-    return ws;
-}
+// Translations of ids 1 and 7 for the memory to suggest; the other ids untranslated.
+const QStringList kForMemory{"Open=Öffnen", "Open", "Print", "Open", "^&Open…", "Close", "Close=Schließen"};
 
 // A translation stored through the editor, as the translate dialog's Save does.
 void Translate(frmEdit &form, StringId id, const QString &text)
@@ -212,7 +204,8 @@ QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initi
     QStringList out;
     for (const int id : ids) {
         const std::optional<server::Record> r = ws->Set()->RecordOf(StringId(id), source);
-        QString item = r ? QStringLiteral("%1/%2/%3").arg(r->hasText ? r->text : "(none)").arg(r->revision).arg(r->status)
+        const QString text = r && r->hasText ? r->text : QStringLiteral("(none)");
+        QString item = r ? QStringLiteral("%1/%2/%3").arg(text, QString::number(r->revision), QString::number(r->status))
                          : QStringLiteral("-");
         if (source == ssEnglishDefault)
             item += QStringLiteral("/p%1/%2").arg(ws->Set()->Parameters(StringId(id)).size()).arg(ws->Set()->Symbol(StringId(id)));
@@ -241,7 +234,11 @@ private slots:
 
     // --- The window -------------------------------------------------------------------------
 
-    void menusAndToolbar_data()
+    // Per table version: the menus' items, captions, shortcuts and visibility, the toolbar's
+    // buttons and pictures. Placed at a tenth of the 1600 x 1000 screen, or cascaded over the host
+    // (English default) by the offset of 20; the list loads on the first activation; kept no
+    // smaller than its minimum.
+    void windowMenusAndToolbar_data()
     {
         QTest::addColumn<int>("version");
         QTest::addColumn<QString>("fileMenu");   // captions, then which are visible
@@ -257,13 +254,23 @@ private slots:
         QTest::newRow("English default")
             << 3 << plain << "1111110000011111" << "F2=10 | E0=12 E1=13 E2=14 | E4=15 [E7=17] E11=16 | E13=18 | E15=19";
     }
-    void menusAndToolbar()
+    void windowMenusAndToolbar()
     {
         QFETCH(int, version);
         QFETCH(QString, fileMenu);
         QFETCH(QString, editShown);
         QFETCH(QString, toolbar);
-        auto form = OpenEditor(Strings({"One", "Two"}), TableVersion(version));
+        server::WorkspacePtr ws = Strings({"One", "Two"});
+        if (version == 3)
+            ws->setHostWindowPosition(QPoint(300, 200));
+        auto form = std::make_unique<frmEdit>();
+        form->Prepare(ws, TableVersion(version));
+        QCOMPARE(form->geometry(), QRect(version == 3 ? QPoint(320, 220) : QPoint(160, 100), QSize(1280, 800)));
+        QVERIFY(!form->DataView()->Activated());
+        form->show();
+        QVERIFY(QTest::qWaitForWindowActive(form.get()));
+        QVERIFY(form->DataView()->Activated());
+        QCOMPARE(form->windowTitle(), "Manage String Resources: " + form->DataSource()->Title());
         QCOMPARE(form->findChild<QMenu *>("mnuFile")->title(), "&File");
         QCOMPARE(form->findChild<QMenu *>("mnuEdit")->title(), "&Edit");
         QStringList file, edit;
@@ -317,19 +324,18 @@ private slots:
             }
         }
         QCOMPARE(separators, version == 3 ? 6 : 7);   // with the one below Undo and Redo
-    }
+        form->resize(200, 50);   // no smaller than half the screen's width and its bars
+        QVERIFY(form->width() == 800 && form->height() > form->menuBar()->sizeHint().height() + 50);
 
-    void missingPictureLeavesTheButtonOut()
-    {
-        auto form = OpenEditor(Strings({"One"}), ssEnglishDefault);
-        const int buttons = form->ToolBar()->actions().size();
+        // A picture that cannot be loaded is reported and leaves its button out; a key already
+        // held is not loaded again.
+        const int buttonCount = bar->actions().size();
         QVERIFY(!form->AddListImage(QStringLiteral("mnuEditItem:5"), 99));
-        QCOMPARE(services->reporter->errors.size(), 1);
-        QCOMPARE(services->reporter->errors.first().number, int(errFileNotFound));
         form->MakeToolbarButton(form->EditItem(5), 99, false);
-        QCOMPARE(form->ToolBar()->actions().size(), buttons);
-        QVERIFY(form->AddListImage(QStringLiteral("mnuEditItem:4"), 99));   // a key already held is not loaded again
+        QCOMPARE(bar->actions().size(), buttonCount);
+        QVERIFY(form->AddListImage(QStringLiteral("mnuEditItem:4"), 99));
         QCOMPARE(services->reporter->errors.size(), 2);
+        QCOMPARE(services->reporter->errors.first().number, int(errFileNotFound));
         services->reporter->errors.clear();
     }
 
@@ -355,42 +361,6 @@ private slots:
         auto form = OpenEditor(Strings({"One"}), ssLocalEdited);
         form->tbrEdit_ButtonClick(key);
         QCOMPARE(Prompts(*services->prompts).join(u';'), prompt);
-    }
-
-    // Placed at a tenth of the 1600 x 1000 screen, or cascaded over the host by the offset of 20;
-    // the caption and the status bar from the list; kept no smaller than its minimum.
-    void placementCaptionAndStatus_data()
-    {
-        QTest::addColumn<bool>("workspace");
-        QTest::addColumn<bool>("host");
-        QTest::addColumn<QPoint>("topLeft");
-        QTest::newRow("no workspace: centred") << false << false << QPoint(160, 100);
-        QTest::newRow("workspace without host window") << true << false << QPoint(160, 100);
-        QTest::newRow("cascaded over the host") << true << true << QPoint(320, 220);
-    }
-    void placementCaptionAndStatus()
-    {
-        QFETCH(bool, workspace);
-        QFETCH(bool, host);
-        QFETCH(QPoint, topLeft);
-        server::WorkspacePtr ws = workspace ? Strings({"One", "Two", "Three"}) : nullptr;
-        if (host)
-            ws->setHostWindowPosition(QPoint(300, 200));
-        frmEdit form;
-        form.Prepare(ws, ssEnglishDefault);
-        QCOMPARE(form.geometry(), QRect(topLeft, QSize(1280, 800)));
-        if (!ws)
-            return;
-        QCOMPARE(form.windowTitle(), "Manage String Resources: " + form.DataSource()->Title());
-        QVERIFY(!form.DataView()->Activated());   // the list loads on the first activation
-        form.show();
-        QVERIFY(QTest::qWaitForWindowActive(&form));
-        QVERIFY(form.DataView()->Activated());
-        QCOMPARE(form.StatusText(), QStringLiteral("Id: 1 (Position 1 of 3)"));
-        form.DataView()->setCurrentRecord(3);
-        QCOMPARE(form.StatusText(), QStringLiteral("Id: 3 (Position 3 of 3)"));
-        form.resize(200, 50);   // no smaller than half the screen's width and its bars
-        QVERIFY(form.width() == 800 && form.height() > form.menuBar()->sizeHint().height() + 50);
     }
 
     // --- File commands ----------------------------------------------------------------------
@@ -496,13 +466,18 @@ private slots:
         QTest::newRow("complete: none unapproved") << SearchCase{{}, true, 3, 9, "", 0};
         QTest::newRow("find a translation") << SearchCase{{}, false, 1, 4, "speichern", 2};
         QTest::newRow("find the English text of a missing one") << SearchCase{{}, false, 1, 4, "print", 4};
+        QTest::newRow("find passes over a denied translation") << S{{}, false, 1, 4, "speichern", 0, 2};
+        QTest::newRow("find passes over a denied English text") << S{Ten({{3, "needle"}}), false, 1, 4, needle, 0, 3};
+        QTest::newRow("find: the others still match") << S{{}, false, 1, 4, "speichern", 2, 5};
     }
     void searches()
     {
         QFETCH(SearchCase, c);
-        const bool translated = c.texts.isEmpty();
-        auto form = OpenEditor(translated ? TranslatedFive(c.complete) : Strings(c.texts),
-                               translated ? ssLocalEdited : ssEnglishDefault);
+        const StringSource source = c.texts.isEmpty() ? ssLocalEdited : ssEnglishDefault;
+        ResourceWorkspacePtr ws = c.texts.isEmpty() ? TranslatedFive(c.complete) : Strings(c.texts);
+        if (c.denied)
+            ws = std::make_shared<WorkspaceDenyingText>(ws, source, QSet<StringId>{StringId(c.denied)});
+        auto form = OpenEditor(ws, TableVersion(source));
         const int rows = form->DataSource()->GetRecordCount();
         form->DataView()->setCurrentRecord(c.current);
         form->setFindText(c.item == 5 ? QStringLiteral("needle") : QStringLiteral("previous"));
@@ -568,21 +543,27 @@ private slots:
         QTest::addColumn<int>("version");
         QTest::addColumn<int>("row");
         QTest::addColumn<int>("item");   // 0 Cut in version 3, Delete in the others; 1 Copy
+        QTest::addColumn<bool>("denied");   // HasText says no for the row's id, Text hands one out
         QTest::addColumn<QString>("after");   // the clipboard; rows, current row, its id
-        QTest::newRow("copy") << 3 << 3 << 1 << "Close window|5 3 3";
-        QTest::newRow("copy without a translation: clipboard emptied") << 0 << 4 << 1 << "|5 4 4";
-        QTest::newRow("cut: the next row moves up") << 3 << 3 << 0 << "Close window|4 3 4";
-        QTest::newRow("cut the last row: the new last row") << 3 << 5 << 0 << "Quit|4 4 4";
-        QTest::newRow("delete: the row stays, now missing") << 0 << 2 << 0 << "Speichern|5 2 2";
+        QTest::newRow("copy") << 3 << 3 << 1 << false << "Close window|5 3 3";
+        QTest::newRow("copy without a translation: clipboard emptied") << 0 << 4 << 1 << false << "|5 4 4";
+        QTest::newRow("copy takes a denied text all the same") << 0 << 2 << 1 << true << "Speichern|5 2 2";
+        QTest::newRow("cut: the next row moves up") << 3 << 3 << 0 << false << "Close window|4 3 4";
+        QTest::newRow("cut the last row: the new last row") << 3 << 5 << 0 << false << "Quit|4 4 4";
+        QTest::newRow("delete: the row stays, now missing") << 0 << 2 << 0 << false << "Speichern|5 2 2";
     }
     void copyCutDelete()
     {
         QFETCH(int, version);
         QFETCH(int, row);
         QFETCH(int, item);
+        QFETCH(bool, denied);
         QFETCH(QString, after);
         server::WorkspacePtr ws = TranslatedFive(false);
-        auto form = OpenEditor(ws, TableVersion(version));
+        ResourceWorkspacePtr shown = ws;
+        if (denied)
+            shown = std::make_shared<WorkspaceDenyingText>(ws, StringSource(version), QSet<StringId>{StringId(row)});
+        auto form = OpenEditor(shown, TableVersion(version));
         QGuiApplication::clipboard()->setText(QStringLiteral("stale"));
         form->DataView()->setCurrentRecord(row);
         const bool hadText = ws->Tables()->HasText(StringId(row), StringSource(version));
@@ -592,36 +573,6 @@ private slots:
                  after);
         QCOMPARE(ws->Tables()->HasText(StringId(row), StringSource(version)), item == 1 && hadText);
         QCOMPARE(form->FileItem(2)->isEnabled(), item == 0);
-    }
-
-    // Tables that hand out a text for which HasText reports none: Find passes over it, Copy copies
-    // it. Row 1 is current for Find; "needle" is the English text of id 3 (version 3) or the
-    // translation of id 2 (version 0); after: the current id and the clipboard.
-    void textThatHasTextDenies_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::addColumn<int>("denied");   // the id whose HasText says no, in the version shown
-        QTest::addColumn<int>("item");     // 4 Find, 1 Copy
-        QTest::addColumn<QString>("after");
-        QTest::newRow("find passes over a translation") << 0 << 2 << 4 << "1 stale";
-        QTest::newRow("find passes over an English text") << 3 << 3 << 4 << "1 stale";
-        QTest::newRow("find: other ids still match") << 0 << 5 << 4 << "2 stale";
-        QTest::newRow("copy takes the text all the same") << 0 << 2 << 1 << "2 Speichern";
-    }
-    void textThatHasTextDenies()
-    {
-        QFETCH(int, version);
-        QFETCH(int, denied);
-        QFETCH(int, item);
-        QFETCH(QString, after);
-        const auto ws = std::make_shared<WorkspaceDenyingText>(TranslatedFive(false), StringSource(version),
-                                                               QSet<StringId>{StringId(denied)});
-        auto form = OpenEditor(ws, TableVersion(version));
-        QGuiApplication::clipboard()->setText(QStringLiteral("stale"));
-        form->DataView()->setCurrentRecord(item == 1 ? 2 : 1);
-        services->prompts->inputAnswers << (version == 3 ? "close WINDOW" : "speichern");
-        form->EditItem(item)->trigger();
-        QCOMPARE(QStringLiteral("%1 %2").arg(CurrentId(*form)).arg(QGuiApplication::clipboard()->text()), after);
     }
 
     void entryDialog_data()
@@ -650,9 +601,7 @@ private slots:
     {
         QFETCH(EntryCase, c);
         const StringSource version = StringSource(c.version);
-        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3", "", "String 5", "", "String 7"});
-        Put(ws->Tables(), 3, QStringLiteral("Drei"), false);
-        ws->Tables()->Save(ssLocalEdited, false);
+        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3=Drei", "", "String 5", "", "String 7"});
         auto form = OpenEditor(ws, TableVersion(version));
         form->DataView()->ShowId(c.currentId);
         const int rows = form->DataSource()->GetRecordCount();
@@ -669,9 +618,11 @@ private slots:
                 Click(dialog, c.how.endsWith(QLatin1String("cancel")) ? "cmdCancel" : "cmdSave");
             });
         QTableView *view = form->DataView()->TableView();
-        if (c.how == QLatin1String("double click"))
-            DoubleClickRow(*form, form->DataView()->CurrentRecord());
-        else if (c.how.endsWith(QLatin1String("Enter")))
+        const QPoint centre = view->visualRect(view->model()->index(form->DataView()->CurrentRecord() - 1, 1)).center();
+        if (c.how == QLatin1String("double click")) {
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
+            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+        } else if (c.how.endsWith(QLatin1String("Enter")))
             QTest::keyClick(view, Qt::Key_Return, c.how.startsWith(u'C') ? Qt::ControlModifier : Qt::NoModifier);
         else
             form->EditItem(c.how == QLatin1String("paste") ? 2 : c.how.startsWith(u'n') ? 13 : 15)->trigger();
@@ -699,7 +650,10 @@ private slots:
 
     // --- The translator's workflow ------------------------------------------------------------
 
-    void signsTooltipsAndProgress()
+    // The rows' signs and tooltips and the progress, in the translation and in the English. Find,
+    // Find Next, the searches and Go to work on the rows the filter shows; Go to an id it hides
+    // shows every row again; the current id stays while it matches.
+    void signsProgressAndFilteredSearches()
     {
         server::WorkspacePtr ws = EveryState();
         auto form = OpenEditor(ws, ssLocalEdited);
@@ -722,6 +676,23 @@ private slots:
         QCOMPARE(english->DataSource()->RowSign(2), int(rsPending));
         QCOMPARE(english->DataSource()->RowSign(1), int(rsNone));
         QCOMPARE(english->ProgressText(), QStringLiteral("6 strings \u00b7 1 English corrections pending"));
+        english.reset();
+
+        form->DataView()->ShowId(6);
+        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
+        QCOMPARE(CurrentId(*form), 6);
+        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
+        form->EditItem(4)->trigger();
+        QCOMPARE(CurrentId(*form), 2);
+        form->EditItem(5)->trigger();   // Find Next starts one row further on
+        QCOMPARE(CurrentId(*form), 6);
+        form->EditItem(7)->trigger();   // Find Missing
+        QCOMPARE(CurrentId(*form), 4);
+        services->prompts->inputAnswers << QStringLiteral("5");
+        form->EditItem(11)->trigger();   // Go to a hidden id
+        QCOMPARE(CurrentId(*form), 5);
+        QCOMPARE(form->FilterState()->currentIndex(), 0);
+        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
     }
 
     void filter_data()
@@ -759,28 +730,6 @@ private slots:
         QCOMPARE(ListedIds(*form), QStringLiteral("1 2 3 4 5 6"));
     }
 
-    // Find, Find Next, the searches and Go to work on the rows the filter shows; Go to an id it
-    // hides shows every row again; the current id stays while it matches.
-    void searchesInAFilteredList()
-    {
-        auto form = OpenEditor(EveryState(), ssLocalEdited);
-        form->DataView()->ShowId(6);
-        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
-        QCOMPARE(CurrentId(*form), 6);
-        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
-        form->EditItem(4)->trigger();
-        QCOMPARE(CurrentId(*form), 2);
-        form->EditItem(5)->trigger();   // Find Next starts one row further on
-        QCOMPARE(CurrentId(*form), 6);
-        form->EditItem(7)->trigger();   // Find Missing
-        QCOMPARE(CurrentId(*form), 4);
-        services->prompts->inputAnswers << QStringLiteral("5");
-        form->EditItem(11)->trigger();   // Go to a hidden id
-        QCOMPARE(CurrentId(*form), 5);
-        QCOMPARE(form->FilterState()->currentIndex(), 0);
-        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
-    }
-
     // A string's problems mark its row, name themselves in its tooltip, make the filter's "Has
     // problems", are counted in the progress and walked by Find Next Problem (F8, after the
     // translation searches: wrapping, a notice when no other row has one); each change to the
@@ -805,7 +754,10 @@ private slots:
     {
         QFETCH(QString, change);
         QFETCH(QStringList, expected);
-        server::WorkspacePtr ws = Faulty();
+        // Approved translations with two faults: 3 lacks the English full stop (a warning), 4 the
+        // English %1 (an error).
+        server::WorkspacePtr ws = Strings({"Open %1=Öffnen %1", "Save=Speichern", "Quit.=Beenden",
+                                           "Close %1=Schließen", "Print=Drucken"});
         auto form = OpenEditor(ws, ssLocalEdited);
         CDVDataSource *source = form->DataSource();
         if (change.startsWith(QLatin1String("fix")))
@@ -845,16 +797,29 @@ private slots:
     }
 
     // Save && Next stores the text and opens the next string that needs work, in the list's
-    // order from the one saved, until none is left; Ctrl+Return does the same.
+    // order from the one saved, until none is left; Ctrl+Return does the same. Ctrl+B copies the
+    // original over the selection, or over the whole text when nothing is selected.
     void saveAndNextWalksTheStringsThatNeedWork()
     {
         server::WorkspacePtr ws = EveryState();
         auto form = OpenEditor(ws, ssLocalEdited);
         form->DataView()->ShowId(3);
-        QStringList titles;
+        QStringList titles, copied;
         std::function<void(QDialog *)> work = [&](QDialog *dialog) {
             titles << dialog->windowTitle();
             auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            if (titles.size() == 1) {
+                QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
+                QTextCursor cursor = box->textCursor();
+                cursor.setPosition(1);
+                cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+                box->setTextCursor(cursor);
+                QTest::keyClick(dialog, Qt::Key_B, Qt::ControlModifier);
+                box->moveCursor(QTextCursor::Start);
+                copied << box->toPlainText() << Find<QPlainTextEdit>(dialog, "rtfOriginal")->toPlainText();
+                QTest::keyClick(dialog, Qt::Key_B, Qt::ControlModifier);
+                copied << box->toPlainText();
+            }
             box->setPlainText(QStringLiteral("Text %1").arg(titles.size()));
             if (!Find<QCheckBox>(dialog, "chkValidTranslation")->isChecked())
                 Click(dialog, "chkValidTranslation");
@@ -867,44 +832,13 @@ private slots:
         };
         OnModal<QDialog>(work);
         form->EditItem(15)->trigger();
+        QCOMPARE(copied, (QStringList{"SClose window", "Close window", "Close window"}));
         QCOMPARE(titles, (QStringList{"Translate string resource 3", "Translate string resource 4",
                                       "Translate string resource 6", "Translate string resource 2"}));
         QCOMPARE(services->prompts->Notices(), QStringList{"Done finding unapproved translations"});
         QVERIFY(form->ProgressText().startsWith(QStringLiteral("6 of 6 translated (100 %)")));
         QCOMPARE(ws->Tables()->Text(6, ssLocalEdited), QStringLiteral("Text 3"));
         QCOMPARE(CurrentId(*form), 2);
-    }
-
-    void copyOriginal_data()
-    {
-        QTest::addColumn<int>("selectFrom");   // -1: nothing selected
-        QTest::addColumn<QString>("result");
-        // %1 the original shown.
-        QTest::newRow("nothing selected: the whole text") << -1 << "%1";
-        QTest::newRow("a selection: replaced") << 1 << "&%1";
-    }
-    void copyOriginal()
-    {
-        QFETCH(int, selectFrom);
-        QFETCH(QString, result);
-        auto form = OpenEditor(EveryState(), ssLocalEdited);
-        form->DataView()->ShowId(2);
-        QString typed;
-        OnModal<QDialog>([&](QDialog *dialog) {
-            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
-            QTRY_VERIFY(box->hasFocus());   // the box selects all as it takes the focus
-            QTextCursor cursor = box->textCursor();
-            cursor.setPosition(qMax(0, selectFrom));
-            if (selectFrom >= 0)
-                cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-            box->setTextCursor(cursor);
-            QTest::keyClick(dialog, Qt::Key_B, Qt::ControlModifier);
-            typed = box->toPlainText();
-            result = result.arg(Find<QPlainTextEdit>(dialog, "rtfOriginal")->toPlainText());
-            Click(dialog, "cmdCancel");
-        });
-        form->EditItem(15)->trigger();
-        QCOMPARE(typed, result);
     }
 
     void undoAndRedo_data()
@@ -975,49 +909,125 @@ private slots:
         QCOMPARE(CurrentId(*form), change == QLatin1String("paste") || change == QLatin1String("new") ? 6 : focus);
     }
 
-    // --- Whole workspaces -------------------------------------------------------------------
+    // --- What changed in the English, the translation memory ---------------------------------
 
-    // A translation typed in the list's dialog, marked valid and saved is in the file when it is
-    // opened again: approved and up to date.
-    void translationIsSavedApprovedAndUpToDate()
+    // Carry Over restamps the translations of trivial English changes, leaves changed words,
+    // reports both, and each carried string comes back on its own with Undo.
+    void carryOverAndUndo()
     {
+        server::WorkspacePtr ws = Strings({"Save changes.=Änderungen speichern.",
+                                           "Could not open %1=%1 konnte nicht geöffnet werden",
+                                           "^&Cancel=&Abbrechen"});
+        const StringTableSetPtr t = ws->Tables();
+        Put(t, 1, QStringLiteral("Save changes?"), true);
+        Put(t, 2, QStringLiteral("Could not read %1"), true);
+        Put(t, 3, QStringLiteral("Cancel"), true);   // its shortcut no longer allowed
+        t->Save(ssEnglishDefault, false);
+        auto form = OpenEditor(ws, ssLocalEdited);
+        auto *carryOver = form->findChild<QAction *>("mnuEditCarryOver");
+        QVERIFY(form->findChild<QMenu *>("mnuEdit")->actions().contains(carryOver));
+        carryOver->trigger();
+        QCOMPARE(Holdings(ws, ssLocalEdited, {1, 2, 3}), "1:Änderungen speichern?/2/2 "
+                                                         "2:%1 konnte nicht geöffnet werden/1/2 3:Abbrechen/2/2");
+        const QStringList notices = services->prompts->Notices();
+        QCOMPARE(notices.size(), 1);
+        for (const char *part : {"Carried over 2", "1 (punctuation", "3 (shortcut", "1 with changed words"})
+            QVERIFY2(notices.first().contains(part), qPrintable(notices.first()));
+        QCOMPARE(form->UndoStack()->count(), 2);
+        form->UndoStack()->undo();
+        QCOMPARE(Holdings(ws, ssLocalEdited, {1, 3}), "1:Änderungen speichern?/2/2 3:&Abbrechen/1/2");
+        form->UndoStack()->undo();
+        QCOMPARE(Holdings(ws, ssLocalEdited, {1}), "1:Änderungen speichern./1/2");
+        QVERIFY(!t->Modified());
+    }
+
+    void insertSuggestion_data()
+    {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<int>("suggestions");
+        QTest::newRow("Ctrl+1, exact") << 2 << 1 << "Öffnen" << 1;
+        QTest::newRow("Ctrl+1, marker and ellipsis adapted") << 5 << 1 << "&Öffnen…" << 1;
+        QTest::newRow("Ctrl+2 without a second") << 2 << 2 << "" << 1;
+        QTest::newRow("nothing for a new text") << 3 << 1 << "" << 0;
+    }
+    void insertSuggestion()
+    {
+        QFETCH(int, id);
+        QFETCH(int, key);
+        QFETCH(QString, expected);
+        QFETCH(int, suggestions);
         QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("application.kvw"));
-        {
-            server::WorkspacePtr ws = Strings({"^&File", "^&Open...", "^&Save", "^&Print...", "^E&xit"}, 100, path);
-            for (StringId id = 1; id <= 5; ++id)
-                Put(ws->Tables(), id, QString(), false);
-            ws->Tables()->Save(ssLocalEdited, false);
-            // Edit shows the window modally and returns, when it is closed, whether a Save succeeded.
-            frmEdit form;
-            bool modal = false;
-            QTimer::singleShot(0, &form, [&] {
-                modal = form.isVisible() && form.windowModality() == Qt::ApplicationModal;
-                if (QTest::qWaitForWindowActive(&form)) {
-                    OnModal<QDialog>([&](QDialog *dialog) {
-                        QCOMPARE(dialog->windowTitle(), QStringLiteral("Translate string resource 2"));
-                        Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Ö&ffnen..."));
-                        Click(dialog, "chkValidTranslation");
-                        Click(dialog, "cmdSave");
-                    });
-                    DoubleClickRow(form, 2);
-                    form.FileItem(2)->trigger();   // Save as Local Edited
-                    form.FileItem(5)->trigger();
-                }
-                form.hide();   // however this went, Edit returns
-            });
-            QVERIFY(form.Edit(ws, ssLocalEdited));
-            QVERIFY(modal && !form.isVisible());
-        }
-        server::WorkspacePtr reopened = server::Workspace::Open(path);
-        const StringTableSetPtr tables = reopened->Tables();
-        QCOMPARE(tables->Text(2, ssLocalEdited), QStringLiteral("Ö&ffnen..."));
-        QVERIFY(tables->HasStatus(2, ssLocalEdited, sfApproved));
-        QCOMPARE(tables->Revision(2, ssLocalEdited), tables->Revision(2, ssEnglishDefault));
-        QVERIFY(!tables->HasText(3, ssLocalEdited));   // the others still missing
-        frmEdit unchanged;   // closed without a Save
-        QTimer::singleShot(0, &unchanged, [&] { unchanged.FileItem(5)->trigger(); });
-        QVERIFY(!unchanged.Edit(reopened, ssLocalEdited));
+        server::WorkspacePtr ws = Strings(kForMemory);
+        auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
+        QString typed = QStringLiteral("(not reached)");
+        int shown = -1;
+        OnModal<QDialog>([&](QDialog *dialog) {
+            auto *list = Find<QTreeWidget>(dialog, "lstSuggestions");
+            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+            QTRY_VERIFY(list->topLevelItemCount() > 0);
+            shown = list->topLevelItem(0)->flags() & Qt::ItemIsEnabled ? list->topLevelItemCount() : 0;
+            // Past defect: stacked under the form, the suggestions made the dialog taller than a
+            // laptop's screen (768 lines less a panel and a title bar); they sit beside it.
+            QVERIFY2(dialog->height() <= 700, qPrintable(QString::number(dialog->height())));
+            QTest::keyClick(box, static_cast<Qt::Key>(Qt::Key_0 + key), Qt::ControlModifier);
+            typed = box->toPlainText();
+        });
+        form->EditTranslation(ws->Tables()->Entry(StringId(id), ssLocalEdited));
+        QCOMPARE(shown, suggestions);
+        QCOMPARE(typed, expected);
+    }
+
+    // A translation saved joins the memory, by its id, even with no row shown. Pre-translate fills
+    // the rows the filter shows from the memory, unapproved, down to the similarity asked for, as
+    // one step of Undo.
+    void pretranslateAndSave_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("minimum");
+        QTest::addColumn<QString>("filled");
+        QTest::newRow("filtered, exact") << "Open" << "100" << "2:Öffnen 4:Öffnen";
+        QTest::newRow("filtered, down to 97") << "Open" << "97" << "2:Öffnen 4:Öffnen 5:&Öffnen…";
+        QTest::newRow("every row") << "" << "100" << "2:Öffnen 4:Öffnen 6:Schließen";
+    }
+    void pretranslateAndSave()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QString, minimum);
+        QFETCH(QString, filled);
+        QTemporaryDir dir;
+        server::WorkspacePtr ws = Strings(kForMemory);
+        auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
+        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // indexed as opened
+        Translate(*form, 3, QStringLiteral("Drucken"));
+        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // not saved yet
+        form->FilterText()->setText(QStringLiteral("no such text"));
+        form->ProcessFileMenuSave(false);
+        const QList<memory::Suggestion> found = form->Memory()->Lookup(QStringLiteral("Print"));
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found.first().translation, QStringLiteral("Drucken"));
+
+        form->FilterText()->setText(filter);
+        services->prompts->inputAnswers.enqueue(minimum);
+        auto *action = form->findChild<QAction *>(QStringLiteral("mnuEditPretranslate"));
+        QVERIFY(action && action->isVisible() && action->isEnabled());
+        const StringTableSetPtr tables = ws->Tables();
+        const auto texts = [&] {
+            QStringList out;
+            for (StringId id = 2; id <= 6; ++id)
+                if (tables->HasText(id, ssLocalEdited) && !tables->HasStatus(id, ssLocalEdited, sfApproved))
+                    out << QStringLiteral("%1:%2").arg(id).arg(tables->Text(id, ssLocalEdited));
+            return out.join(u' ');
+        };
+        const int steps = form->UndoStack()->count();
+        action->trigger();
+        QCOMPARE(texts(), filled);
+        const QString notice = QStringLiteral("Pre-translated %1 of").arg(filled.count(u':'));
+        QVERIFY(services->prompts->Notices().last().startsWith(notice));
+        QCOMPARE(form->UndoStack()->count(), steps + 1);
+        form->UndoStack()->undo();
+        QCOMPARE(texts(), QString());
     }
 };
 

@@ -1,19 +1,24 @@
-// The editing run behind both public classes: trace names, the saved flag, failure handling and
+// The editing run behind both public classes, end to end: the window shown modally, a string
+// translated in its dialog and saved to the file or dropped, trace names, failure handling and
 // independence of consecutive runs.
 
+#include "dataview/UCKvDataView.h"
 #include "editor/frmEdit.h"
 #include "entry/CGlobals.h"
 #include "entry/EditingRun.h"
 #include "server/Workspace.h"
 
+#include "DialogTestSupport.h"
 #include "TestServices.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QTimer>
+#include <QDialog>
+#include <QPlainTextEdit>
+#include <QTableView>
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace kvedit;
+using namespace kvedit::test;
 
 namespace {
 
@@ -32,26 +37,6 @@ void WhenEditorShown(std::function<void(frmEdit *)> action)
     });
 }
 
-server::WorkspacePtr SmallWorkspace()
-{
-    auto ws = server::Workspace::CreateInMemory({QStringLiteral("Entry test"), QStringLiteral("de-DE"), 100});
-    StringTableSetPtr tables = ws->Tables();
-    for (StringId id : {StringId(1), StringId(2), StringId(3)}) {
-        StringEntryPtr blank = tables->Entry(id, ssEnglishDefault);
-        tables->AddEntry(blank->CreateEdited(id, QStringLiteral("Text %1").arg(id), QString(), false, false, false,
-                                             QString(), 0, blank->ParameterDefinitions(), false));
-    }
-    tables->Save(ssEnglishDefault, false);
-    return ws;
-}
-
-bool RunThrough(const QString &which, ResourceWorkspacePtr &rfw, TableVersion version)
-{
-    if (which == QLatin1String("CGlobals"))
-        return CGlobals().EditStringResources(rfw, version);
-    return CStringTablesFactory::Create().EditStringResources(rfw, version);
-}
-
 } // namespace
 
 class TestEntry : public QObject {
@@ -60,36 +45,64 @@ class TestEntry : public QObject {
 private slots:
     void cleanup() { setEditorFormFactory({}); }
 
-    void returnsTrueOnlyAfterASave_data()
+    // A translation typed in the list's dialog and marked valid is in the file when it is opened
+    // again, approved and up to date, only after a Save; the run returns whether one was made.
+    void translateAndSave_data()
     {
         QTest::addColumn<QString>("module");
         QTest::addColumn<bool>("save");
-        QTest::newRow("CGlobals, saved") << QStringLiteral("CGlobals") << true;
-        QTest::newRow("CGlobals, closed unsaved") << QStringLiteral("CGlobals") << false;
-        QTest::newRow("CStringTables, saved") << QStringLiteral("CStringTables") << true;
-        QTest::newRow("CStringTables, closed unsaved") << QStringLiteral("CStringTables") << false;
+        for (const char *module : {"CGlobals", "CStringTables"}) {
+            QTest::addRow("%s, saved", module) << QString::fromLatin1(module) << true;
+            QTest::addRow("%s, closed unsaved", module) << QString::fromLatin1(module) << false;
+        }
     }
-    void returnsTrueOnlyAfterASave()
+    void translateAndSave()
     {
         QFETCH(QString, module);
         QFETCH(bool, save);
-        test::TestServices services;
+        TestServices services;
         services.prompts->confirmAnswers.enqueue(true);   // "Close without saving?" when unsaved
-        server::WorkspacePtr ws = SmallWorkspace();
-        ResourceWorkspacePtr rfw = ws;
-        WhenEditorShown([ws, save](frmEdit *form) {
-            StringTableSetPtr tables = ws->Tables();
-            StringEntryPtr e = tables->Entry(2, ssLocalEdited);
-            tables->StoreEntry(e->CreateEdited(2, QStringLiteral("Text 2 (de)"), QString(), false, false, false,
-                                               QString(), 0, e->ParameterDefinitions(), true));
-            // The store bypassed the window's commands, so bring the menus up to date first.
-            form->UpdateMenuState();
-            if (save)
-                form->findChild<QAction *>(QStringLiteral("mnuFileItem_2"))->trigger();
-            form->close();
-        });
-        QCOMPARE(RunThrough(module, rfw, ssLocalEdited), save);
-        QCOMPARE(ws->Tables()->HasText(2, ssLocalEdited), save);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("application.kvw"));
+        bool modal = false;
+        {
+            ResourceWorkspacePtr rfw = server::Workspace::Create(path, {QStringLiteral("Entry test")});
+            const StringTableSetPtr tables = rfw->TextServer()->StringTableSet();
+            for (StringId id = 1; id <= 3; ++id) {
+                const StringEntryPtr e = tables->Entry(id, ssEnglishDefault);
+                tables->AddEntry(e->CreateEdited(id, QStringLiteral("Text %1").arg(id), {}, false, false, false, {}, 0,
+                                                 e->ParameterDefinitions(), false));
+            }
+            tables->Save(ssEnglishDefault, false);
+            WhenEditorShown([&](frmEdit *form) {
+                modal = form->windowModality() == Qt::ApplicationModal;
+                QVERIFY(QTest::qWaitForWindowActive(form));
+                OnModal<QDialog>([&](QDialog *dialog) {
+                    QCOMPARE(dialog->windowTitle(), QStringLiteral("Translate string resource 2"));
+                    Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Ö&ffnen..."));
+                    Click(dialog, "chkValidTranslation");
+                    Click(dialog, "cmdSave");
+                });
+                QTableView *view = form->DataView()->TableView();
+                const QPoint row2 = view->visualRect(view->model()->index(1, 1)).center();
+                QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row2);
+                QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row2);
+                if (save)
+                    form->FileItem(2)->trigger();   // Save as Local Edited
+                form->close();
+            });
+            if (module == QLatin1String("CGlobals"))
+                QCOMPARE(CGlobals().EditStringResources(rfw, ssLocalEdited), save);
+            else
+                QCOMPARE(CStringTablesFactory::Create().EditStringResources(rfw, ssLocalEdited), save);
+        }
+        QVERIFY(modal);
+        const server::WorkspacePtr reopened = server::Workspace::Open(path);
+        const StringTableSetPtr tables = reopened->Tables();
+        QCOMPARE(tables->Text(2, ssLocalEdited), save ? QStringLiteral("Ö&ffnen...") : QString());
+        QCOMPARE(tables->HasStatus(2, ssLocalEdited, sfApproved), save);
+        QVERIFY(!save || tables->Revision(2, ssLocalEdited) == tables->Revision(2, ssEnglishDefault));
+        QVERIFY(!tables->HasText(3, ssLocalEdited));
         QVERIFY(services.reporter->errors.isEmpty());
         // Each class traces the run under its own name.
         const QStringList lines = services.trace->Lines();
@@ -99,7 +112,7 @@ private slots:
 
     void formThatCannotBeCreatedIsReportedOnce()
     {
-        test::TestServices services;
+        TestServices services;
         setEditorFormFactory([] { return std::unique_ptr<frmEdit>(); });
         ResourceWorkspacePtr rfw;
         QCOMPARE(CGlobals().EditStringResources(rfw, ssLocalEdited), false);
@@ -109,11 +122,12 @@ private slots:
         QCOMPARE(services.trace->Lines().last(), QStringLiteral("leave CGlobals.EditStringResources"));
     }
 
+    // Each run has a window of its own, unloaded after it: no Find text carries over, not even
+    // past a run without a workspace that was closed at once.
     void consecutiveRunsShareNothing()
     {
-        test::TestServices services;
-        server::WorkspacePtr ws = SmallWorkspace();
-        ResourceWorkspacePtr rfw = ws;
+        TestServices services;
+        ResourceWorkspacePtr rfw = server::Workspace::CreateInMemory({QStringLiteral("Entry test")});
         QPointer<frmEdit> first;
         WhenEditorShown([&first](frmEdit *form) {
             first = form;
@@ -121,11 +135,16 @@ private slots:
             form->close();
         });
         CGlobals().EditStringResources(rfw, ssEnglishDefault);
-        QVERIFY(first.isNull());   // the form was unloaded after the run
-        ResourceWorkspacePtr none;   // and a run without a workspace between them
-        WhenEditorShown([](frmEdit *form) { form->close(); });
+        QVERIFY(first.isNull());
+        // A run without a workspace, its window closed before anything activates it.
+        setEditorFormFactory([] {
+            auto form = std::make_unique<frmEdit>();
+            QTimer::singleShot(0, form.get(), &QWidget::close);
+            return form;
+        });
+        ResourceWorkspacePtr none;
         QVERIFY(!CGlobals().EditStringResources(none, ssLocalEdited));
-
+        setEditorFormFactory({});
         QString findTextSeen = QStringLiteral("unset");
         WhenEditorShown([&findTextSeen](frmEdit *form) {
             findTextSeen = form->FindText();
