@@ -8,6 +8,8 @@
 
 #include <QtTest>
 
+#include <unistd.h>
+
 using namespace kvedit;
 using namespace kvedit::io;
 using kvedit::test::DataFile;
@@ -495,14 +497,19 @@ private slots:
         QVERIFY(ended.waitForFinished());
         const QDir t(temp.path());
         const QString dead = QStringLiteral("kvedit-rc-%1-aaaaaa").arg(endedPid);
-        const QString live = QStringLiteral("kvedit-rc-%1-bbbbbb").arg(QCoreApplication::applicationPid());
-        for (const QString &name : {dead, live, QStringLiteral("kvedit-rc-cccccc")})
+        QStringList kept{QStringLiteral("kvedit-rc-%1-bbbbbb").arg(QCoreApplication::applicationPid()),
+                         QStringLiteral("kvedit-rc-%1-dddddd").arg(getppid()), QStringLiteral("kvedit-rc-cccccc")};
+        for (const QString &name : kept + QStringList{dead})
             QVERIFY(t.mkpath(name + QStringLiteral("/mirror")));
         // The staging links into the user's folders; removing it must leave their files alone.
         QVERIFY(QFile::link(outside.path(), temp.filePath(dead + QStringLiteral("/mirror/user"))));
+        // Another process's folder stays; so does another user's, given away where the test may (as root).
+        const bool givenAway = ::chown(QFile::encodeName(temp.filePath(kept.at(1))).constData(), 65534, 65534) == 0;
+        qInfo() << "a folder of another user:" << givenAway;
 
         QCOMPARE(RemoveStaleStagingFolders(temp.path()), 1);
-        QCOMPARE(t.entryList(QDir::Dirs | QDir::NoDotAndDotDot), (QStringList{live, QStringLiteral("kvedit-rc-cccccc")}));
+        kept.sort();
+        QCOMPARE(t.entryList(QDir::Dirs | QDir::NoDotAndDotDot), kept);
         QVERIFY(QFile::exists(outside.filePath(QStringLiteral("keep.txt"))));
     }
 };
