@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QString>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QtEndian>
 
@@ -41,12 +42,9 @@ inline QByteArray ReadBytes(const QString &path)
 // Text in UTF-16 with its byte-order mark.
 inline QByteArray Utf16(const QString &text, bool bigEndian = false)
 {
-    QByteArray out = bigEndian ? QByteArray("\xFE\xFF", 2) : QByteArray("\xFF\xFE", 2);
-    for (const QChar c : text) {
-        const char high = static_cast<char>(c.unicode() >> 8), low = static_cast<char>(c.unicode() & 0xFF);
-        out.append(bigEndian ? high : low).append(bigEndian ? low : high);
-    }
-    return out;
+    QStringEncoder encoder(bigEndian ? QStringEncoder::Utf16BE : QStringEncoder::Utf16LE,
+                           QStringEncoder::Flag::WriteBom);
+    return encoder(text);
 }
 
 struct ProcessResult {

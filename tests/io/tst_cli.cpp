@@ -86,38 +86,22 @@ private slots:
         QVERIFY(QDir(dir.path()).entryList(QDir::Files).isEmpty());
     }
 
-    void newCreatesAWorkspace()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("french.kvw"));
-        Run r = Cli({"new", path, "--language", "fr-FR"});
-        QVERIFY2(r.code == cli::exitSuccess && r.out.contains(QLatin1String("French")), r.Describe());
-        {
-            const server::WorkspacePtr ws = server::Workspace::Open(path);
-            QCOMPARE(ws->Info().targetLanguage, QStringLiteral("fr-FR"));
-            QCOMPARE(ws->Name(), QStringLiteral("french"));
-            QCOMPARE(ws->Set()->RecordCount(ssEnglishDefault), 0);
-        }
-        // Not over an existing file.
-        r = Cli({"new", path, "--language", "de"});
-        QCOMPARE(r.code, int(cli::exitBadInput));
-        QVERIFY2(r.err.contains(QLatin1String("french.kvw")), r.Describe());
-        QCOMPARE(server::Workspace::Open(path)->Info().targetLanguage, QStringLiteral("fr-FR"));
-
-        // A workspace that is not one is bad input too.
-        r = Cli({"stats", WriteBytes(dir, QStringLiteral("text.kvw"), "plain text")});
-        QCOMPARE(r.code, int(cli::exitBadInput));
-        QVERIFY2(r.err.contains(QLatin1String("text.kvw")), r.Describe());
-    }
-
-    void importExportAndStats()
+    // One workspace through every tool: new, imports of scripts with the reader's options, stats,
+    // exports, and a file in another language refused until accepted, with the reasons it gives.
+    void workspaceThroughTheTools()
     {
         QTemporaryDir dir;
         const QString ws = dir.filePath(QStringLiteral("sample.kvw"));
-        QCOMPARE(Cli({"new", ws, "--language", "de-DE"}).code, 0);
+        Run r = Cli({"new", ws, "--language", "de-DE"});
+        QVERIFY2(r.code == cli::exitSuccess && r.out.contains(QLatin1String("German")), r.Describe());
+        QCOMPARE(server::Workspace::Open(ws)->Name(), QStringLiteral("sample"));
+        // Not over an existing file.
+        r = Cli({"new", ws, "--language", "fr"});
+        QVERIFY2(r.code == cli::exitBadInput && r.err.contains(QLatin1String("sample.kvw")), r.Describe());
+        QCOMPARE(server::Workspace::Open(ws)->Info().targetLanguage, QStringLiteral("de-DE"));
 
-        Run r = Cli({"import", ws, DataFile(QStringLiteral("app/app.rc")), "-I", DataFile(QStringLiteral("app/include")),
-                     "-DWITH_EXTRAS"});
+        r = Cli({"import", ws, DataFile(QStringLiteral("app/app.rc")), "-I", DataFile(QStringLiteral("app/include")),
+                 "-DWITH_EXTRAS"});
         QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("into English Default: 12 added, 0 changed, 0 unchanged")),
                  r.Describe());
         QVERIFY(r.err.contains(QLatin1String("app.rc:4: note: system header \"windows.h\" is not present")));
@@ -129,22 +113,34 @@ private slots:
         QVERIFY2(r.code == 0, r.Describe());
         QCOMPARE(Counts(r.out), QStringLiteral("12 5 7 7 12"));
 
-        // Export as a script and as XLIFF; the XLIFF carries the translations.
-        const QString rc = dir.filePath(QStringLiteral("de.rc"));
-        r = Cli({"export", ws, rc, "--table", "1"});
+        r = Cli({"export", ws, dir.filePath(QStringLiteral("de.rc")), "--table", "1"});
         QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("Exported 5 strings of Local Default")), r.Describe());
-        const QString xlf = dir.filePath(QStringLiteral("de.xliff"));
-        r = Cli({"export", ws, xlf});
+        r = Cli({"export", ws, dir.filePath(QStringLiteral("de.xliff"))});
         QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("Exported 12 strings of Local Edited")), r.Describe());
 
-        // The XLIFF starts another workspace with the same counts.
-        const QString other = dir.filePath(QStringLiteral("other.kvw"));
-        QCOMPARE(Cli({"new", other, "--language", "de-DE"}).code, 0);
-        QCOMPARE(Cli({"import", other, xlf, "--as", "english-default"}).code, 0);
-        r = Cli({"import", other, xlf});
-        QVERIFY2(r.code == 0 && r.out.contains(QLatin1String("5 added, 0 changed, 0 unchanged, 7 not imported")), r.Describe());
-        QCOMPARE(Cli({"stats", other, "--table", "1"}).out,
-                 Cli({"stats", ws, "--table", "1"}).out.replace(QLatin1String("sample"), QLatin1String("other")));
+        // Japanese translations of the twelve strings and of eight the workspace does not have.
+        QByteArray units;
+        for (const int id : {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 201, 202, 203, 204, 205, 206, 207, 208})
+            units += "<trans-unit id=\"" + QByteArray::number(id) + "\"><source>s</source><target>t</target></trans-unit>\n";
+        const QString xlf = WriteBytes(dir, QStringLiteral("ja.xlf"),
+                                       "<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" "
+                                       "source-language=\"en\" target-language=\"ja-JP\" datatype=\"plaintext\"><body>\n"
+                                           + units + "</body></file></xliff>\n");
+        r = Cli({"import", ws, xlf});
+        QVERIFY2(r.code == cli::exitBadInput && r.err.contains(xlf + QStringLiteral(": error: the file is in Japanese (ja-JP)")), r.Describe());
+        r = Cli({"import", ws, xlf, "--language-mismatch=accept"});
+        QVERIFY2(r.code == 0 && r.err.contains(QLatin1String("imported as asked")), r.Describe());
+        QVERIFY2(r.out.contains(QLatin1String("7 added, 5 changed, 0 unchanged, 8 not imported:\n"
+                                              "  8 unknown id: 201, 202, 203, 204, 205 and 3 more\n")),
+                 r.Describe());
+        r = Cli({"import", ws, xlf, "--as", "local-default", "--json"});
+        QVERIFY2(r.code == 0, r.Describe());
+        const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8()).object();
+        QCOMPARE(o.value(QLatin1String("unchanged")).toInt(), 12);
+        const QJsonObject reason = o.value(QLatin1String("reasons")).toArray().first().toObject();
+        QCOMPARE(reason.value(QLatin1String("reason")).toString(), QStringLiteral("unknown id"));
+        QCOMPARE(reason.value(QLatin1String("ids")).toVariant().toStringList(),
+                 (QStringList{"201", "202", "203", "204", "205", "206", "207", "208"}));
     }
 
     void badInputNamesFileAndLine_data()
@@ -182,41 +178,6 @@ private slots:
         QCOMPARE(Cli({"stats", ws, "--json"}).out, before);
     }
 
-    void statsOfTheDemo_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<int>("version");
-        QTest::newRow("default table") << QStringList() << int(ssLocalEdited);
-        QTest::newRow("table 1") << QStringList{"--table", "1"} << int(ssLocalDefault);
-    }
-
-    void statsOfTheDemo()
-    {
-        QFETCH(QStringList, options);
-        QFETCH(int, version);
-        QTemporaryDir dir;
-        const QString ws = dir.filePath(QStringLiteral("demo.kvw"));
-        server::CreateDemoWorkspace(ws);
-        const QString expected = Counts(server::DemoCounts(static_cast<TableVersion>(version)));
-
-        Run r = Cli(QStringList{"stats", ws} + options);
-        QVERIFY2(r.code == 0, r.Describe());
-        QVERIFY(r.out.contains(QStringLiteral("table %1 (%2").arg(version).arg(server::TableSet::FixedSourceName(version))));
-        QCOMPARE(Counts(r.out), expected);
-
-        r = Cli(QStringList{"stats", ws, "--json"} + options);
-        QVERIFY2(r.code == 0, r.Describe());
-        QJsonParseError error;
-        const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8(), &error).object();
-        QCOMPARE(error.error, QJsonParseError::NoError);
-        QCOMPARE(o.value(QLatin1String("table")).toInt(), version);
-        QCOMPARE(o.value(QLatin1String("language")).toString(), QStringLiteral("de"));
-        QStringList counts;
-        for (const char *key : {"total", "translated", "missing", "outOfDate", "unapproved"})
-            counts << QString::number(o.value(QLatin1String(key)).toInt(-1));
-        QCOMPARE(counts.join(u' '), expected);
-    }
-
     void progressOnATerminal()
     {
         QTemporaryDir dir;
@@ -237,12 +198,32 @@ private slots:
         QVERIFY(Cli({"export", demo, xlf}).err.isEmpty());
     }
 
-    void demoWritesAFreshCopy()
+    void demoAndItsStats()
     {
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("my demo.kvw"));
         QVERIFY(Cli({"demo", path}).code == cli::exitSuccess);
-        QCOMPARE(Counts(Cli({"stats", path}).out), Counts(server::DemoCounts(ssLocalEdited)));
+        // The default table and table 1, as a table and as JSON.
+        for (const TableVersion version : {ssLocalEdited, ssLocalDefault}) {
+            const QStringList table = version == ssLocalEdited ? QStringList() : QStringList{"--table", "1"};
+            const QString expected = Counts(server::DemoCounts(version));
+            Run r = Cli(QStringList{"stats", path} + table);
+            QVERIFY2(r.code == 0, r.Describe());
+            QVERIFY(r.out.contains(QStringLiteral("table %1 (%2").arg(int(version)).arg(server::TableSet::FixedSourceName(version))));
+            QCOMPARE(Counts(r.out), expected);
+
+            r = Cli(QStringList{"stats", path, "--json"} + table);
+            QJsonParseError error;
+            const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8(), &error).object();
+            QVERIFY2(r.code == 0 && error.error == QJsonParseError::NoError, r.Describe());
+            QCOMPARE(o.value(QLatin1String("table")).toInt(), int(version));
+            QCOMPARE(o.value(QLatin1String("language")).toString(), QStringLiteral("de"));
+            QStringList counts;
+            for (const char *key : {"total", "translated", "missing", "outOfDate", "unapproved"})
+                counts << QString::number(o.value(QLatin1String(key)).toInt(-1));
+            QCOMPARE(counts.join(u' '), expected);
+        }
+
         {
             const server::WorkspacePtr ws = server::Workspace::Open(path);
             ws->setSymbol(100, QStringLiteral("IDS_MINE"));
@@ -261,37 +242,10 @@ private slots:
         r = Cli({"demo", dir.filePath(QStringLiteral("folder.kvw")), "--force"});
         QVERIFY2(r.code == cli::exitBadInput && r.err.contains("folder.kvw"), r.Describe());
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), (QStringList{"folder.kvw", "my demo.kvw"}));
-    }
 
-    void foreignLanguageAndReasons()
-    {
-        QTemporaryDir dir;
-        const QString ws = dir.filePath(QStringLiteral("w.kvw"));
-        QCOMPARE(Cli({"new", ws, "--language", "de-DE"}).code, 0);
-        QCOMPARE(Cli({"import", ws, DataFile(QStringLiteral("app/app.rc")), "-I", DataFile(QStringLiteral("app/include"))}).code, 0);
-        // Japanese translations of twelve strings the workspace has and eight it does not.
-        QByteArray units;
-        for (const int id : {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112, 201, 202, 203, 204, 205, 206, 207, 208})
-            units += "<trans-unit id=\"" + QByteArray::number(id) + "\"><source>s</source><target>t</target></trans-unit>\n";
-        const QString xlf = WriteBytes(dir, QStringLiteral("ja.xlf"),
-                                       "<xliff xmlns=\"urn:oasis:names:tc:xliff:document:1.2\" version=\"1.2\"><file original=\"x\" "
-                                       "source-language=\"en\" target-language=\"ja-JP\" datatype=\"plaintext\"><body>\n"
-                                           + units + "</body></file></xliff>\n");
-        Run r = Cli({"import", ws, xlf});
-        QVERIFY2(r.code == cli::exitBadInput && r.err.contains(xlf + QStringLiteral(": error: the file is in Japanese (ja-JP)")), r.Describe());
-        r = Cli({"import", ws, xlf, "--language-mismatch=accept"});
-        QVERIFY2(r.code == 0 && r.err.contains(QLatin1String("imported as asked")), r.Describe());
-        QVERIFY2(r.out.contains(QLatin1String("12 added, 0 changed, 0 unchanged, 8 not imported:\n"
-                                              "  8 unknown id: 201, 202, 203, 204, 205 and 3 more\n")),
-                 r.Describe());
-        r = Cli({"import", ws, xlf, "--as", "local-default", "--json"});
-        QVERIFY2(r.code == 0, r.Describe());
-        const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8()).object();
-        QCOMPARE(o.value(QLatin1String("unchanged")).toInt(), 12);
-        const QJsonObject reason = o.value(QLatin1String("reasons")).toArray().first().toObject();
-        QCOMPARE(reason.value(QLatin1String("reason")).toString(), QStringLiteral("unknown id"));
-        QCOMPARE(reason.value(QLatin1String("ids")).toVariant().toStringList(),
-                 (QStringList{"201", "202", "203", "204", "205", "206", "207", "208"}));
+        // A file that is not a workspace is bad input.
+        r = Cli({"stats", WriteBytes(dir, QStringLiteral("text.kvw"), "plain text")});
+        QVERIFY2(r.code == cli::exitBadInput && r.err.contains(QLatin1String("text.kvw")), r.Describe());
     }
 
     void theProgram()
