@@ -686,6 +686,9 @@ void UCKvDataView::Refresh()
     // Keep the window and the current row where they were, as far as the new list reaches.
     d->ScrollToTop(qBound<qint32>(1, oldTop, rows));
     setCurrentRecord(qBound<qint32>(1, oldCurrent, rows));
+    // Without a reset the current row may stay where it was while another string moved into it.
+    if (!reset)
+        d->OnCurrentChanged(d->view->currentIndex());
 }
 
 void UCKvDataView::RefreshRecord(qint32 record)

@@ -36,7 +36,7 @@ public:
     int LastColumn() override { return 2; }
     QString NoDataMessage() override { return QStringLiteral("Nothing to list"); }
     qint32 RecordNumberToId(qint32 n) override { return n >= 1 && n <= ids.size() ? ids.at(n - 1) : 0; }
-    QString ReportRecordCount(qint32, qint32) override { return {}; }
+    QString ReportRecordCount(qint32 n, qint32) override { return QStringLiteral("Id %1").arg(RecordNumberToId(n)); }
     double RowHeight() override { return 18; }
     QString TypeName() override { return QStringLiteral("EditableSource"); }
     void UpdateBuffer(bool, qint32 &, qint32, int, bool search, qint32 &id, qint32 &found) override
@@ -87,7 +87,9 @@ private slots:
         view.setActivated(true);
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
-        view.setCurrentRecord(2);
+        view.setCurrentRecord(4);
+        QString feedback;
+        connect(&view, &UCKvDataView::FeedbackChanged, this, [&](const QString &text) { feedback = text; });
         QCoreApplication::processEvents();
 
         switch (change) {
@@ -123,6 +125,8 @@ private slots:
         const QImage full = table->viewport()->grab().toImage().convertToFormat(QImage::Format_RGB32);
         QCOMPARE(shown.size(), full.size());
         QVERIFY(shown == full);
+        // The status line names the string now in the current row.
+        QCOMPARE(feedback, source.ReportRecordCount(view.CurrentRecord(), 0));
     }
 };
 
