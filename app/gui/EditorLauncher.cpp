@@ -56,13 +56,14 @@ protected:
         if (!list || list->TableView()->viewport() != watched || !list->Activated())
             return false;
         m_done = true;
+        // The paint is done here, so that the time is taken when it ends, before whatever the
+        // editor left for after its first screen.
+        QCoreApplication::sendEvent(watched, event);
+        std::printf("kvedit: shown after %.1f ms\n", g_started.nsecsElapsed() / 1e6);
+        std::fflush(stdout);
         QWidget *window = list->window();
-        QTimer::singleShot(0, window, [window] {
-            std::printf("kvedit: shown after %.1f ms\n", g_started.nsecsElapsed() / 1e6);
-            std::fflush(stdout);
-            window->close();
-        });
-        return false;
+        QTimer::singleShot(0, window, [window] { window->close(); });
+        return true;
     }
 
 private:
