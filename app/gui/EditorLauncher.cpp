@@ -239,7 +239,8 @@ int RunEditor(int argc, char **argv)
     // builds the editor's window: for a large workspace the read is most of the start.
     const QString demoPath = request.workspace.isEmpty() ? DemoWorkspacePath() : QString();
     std::future<server::WorkspacePtr> opening = std::async(std::launch::async, [&request, &demoPath] {
-        return request.workspace.isEmpty() ? OpenDemoWorkspace(demoPath) : server::Workspace::Open(request.workspace);
+        return request.workspace.isEmpty() ? OpenDemoWorkspace(demoPath)
+                                            : server::Workspace::Open(request.workspace, server::TextLoading::FirstScreenFirst);
     });
 
     // The translation memory: this workspace, the ones listed in the settings (left out with a
