@@ -16,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <unordered_map>
 #include <vector>
 
 Q_LOGGING_CATEGORY(lcDataView, "kvedit.dataview")
@@ -130,30 +131,72 @@ class DataViewModel final : public QAbstractTableModel {
 public:
     explicit DataViewModel(QObject *parent) : QAbstractTableModel(parent) {}
 
-    // Re-reads the shape from the source; rows only once the control is activated.
-    void Reload(IDVDataSource *source, bool loadRows)
+    // Re-reads the shape from the source; rows only once the control is activated. The model is
+    // reset only when the shape changed: cells are read afresh on every paint anyway, and a reset
+    // repaints every visible row. Returns whether it was reset.
+    bool Reload(IDVDataSource *source, bool loadRows)
     {
-        beginResetModel();
-        m_source = source;
-        m_rows = 0;
-        m_firstColumn = 0;
-        m_headings.clear();
-        m_alignments.clear();
-        m_message.clear();
+        int firstColumn = 0;
+        qint32 rows = 0;
+        std::vector<QString> headings;
+        std::vector<int> alignments;
+        QString message;
         if (source) {
-            m_firstColumn = source->FirstColumn();
+            firstColumn = source->FirstColumn();
             const int total = source->CountTotalColumns();
-            for (int c = m_firstColumn; c < total; ++c) {
-                m_headings.push_back(source->ColumnHeading(c));
-                m_alignments.push_back(source->ColumnAlignment(c) == 2 ? int(Qt::AlignRight | Qt::AlignVCenter)
-                                                                       : int(Qt::AlignLeft | Qt::AlignVCenter));
+            for (int c = firstColumn; c < total; ++c) {
+                headings.push_back(source->ColumnHeading(c));
+                alignments.push_back(source->ColumnAlignment(c) == 2 ? int(Qt::AlignRight | Qt::AlignVCenter)
+                                                                     : int(Qt::AlignLeft | Qt::AlignVCenter));
             }
             if (loadRows) {
-                m_rows = qMax<qint32>(0, source->GetRecordCount());
-                m_message = source->NoDataMessage();
+                rows = qMax<qint32>(0, source->GetRecordCount());
+                message = source->NoDataMessage();
             }
         }
+        if (m_shaped && source == m_source && rows == m_rows && firstColumn == m_firstColumn && headings == m_headings &&
+            alignments == m_alignments && message == m_message)
+            return false;
+        beginResetModel();
+        m_source = source;
+        m_rows = rows;
+        m_firstColumn = firstColumn;
+        m_headings = std::move(headings);
+        m_alignments = std::move(alignments);
+        m_message = std::move(message);
+        m_painted.clear();
+        m_shaped = true;
         endResetModel();
+        return true;
+    }
+
+    // What a cell showed: its text and, in the marker column, its sign.
+    static size_t Fingerprint(const QString &text, int sign) { return qHashMulti(0, text, sign); }
+    size_t Fingerprint(const QModelIndex &index) const
+    {
+        return Fingerprint(data(index, Qt::DisplayRole).toString(), data(index, kSignRole).toInt());
+    }
+    void NotePainted(const QModelIndex &index, size_t fingerprint) const
+    {
+        std::vector<size_t> &row = m_painted[index.row()];
+        row.resize(static_cast<size_t>(columnCount()), 0);
+        row[static_cast<size_t>(index.column())] = fingerprint;
+    }
+    // Whether every cell of the row would be painted as it was last painted.
+    bool PaintedAsNow(int row) const
+    {
+        const auto painted = m_painted.find(row);
+        if (painted == m_painted.end())
+            return false;
+        for (int c = 0; c < columnCount(); ++c)
+            if (painted->second[static_cast<size_t>(c)] != Fingerprint(index(row, c)))
+                return false;
+        return true;
+    }
+    // Only the rows that can still be on screen are remembered.
+    void ForgetPaintedOutside(int first, int last) const
+    {
+        std::erase_if(m_painted, [&](const auto &row) { return row.first < first || row.first > last; });
     }
 
     void RowChanged(int row)
@@ -214,6 +257,8 @@ private:
     std::vector<QString> m_headings;
     std::vector<int> m_alignments;
     QString m_message;
+    bool m_shaped = false;   // a shape was read (an empty one is a shape too)
+    mutable std::unordered_map<int, std::vector<size_t>> m_painted;   // row: each cell's fingerprint
 };
 
 namespace {
@@ -235,8 +280,13 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override
     {
-        QTableView::paintEvent(event);
         const auto *m = static_cast<const DataViewModel *>(model());
+        if (m) {
+            const int first = rowAt(0);
+            const int last = rowAt(viewport()->height() - 1);
+            m->ForgetPaintedOutside(first, last < 0 ? m->rowCount() - 1 : last);
+        }
+        QTableView::paintEvent(event);
         const QString message = m ? m->EmptyMessage() : QString();
         if (message.isEmpty())
             return;
@@ -253,13 +303,15 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        PaintCell(painter, option, index);
-        if (!m_model->IsMarkerColumn(index.column()))
+        const QString text = PaintCell(painter, option, index);
+        const bool marker = m_model->IsMarkerColumn(index.column());
+        const int sign = marker ? index.data(kSignRole).toInt() : 0;
+        m_model->NotePainted(index, DataViewModel::Fingerprint(text, sign));
+        if (!marker)
             return;
         const QRect r = option.rect;
         const qreal size = qMin<qreal>(r.height() * 0.5, 9.0);
         // The state's sign takes the right part of the cell, the current row's arrow the left.
-        const int sign = index.data(kSignRole).toInt();
         if (sign != rsNone) {
             const qreal signSize = qMin<qreal>(r.height() * 0.6, 11.0);
             const QRectF box(r.right() - signSize - 3, r.top() + (r.height() - signSize) / 2, signSize, signSize);
@@ -290,7 +342,8 @@ private:
     // text out several times per cell, which for texts of a few hundred characters made paging
     // through a long list stutter; here a text is shaped once to elide it, when it may not fit,
     // and once to draw what shows.
-    void PaintCell(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+    // Returns the cell's whole text.
+    QString PaintCell(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
     {
         QStyleOptionViewItem opt = option;
         initStyleOption(&opt, index);
@@ -300,12 +353,12 @@ private:
         QStyle *style = widget ? widget->style() : QApplication::style();
         style->drawControl(QStyle::CE_ItemViewItem, &opt, painter, widget);
         if (text.isEmpty())
-            return;
+            return text;
 
         const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
         const QRect textRect = opt.rect.adjusted(margin, 0, -margin, 0);
         if (textRect.width() <= 0)
-            return;
+            return text;
         const QFontMetrics &fm = opt.fontMetrics;
         QString shown = text;
         if (shown.size() * qMax(1, fm.maxWidth()) > textRect.width()) {
@@ -337,6 +390,7 @@ private:
             painter->drawText(textRect, int(alignment) | Qt::TextSingleLine, shown);
         }
         painter->restore();
+        return text;
     }
 
     int NarrowestAdvance(const QFontMetrics &fm) const
@@ -368,6 +422,7 @@ public:
     void OnCurrentChanged(const QModelIndex &current);
     void ScrollToTop(qint32 record);
     void DetachSource();
+    void RepaintChangedRows();
 
     UCKvDataView *q;
     DataTableView *view = nullptr;
@@ -424,6 +479,26 @@ void UCKvDataView::Private::ScrollToTop(qint32 record)
     // Scrolling is per item, so the bar's value is the top row (0-based); the bar clamps it where
     // the last rows already fill the window.
     view->verticalScrollBar()->setValue(record - 1);
+}
+
+// After an edit the list usually keeps its shape and only a row or two read differently: those
+// are repainted, instead of shaping every visible text again.
+void UCKvDataView::Private::RepaintChangedRows()
+{
+    if (model->rowCount() == 0) {
+        viewport->update();
+        return;
+    }
+    view->LayoutNow();
+    const int first = view->rowAt(0);
+    const int last = view->rowAt(viewport->height() - 1);
+    if (first < 0) {
+        viewport->update();
+        return;
+    }
+    for (int row = first, end = last < 0 ? model->rowCount() - 1 : last; row <= end; ++row)
+        if (!model->PaintedAsNow(row))
+            viewport->update(0, view->rowViewportPosition(row), viewport->width(), view->rowHeight(row));
 }
 
 void UCKvDataView::Private::DetachSource()
@@ -563,7 +638,7 @@ void UCKvDataView::ShowId(qint32 id)
     if (d->source->GetRecordCount() != d->model->rowCount())
         Refresh();
     else
-        d->view->viewport()->update();
+        d->RepaintChangedRows();
     const qint32 rows = d->model->rowCount();
     if (rows == 0)
         return;
@@ -595,10 +670,13 @@ void UCKvDataView::Refresh()
     const qint32 oldCurrent = CurrentRecord();
     const qint32 oldTop = FirstVisibleRecord();
 
-    d->model->Reload(d->source, d->activated && d->source);
+    const bool reset = d->model->Reload(d->source, d->activated && d->source);
     d->lastRow = -1;
     d->UpdateColumnSizes();
-    d->view->viewport()->update();
+    if (reset)
+        d->view->viewport()->update();
+    else
+        d->RepaintChangedRows();
 
     const qint32 rows = d->model->rowCount();
     if (rows == 0) {
@@ -608,6 +686,9 @@ void UCKvDataView::Refresh()
     // Keep the window and the current row where they were, as far as the new list reaches.
     d->ScrollToTop(qBound<qint32>(1, oldTop, rows));
     setCurrentRecord(qBound<qint32>(1, oldCurrent, rows));
+    // Without a reset the current row may stay where it was while another string moved into it.
+    if (!reset)
+        d->OnCurrentChanged(d->view->currentIndex());
 }
 
 void UCKvDataView::RefreshRecord(qint32 record)

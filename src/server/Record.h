@@ -8,7 +8,9 @@
 #include <QList>
 #include <QString>
 
+#include <algorithm>
 #include <cstdint>
+#include <future>
 #include <optional>
 #include <vector>
 
@@ -93,17 +95,39 @@ public:
         else
             erase(id);
     }
+    Record *find(int id)
+    {
+        const qint32 slot = m_slots[static_cast<size_t>(id)];
+        return slot < 0 ? nullptr : &m_pool[static_cast<size_t>(slot)];
+    }
     std::optional<Record> get(int id) const
     {
         const Record *r = find(id);
         return r ? std::optional<Record>(*r) : std::nullopt;
     }
     int count() const { return static_cast<int>(m_pool.size() - m_free.size()); }
+    int countAbove(int id) const
+    {
+        return static_cast<int>(std::count_if(m_slots.begin() + std::min<size_t>(m_slots.size(), static_cast<size_t>(id) + 1),
+                                              m_slots.end(), [](qint32 slot) { return slot >= 0; }));
+    }
 
 private:
     std::vector<qint32> m_slots;
     std::vector<Record> m_pool;
     std::vector<qint32> m_free;
+};
+
+// The texts of one record read after the rest of the workspace, with what the first read saw of
+// the record, so that a file changed in between is noticed.
+struct LaterTexts {
+    StringId id = 0;
+    quint8 source = 0;
+    qint16 revision = 0;
+    bool hasText = false;
+    QString text;
+    QString description;
+    QString shortcutCharacter;
 };
 
 // Everything a workspace holds besides its header values.
@@ -113,9 +137,15 @@ struct TableContents {
     QHash<StringId, QString> symbols;            // only ids that have a symbol
     QHash<StringId, ExchangeOrigin> origins;     // only ids another tool's file brought
     QStringList disabledCheckRules;              // quality-check rule ids switched off
+    // Records of ids above textsUpTo have no text, description or shortcut character yet:
+    // laterTexts brings them (see SqliteStore::Open).
+    StringId textsUpTo = kMaxStringId;
+    std::future<std::vector<LaterTexts>> laterTexts;
 
     void reset(int maximumCount)
     {
+        textsUpTo = kMaxStringId;
+        laterTexts = {};
         for (SourceTable &t : sources)
             t.reset(maximumCount);
         parameters.clear();

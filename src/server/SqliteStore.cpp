@@ -349,7 +349,30 @@ private:
     qint64 m_left = 0;
 };
 
-void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents)
+// Pages are read through a memory map while a file is loaded instead of one read call each;
+// only then, so that a file cut short by another program later gives an error, not a fault.
+class MapWhileReading {
+public:
+    explicit MapWhileReading(sqlite3 *db) : m_db(db)
+    {
+        const qint64 bytes = static_cast<qint64>(PragmaInt(db, "PRAGMA page_count")) * PragmaInt(db, "PRAGMA page_size");
+        sqlite3_exec(db, QByteArray("PRAGMA mmap_size = " + QByteArray::number(bytes + (1 << 20))).constData(), nullptr,
+                     nullptr, nullptr);
+    }
+    ~MapWhileReading() { sqlite3_exec(m_db, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr); }
+    MapWhileReading(const MapWhileReading &) = delete;
+    MapWhileReading &operator=(const MapWhileReading &) = delete;
+
+private:
+    sqlite3 *m_db;
+};
+
+// With texts later: a file of fewer English strings than this is read at once, a larger one
+// with the texts of this many first strings (more than a screen shows, with their neighbours).
+constexpr int kStringsReadAtOnce = 4096;
+constexpr int kFirstScreenStrings = 512;
+
+void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents, bool textsLater)
 {
     sqlite3_limit(db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
     CheckSchema(db, shown, schema);
@@ -384,22 +407,30 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
     // pools never move while the file is read.
     for (SourceTable &table : contents.sources)
         table.reserve(static_cast<size_t>(info.maximumCount));
-    // Pages are read through a memory map while the file is loaded instead of one read call
-    // each; only then, so that a file cut short by another program later gives an error
-    // instead of a fault.
-    const qint64 fileBytes = static_cast<qint64>(PragmaInt(db, "PRAGMA page_count")) * PragmaInt(db, "PRAGMA page_size");
-    sqlite3_exec(db, QByteArray("PRAGMA mmap_size = " + QByteArray::number(fileBytes + (1 << 20))).constData(), nullptr,
-                 nullptr, nullptr);
-    struct NoMap {
-        sqlite3 *db;
-        ~NoMap() { sqlite3_exec(db, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr); }
-    } noMap{db};
+    const MapWhileReading map(db);
+
+    // With texts later, those of ids above the first screen's are left to laterTexts: the query
+    // passes over their bytes instead of decoding them. A small file is read at once.
+    StringId upTo = kMaxStringId;
+    if (textsLater) {
+        Statement nth(db, "SELECT id FROM records WHERE source = 3 ORDER BY id LIMIT 1 OFFSET ?");
+        nth.Bind(1, kStringsReadAtOnce - 1);
+        if (nth.Step()) {
+            Statement first(db, "SELECT id FROM records WHERE source = 3 ORDER BY id LIMIT 1 OFFSET ?");
+            first.Bind(1, kFirstScreenStrings - 1);
+            if (first.Step())
+                upTo = static_cast<StringId>(first.Int(0));
+        }
+    }
 
     // The English default first (the key's order backwards, which costs no sort), so that a
     // translation's description and shortcut character, nearly always the English ones, are
     // shared with them instead of held twice.
-    Statement records(db, "SELECT source, id, text, description, properties, shortcut_character, "
-                          "shortcut_mode, revision, status FROM records ORDER BY source DESC, id DESC");
+    Statement records(db, "SELECT source, id, text IS NOT NULL, CASE WHEN id <= ?1 THEN text END, "
+                          "CASE WHEN id <= ?1 THEN description END, properties, "
+                          "CASE WHEN id <= ?1 THEN shortcut_character END, shortcut_mode, revision, status "
+                          "FROM records ORDER BY source DESC, id DESC");
+    records.Bind(1, upTo);
     const SourceTable &english = contents.sources[ssEnglishDefault];
     while (records.Step()) {
         const int source = records.Int(0);
@@ -409,17 +440,18 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
                                           .arg(shown).arg(source).arg(id));
         const Record *same = source != ssEnglishDefault ? english.find(id) : nullptr;
         Record r;
-        r.hasText = !records.IsNull(2);
+        r.hasText = records.Int(2) != 0;
         if (r.hasText)
-            r.text = records.Text(2);
-        r.description = same ? records.Text(3, same->description) : records.Text(3);
-        r.properties = PropertiesOf(records.Int(4));
-        r.shortcutCharacter = same ? records.Text(5, same->shortcutCharacter) : records.Text(5);
-        r.shortcutMode = ShortcutModeOf(records.Int(6));
-        r.revision = static_cast<qint16>(records.Int(7));
-        r.status = records.Int(8);
+            r.text = records.Text(3);
+        r.description = same ? records.Text(4, same->description) : records.Text(4);
+        r.properties = PropertiesOf(records.Int(5));
+        r.shortcutCharacter = same ? records.Text(6, same->shortcutCharacter) : records.Text(6);
+        r.shortcutMode = ShortcutModeOf(records.Int(7));
+        r.revision = static_cast<qint16>(records.Int(8));
+        r.status = records.Int(9);
         contents.sources[source].put(id, std::move(r));
     }
+    contents.textsUpTo = upTo;
 
     Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
     while (parameters.Step()) {
@@ -503,6 +535,50 @@ QString OpenFailure(const QString &shown, const SqliteFailure &f)
     }
 }
 
+// The texts of the records above upTo, on a connection of their own (Open's textsLater), in the
+// order and with the sharing the first read uses.
+std::vector<LaterTexts> ReadLaterTexts(const QString &path, StringId upTo, int maximumCount, size_t count)
+{
+    const QString shown = Quoted(path);
+    try {
+        Connection connection;
+        connection.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
+        sqlite3_limit(connection.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
+        const StepBound bound(connection.db);
+        const MapWhileReading map(connection.db);
+        Statement records(connection.db, "SELECT source, id, revision, text, description, shortcut_character "
+                                         "FROM records WHERE id > ? ORDER BY source DESC, id DESC");
+        records.Bind(1, upTo);
+        std::vector<LaterTexts> texts;
+        texts.reserve(count);
+        std::vector<qint32> english(static_cast<size_t>(maximumCount) + 1, -1);   // id: its English in texts
+        while (records.Step()) {
+            const int source = records.Int(0);
+            const int id = records.Int(1);
+            if (source < 0 || source > 3 || id <= upTo || id > maximumCount)
+                throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
+                                              .arg(shown).arg(source).arg(id));
+            const qint32 at = source != ssEnglishDefault ? english[static_cast<size_t>(id)] : -1;
+            const LaterTexts *same = at >= 0 ? &texts[static_cast<size_t>(at)] : nullptr;
+            LaterTexts t;
+            t.id = static_cast<StringId>(id);
+            t.source = static_cast<quint8>(source);
+            t.revision = static_cast<qint16>(records.Int(2));
+            t.hasText = !records.IsNull(3);
+            if (t.hasText)
+                t.text = records.Text(3);
+            t.description = same ? records.Text(4, same->description) : records.Text(4);
+            t.shortcutCharacter = same ? records.Text(5, same->shortcutCharacter) : records.Text(5);
+            if (source == ssEnglishDefault)
+                english[static_cast<size_t>(id)] = static_cast<qint32>(texts.size());
+            texts.push_back(std::move(t));
+        }
+        return texts;
+    } catch (const SqliteFailure &f) {
+        throw KvError(OpenErrorNumber(f.code), OpenFailure(shown, f));
+    }
+}
+
 // Saves append to a write-ahead log that is synced on commit: one small sync per Save,
 // however large the file, and still all-or-nothing.
 void UseWriteAheadLog(sqlite3 *db)
@@ -577,7 +653,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Create(const QString &path, const Work
     return store;
 }
 
-std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContents &contents)
+std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContents &contents, bool textsLater)
 {
     const QString shown = Quoted(path);
     const QFileInfo fileInfo(path);
@@ -620,6 +696,9 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
         if (CanWrite(path)) {
             connection.db = OpenDatabase(path, SQLITE_OPEN_READWRITE);
         } else {
+            // The second connection would have to be opened the same careful way; a
+            // write-protected file is read at once.
+            textsLater = false;
             // A write-protected file or folder is read where it lies, creating and changing
             // nothing beside it: a -shm made now would outlive the protection and block every
             // later save. Saved changes still in the write-ahead log can only be read through
@@ -644,11 +723,17 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
             }
             qCInfo(lcServer) << "opening" << path << "read-only";
         }
-        Load(connection.db, shown, schema, info, contents);
+        Load(connection.db, shown, schema, info, contents, textsLater);
     } catch (const SqliteFailure &f) {
         throw KvError(OpenErrorNumber(f.code), OpenFailure(shown, f));
     }
     UseWriteAheadLog(connection.db);
+    if (contents.textsUpTo < kMaxStringId) {
+        size_t count = 0;
+        for (const SourceTable &table : contents.sources)
+            count += static_cast<size_t>(table.countAbove(contents.textsUpTo));
+        contents.laterTexts = std::async(std::launch::async, ReadLaterTexts, path, contents.textsUpTo, info.maximumCount, count);
+    }
 
     auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, connection.release()));
     store->m_info = info;

@@ -26,7 +26,9 @@ public:
     // in-memory database.
     static std::unique_ptr<SqliteStore> Create(const QString &path, const WorkspaceInfo &info);
     // Validates the file read-only before anything may write to it, then loads it into contents.
-    static std::unique_ptr<SqliteStore> Open(const QString &path, TableContents &contents);
+    // With textsLater, a large file that can be written loads the texts of its first strings
+    // only; contents.laterTexts reads the others on a second connection and thread.
+    static std::unique_ptr<SqliteStore> Open(const QString &path, TableContents &contents, bool textsLater = false);
 
     ~SqliteStore();
     SqliteStore(const SqliteStore &) = delete;

@@ -7,6 +7,8 @@
 #include "model/StandardLocale.h"
 #include "services/ErrorContext.h"
 
+#include <QDir>
+
 #include <algorithm>
 #include <utility>
 
@@ -98,6 +100,39 @@ void TableSet::IndexSymbols() const
 
 TableSet::~TableSet() = default;
 
+void TableSet::AllTexts() const
+{
+    if (m_data.textsUpTo == kMaxStringId)
+        return;
+    if (m_textsError)
+        throw *m_textsError;
+    // Taking the texts in completes the loaded state; no query sees anything change.
+    auto &data = const_cast<TableContents &>(m_data);
+    const QString file = m_store ? QDir::toNativeSeparators(m_store->Path()) : QString();
+    try {
+        std::vector<LaterTexts> texts = data.laterTexts.get();
+        size_t expected = 0;
+        for (const SourceTable &table : data.sources)
+            expected += static_cast<size_t>(table.countAbove(data.textsUpTo));
+        const KvError changed(errStorage, QStringLiteral("Workspace file \"%1\" was changed by another program while it "
+                                                         "was being read; open it again").arg(file));
+        if (texts.size() != expected)
+            throw changed;
+        for (LaterTexts &t : texts) {
+            Record *r = t.source <= ssEnglishDefault ? data.sources[t.source].find(t.id) : nullptr;
+            if (!r || r->revision != t.revision || r->hasText != t.hasText)
+                throw changed;
+            r->text = std::move(t.text);
+            r->description = std::move(t.description);
+            r->shortcutCharacter = std::move(t.shortcutCharacter);
+        }
+    } catch (const KvError &e) {
+        m_textsError = e;
+        throw;
+    }
+    data.textsUpTo = kMaxStringId;
+}
+
 QString TableSet::FixedSourceName(int source)
 {
     switch (source) {
@@ -164,12 +199,14 @@ bool TableSet::IdInUse(StringId id, kvedit::StringSource source) const
 
 StringEntryPtr TableSet::Entry(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     const Record *r = Resolve(id, source);
     return r ? MakeEntry(id, source, *r) : BlankEntry(id, source);
 }
 
 QString TableSet::Text(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     const Record *r = Resolve(id, source);
     return r && r->hasText ? r->text : QString();
 }
@@ -183,6 +220,7 @@ QString TableSet::SourceName(StringId id, kvedit::StringSource source) const
 
 QString TableSet::Description(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     const Record *r = Resolve(id, source);
     if (r)
         return r->description;
@@ -210,6 +248,7 @@ struct ExactSnapshot {
 
 StringTableSet::Snapshot TableSet::TakeSnapshot(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     CheckIdAndSource(id, source);
     auto exact = std::make_shared<ExactSnapshot>();
     exact->record = m_data.sources[source].get(id);
@@ -223,6 +262,7 @@ StringTableSet::Snapshot TableSet::TakeSnapshot(StringId id, kvedit::StringSourc
 
 void TableSet::Restore(const Snapshot &snapshot)
 {
+    AllTexts();
     const auto exact = std::static_pointer_cast<const ExactSnapshot>(snapshot.exact);
     if (!exact) {
         StringTableSet::Restore(snapshot);
@@ -279,6 +319,7 @@ EntryValues ValuesOf(const Record &r)
 
 EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     if (const Record *r = Resolve(id, source))
         return ValuesOf(*r);
     return ValuesOf(BlankRecord(id, source));
@@ -286,6 +327,7 @@ EntryValues TableSet::Values(StringId id, kvedit::StringSource source) const
 
 std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) const
 {
+    Texts(id);
     CheckId(id);
     if (const Record *now = m_data.sources[ssEnglishDefault].find(id); now && now->revision == revision)
         return ValuesOf(*now);
@@ -302,6 +344,7 @@ std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) con
 
 StringEntryPtr TableSet::BlankEntry(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     CheckIdAndSource(id, source);
     return MakeEntry(id, source, BlankRecord(id, source));
 }
@@ -339,6 +382,7 @@ void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std:
 
 void TableSet::Store(const StringEntryPtr &entry, bool replace)
 {
+    AllTexts();
     Require(entry, "entry");
     const StringId id = entry->Id();
     const kvedit::StringSource source = entry->StringSource();
@@ -397,6 +441,7 @@ void TableSet::StoreEntry(const StringEntryPtr &entry)
 
 void TableSet::RemoveEntry(StringId id, kvedit::StringSource source)
 {
+    AllTexts();
     CheckIdAndSource(id, source);
     if (!m_data.sources[source].find(id))
         return;
@@ -525,12 +570,14 @@ QStringList TableSet::SaveTableNames(TableVersion version) const
 
 std::optional<Record> TableSet::RecordOf(StringId id, kvedit::StringSource source) const
 {
+    Texts(id);
     CheckIdAndSource(id, source);
     return m_data.sources[source].get(id);
 }
 
 void TableSet::PutRecord(StringId id, kvedit::StringSource source, const std::optional<Record> &record)
 {
+    AllTexts();
     CheckIdAndSource(id, source);
     ChangeRecord(source, id, record);
 }

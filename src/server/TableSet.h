@@ -5,6 +5,8 @@
 
 #include "server/Record.h"
 
+#include "services/ErrorContext.h"
+
 #include <QHash>
 
 #include <memory>
@@ -81,6 +83,14 @@ private:
     // The record the queries of a source use: its own, or for an edited source without one
     // its default's. Sets *from to the source that supplied it.
     const Record *Resolve(StringId id, kvedit::StringSource source, int *from = nullptr) const;
+    // Waits for the texts read after the rest when the id's are among them (Texts), or for all
+    // of them (AllTexts: before any edit, whose saved copy must be whole).
+    void Texts(StringId id) const
+    {
+        if (id > m_data.textsUpTo)
+            AllTexts();
+    }
+    void AllTexts() const;
     void CheckId(StringId id) const;
     void CheckSource(int source) const;
     void CheckIdAndSource(StringId id, int source) const { CheckId(id); CheckSource(source); }
@@ -107,6 +117,8 @@ private:
     // per string stay linear.
     mutable QMultiHash<QString, StringId> m_symbolIds;
     mutable bool m_symbolIdsValid = false;
+    // Why the texts read after the rest could not be taken in; every later wait fails with it.
+    mutable std::optional<KvError> m_textsError;
 };
 
 } // namespace kvedit::server

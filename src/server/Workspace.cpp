@@ -72,10 +72,10 @@ std::shared_ptr<Workspace> Workspace::Create(const QString &path, const Workspac
     return std::shared_ptr<Workspace>(new Workspace(std::make_unique<Impl>(std::move(store), std::move(contents))));
 }
 
-std::shared_ptr<Workspace> Workspace::Open(const QString &path)
+std::shared_ptr<Workspace> Workspace::Open(const QString &path, TextLoading loading)
 {
     TableContents contents;
-    std::shared_ptr<SqliteStore> store = SqliteStore::Open(path, contents);
+    std::shared_ptr<SqliteStore> store = SqliteStore::Open(path, contents, loading == TextLoading::FirstScreenFirst);
     qCInfo(lcServer) << "opened workspace" << path;
     return std::shared_ptr<Workspace>(new Workspace(std::make_unique<Impl>(std::move(store), std::move(contents))));
 }

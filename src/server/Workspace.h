@@ -22,13 +22,19 @@ struct WorkspaceInfo {
 
 class TableSet;
 
+// When an opened workspace reads its texts: all before Open returns, or those of the first
+// strings only, the rest on a second thread while the caller gets on (an editor showing its
+// window). Every query that needs a text not yet read waits for them; nothing sees a half-read
+// table.
+enum class TextLoading { AtOnce, FirstScreenFirst };
+
 class Workspace : public ResourceWorkspace {
 public:
     // Creates a new, empty workspace file; fails when the file exists. Throws KvError.
     static std::shared_ptr<Workspace> Create(const QString &path, const WorkspaceInfo &info);
     // Opens an existing workspace file. A foreign, corrupt or newer file fails with a KvError
     // whose description names the file; nothing is written to it. Throws KvError.
-    static std::shared_ptr<Workspace> Open(const QString &path);
+    static std::shared_ptr<Workspace> Open(const QString &path, TextLoading loading = TextLoading::AtOnce);
     // A workspace without a file (tests, scratch work); Save writes to an in-memory database.
     static std::shared_ptr<Workspace> CreateInMemory(const WorkspaceInfo &info);
 

@@ -55,7 +55,8 @@ private:
         const QString copy = m_dir.filePath(QStringLiteral("copy%1.kvw").arg(++m_copies));
         if (!QFile::copy(m_file, copy))
             return nullptr;
-        *workspace = server::Workspace::Open(copy);
+        // Right after the paint, the texts of all but the first strings may still be on their way.
+        *workspace = server::Workspace::Open(copy, settled ? server::TextLoading::AtOnce : server::TextLoading::FirstScreenFirst);
         auto form = std::make_unique<frmEdit>();
         form->Prepare(*workspace, ssLocalEdited);
         form->show();
