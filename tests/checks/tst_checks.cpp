@@ -98,6 +98,7 @@ private slots:
                                    << "placeholders";
         QTest::newRow("has one more") << "Open %1" << "%2 öffnen" << "" << "placeholders placeholders@0";
         QTest::newRow("empty translation is missing, not wrong") << "Page %1 of %2" << "" << "" << "";
+        QTest::newRow("empty English: nothing to check against") << "" << "%1 öffnen." << "" << "";
         // formats
         QTest::newRow("printf swapped") << "Copied %d files to %s." << "%s: %d Dateien kopiert." << "" << "formats@0 formats@4";
         QTest::newRow("wide string") << "%ls not found." << "%s nicht gefunden." << "" << "formats@0";

@@ -410,6 +410,10 @@ private slots:
             if (editMode) {
                 QTRY_COMPARE(QApplication::focusWidget(), id);
                 QCOMPARE(id->selectedText(), QStringLiteral("42"));
+                // Tabbing into the description selects it whole, ready to be typed over.
+                auto *description = Find<QLineEdit>(dialog, "txtDescription");
+                description->setFocus(Qt::TabFocusReason);
+                QTRY_COMPARE(description->selectedText(), description->text());
             } else {
                 auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
                 QTRY_COMPARE(QApplication::focusWidget(), box);

@@ -979,6 +979,20 @@ private slots:
         QCOMPARE(typed, expected);
     }
 
+    // Once its window is up, the editor indexes its workspace for the memory in steps of its own,
+    // as many as a workspace larger than one step needs.
+    void memoryIndexedInSteps()
+    {
+        QTemporaryDir dir;
+        QStringList texts;
+        for (int i = 1; i <= 1500; ++i)
+            texts << QStringLiteral("Text number %1=Text Nummer %1").arg(i);
+        server::WorkspacePtr ws = Strings(texts, 1500);
+        auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
+        // A step of no strings indexes nothing: only the editor's own steps can finish it.
+        QTRY_VERIFY(form->Memory()->WarmStep(0));
+    }
+
     // A translation saved joins the memory, by its id, even with no row shown. Pre-translate fills
     // the rows the filter shows from the memory, unapproved, down to the similarity asked for, as
     // one step of Undo.
