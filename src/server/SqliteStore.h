@@ -1,6 +1,7 @@
 #pragma once
 // The workspace file: a SQLite database recognised by its application id and schema version.
-// Reads everything in one pass at open; Save writes only the changed rows in one transaction.
+// Reads everything in one pass at open (or, for an editor, the texts of a large file's later
+// strings on a second connection); Save writes only the changed rows in one transaction.
 
 #include "server/Record.h"
 #include "server/Workspace.h"
