@@ -108,20 +108,22 @@ void TableSet::AllTexts() const
         throw *m_textsError;
     // Taking the texts in completes the loaded state; no query sees anything change.
     auto &data = const_cast<TableContents &>(m_data);
-    const QString file = m_store ? QDir::toNativeSeparators(m_store->Path()) : QString();
+    const auto changed = [this] {
+        return KvError(errStorage, QStringLiteral("Workspace file \"%1\" was changed by another program while it was "
+                                                  "being read; open it again")
+                                       .arg(m_store ? QDir::toNativeSeparators(m_store->Path()) : QString()));
+    };
     try {
         std::vector<LaterTexts> texts = data.laterTexts.get();
         size_t expected = 0;
         for (const SourceTable &table : data.sources)
             expected += static_cast<size_t>(table.countAbove(data.textsUpTo));
-        const KvError changed(errStorage, QStringLiteral("Workspace file \"%1\" was changed by another program while it "
-                                                         "was being read; open it again").arg(file));
         if (texts.size() != expected)
-            throw changed;
+            throw changed();
         for (LaterTexts &t : texts) {
             Record *r = t.source <= ssEnglishDefault ? data.sources[t.source].find(t.id) : nullptr;
             if (!r || r->revision != t.revision || r->hasText != t.hasText)
-                throw changed;
+                throw changed();
             r->text = std::move(t.text);
             r->description = std::move(t.description);
             r->shortcutCharacter = std::move(t.shortcutCharacter);
