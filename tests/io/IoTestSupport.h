@@ -180,7 +180,7 @@ inline QString Dump(const io::ResourceStrings &r, const QString &base)
         if (s.properties != io::TextProperties())
             out << QStringLiteral("  properties ") + properties(s.properties);
         for (const ParameterDefinition &p : s.parameters)
-            out << QStringLiteral("  parameter %1 %2 %3").arg(p.Id()).arg(p.Placeholder(), Quoted(p.Description()));
+            out << QStringLiteral("  parameter %1 %2 ").arg(p.Id()).arg(p.Placeholder()) + Quoted(p.Description());
         if (s.description)
             out << QStringLiteral("  description ") + Quoted(*s.description);
         if (s.target || s.state != io::TranslationState::Missing || s.targetApproved) {
@@ -193,8 +193,8 @@ inline QString Dump(const io::ResourceStrings &r, const QString &base)
             out << QStringLiteral("  target properties ") + properties(s.targetProperties);
         const server::ExchangeOrigin &o = s.origin;
         if (o != server::ExchangeOrigin()) {
-            out << QStringLiteral("  origin %1 %2 %3 %4").arg(Quoted(o.original), Quoted(o.unit), Quoted(o.targetState),
-                                                            Quoted(o.stateQualifier));
+            out << QStringLiteral("  origin %1 %2 %3 %4")
+                       .arg(Quoted(o.original), Quoted(o.unit), Quoted(o.targetState), Quoted(o.stateQualifier));
             out << QStringLiteral("  markup %1 %2").arg(Quoted(o.sourceMarkup), Quoted(o.targetMarkup));
         }
     }
@@ -217,10 +217,11 @@ inline QString DiffersFromExpected(const QString &actual, const QString &expecte
     }
     const QStringList want = QString::fromUtf8(ReadBytes(expectedFile)).split(u'\n');
     const QStringList got = actual.split(u'\n');
+    const QString end = QStringLiteral("(end of file)");
     for (qsizetype i = 0; i < qMax(want.size(), got.size()); ++i) {
-        if (want.value(i, QStringLiteral("(end)")) != got.value(i, QStringLiteral("(end)"))) {
+        if (want.value(i, end) != got.value(i, end)) {
             return QStringLiteral("%1:%2: differs\n  expected: %3\n  actual:   %4")
-                .arg(expectedFile).arg(i + 1).arg(want.value(i, QStringLiteral("(end)")), got.value(i, QStringLiteral("(end)")));
+                .arg(expectedFile, QString::number(i + 1), want.value(i, end), got.value(i, end));
         }
     }
     return {};

@@ -65,9 +65,11 @@ private slots:
         const QDir dir(DataFile(QStringLiteral("rc")));
         for (const QString &name : dir.entryList({QStringLiteral("*.rc")}, QDir::Files)) {
             const QString firstLine = QString::fromLatin1(test::ReadBytes(dir.filePath(name)).split('\n').first());
-            const QString options = firstLine.startsWith(QLatin1String("// options: ")) ? firstLine.mid(12) : QString();
-            QTest::newRow(qPrintable(name)) << dir.filePath(name) << options.split(u' ', Qt::SkipEmptyParts)
-                                            << dir.filePath(QFileInfo(name).completeBaseName() + QStringLiteral(".txt"));
+            const QString prefix = QStringLiteral("// options: ");
+            const QString options = firstLine.startsWith(prefix) ? firstLine.mid(prefix.size()) : QString();
+            const QString expected = dir.filePath(QFileInfo(name).completeBaseName() + QStringLiteral(".txt"));
+            QTest::newRow(qPrintable(name))
+                << dir.filePath(name) << options.split(u' ', Qt::SkipEmptyParts) << expected;
         }
         // The sample application: menus, dialogs and other blocks bring nothing; missing system
         // headers are notes.
@@ -89,13 +91,14 @@ private slots:
         // Such a file cannot be staged beside the script.
         QTemporaryDir dir;
         QStringEncoder utf16(QStringEncoder::Utf16LE, QStringEncoder::Flag::WriteBom);
-        const QString header = WriteBytes(dir, QStringLiteral("ids.h"), utf16(QStringLiteral("#define IDS_A 1\r\n")));
-        const QString script = WriteBytes(dir, QStringLiteral("s.rc"),
-                                          "#include \"" + header.toUtf8() + "\"\nSTRINGTABLE BEGIN IDS_A \"a\" END\n");
+        const QString header = WriteBytes(dir, QStringLiteral("ids.h"), utf16(u"#define IDS_A 1\r\n"));
+        const QByteArray include = "#include \"" + header.toUtf8() + "\"\n";
+        const QString script =
+            WriteBytes(dir, QStringLiteral("s.rc"), include + "STRINGTABLE BEGIN IDS_A \"a\" END\n");
         QCOMPARE(ReadAsText(script, {}),
-                 header + QStringLiteral(": error: the preprocessor cannot read this file as it is (UTF-16 or with a "
-                                         "byte-order mark) and it is included in a way a converted copy cannot stand in "
-                                         "for; save it as UTF-8 without a byte-order mark\n"));
+                 header + QStringLiteral(": error: the preprocessor cannot read this file as it is (UTF-16 or "
+                                         "with a byte-order mark) and it is included in a way a converted copy "
+                                         "cannot stand in for; save it as UTF-8 without a byte-order mark\n"));
     }
 
     void includesStayInTheirFolders_data()
@@ -132,8 +135,8 @@ private slots:
         options.includeAnywhere = anywhere;
         const QString expected = refused.isEmpty()
             ? QStringLiteral("%1:3 1 \"a secret\"\n").arg(script)
-            : QStringLiteral("%1:4: error: the included file \"%2\" lies outside the script's folder, the include folders "
-                             "and the headers' folders; refused (--allow-include-anywhere permits it)\n")
+            : QStringLiteral("%1:4: error: the included file \"%2\" lies outside the script's folder, the include "
+                             "folders and the headers' folders; refused (--allow-include-anywhere permits it)\n")
                   .arg(script, refused.replace("ROOT", root));
         QCOMPARE(ReadAsText(script, options), expected);
     }

@@ -117,7 +117,8 @@ private slots:
         const QString xmllint = QStandardPaths::findExecutable(QStringLiteral("xmllint"));
         if (xmllint.isEmpty())
             QSKIP("xmllint is not installed");
-        const test::ProcessResult r = test::RunTool(xmllint, {"--noout", "--nonet", "--schema", SchemaFile(), expected});
+        const test::ProcessResult r =
+            test::RunTool(xmllint, {"--noout", "--nonet", "--schema", SchemaFile(), expected});
         QVERIFY2(r.exitCode == 0 && r.err.contains(QLatin1String("validates")), qPrintable(r.err));
     }
 
@@ -138,7 +139,8 @@ private slots:
         QString result;
         try {
             const ResourceStrings r = ReadXliff(file);
-            result = test::Dump(r, base) + QStringLiteral("--- written back\n") + QString::fromUtf8(WriteXliff(DocumentOf(r)));
+            const QString written = QString::fromUtf8(WriteXliff(DocumentOf(r)));
+            result = test::Dump(r, base) + QStringLiteral("--- written back\n") + written;
         } catch (const FileError &e) {
             result = e.Description().replace(base + u'/', QString()) + u'\n';
         }
