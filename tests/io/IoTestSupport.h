@@ -160,7 +160,7 @@ inline QString Quoted(const QString &text)
 inline QString Dump(const io::ResourceStrings &r, const QString &base)
 {
     const auto where = [&](const QString &file, int line) {
-        QString w = file.startsWith(base + u'/') ? file.mid(base.size() + 1) : file;
+        QString w = !base.isEmpty() && file.startsWith(base + u'/') ? file.mid(base.size() + 1) : file;
         return line > 0 ? w + u':' + QString::number(line) : w;
     };
     const auto properties = [](const io::TextProperties &p) {

@@ -46,7 +46,10 @@ QString ReadAsText(const QString &script, const RcReadOptions &options)
     } catch (const FileError &e) {
         if (e.Number() != errBadResourceFile)
             return QStringLiteral("unexpected error number %1").arg(e.Number());
-        return e.Description().replace(base + u'/', QString()) + u'\n';
+        QString errors;
+        for (const Diagnostic &d : e.Errors())
+            errors += d.ToString().replace(base + u'/', QString()) + u'\n';
+        return errors;
     }
 }
 
