@@ -1,0 +1,1 @@
+#define IDS_THIRD 3
