@@ -34,8 +34,11 @@ cmake --build "$folder" --parallel "$(nproc)" --target $(printf 'kvedit_fuzz_%s 
 seeds="$folder/seeds"
 rm -rf "$seeds"
 mkdir -p "$seeds/rc" "$seeds/xliff" "$seeds/workspace"
-cp tests/io/data/app/app.rc tests/io/data/lang/*.rc tests/io/data/compile/*.rc "$seeds/rc/"
-cp tests/io/data/xliff/*.xlf "$seeds/xliff/"
+cp tests/io/data/app/app.rc tests/io/data/lang/*.rc tests/io/data/compile/*.rc tests/io/data/rc/*.rc "$seeds/rc/"
+# The XLIFF cases sit in subfolders; their paths become the seeds' names so none is lost.
+find tests/io/data/xliff -name '*.xlf' | while read -r f; do
+  cp "$f" "$seeds/xliff/$(echo "${f#tests/io/data/xliff/}" | tr / _)"
+done
 
 supp="$PWD/scripts"
 export ASAN_OPTIONS="detect_leaks=1:suppressions=$supp/sanitize-asan.supp"
