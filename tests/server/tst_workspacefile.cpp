@@ -267,45 +267,12 @@ private slots:
 
     void openOrCreateRefuses_data()
     {
-        QTest::addColumn<QString>("kind");     // after "create ": Create refuses, not Open
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("reason");   // part of the message besides the file name
-        QTest::newRow("create over someone's file") << "create text" << int(errFileAccess) << "already exists";
-        QTest::newRow("create in a missing folder") << "create nofolder" << int(errStorage) << "";
-        QTest::newRow("missing file") << "missing" << int(errFileNotFound) << "not found";
-        QTest::newRow("folder that does not exist") << "nofolder" << int(errFileNotFound) << "not found";
-        QTest::newRow("folder in the way") << "folder" << int(errFileAccess) << "not a file";
-        QTest::newRow("text file") << "text" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("database of another program") << "foreign" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("empty file") << "empty" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("truncated workspace") << "truncated" << int(errStorage) << "";
-        QTest::newRow("newer schema") << "newer" << int(errStorage) << "newer version";
-        QTest::newRow("no schema version") << "noschema" << int(errStorage) << "damaged";
-        QTest::newRow("record out of range") << "badrecord" << int(errStorage) << "damaged";
-        QTest::newRow("no target language") << "DELETE FROM meta WHERE key = 'target_language'" << int(errStorage)
-                                            << "names no target language";
-        // Crafted schema objects that would make opening hang, swallow memory or act on reads.
-        QTest::newRow("recursive view for records")
-            << "DROP TABLE records; CREATE VIEW records AS WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 "
-               "FROM r) SELECT 0 AS source, 1 AS id, 'x' AS text, '' AS description, 0 AS properties, '' AS "
-               "shortcut_character, 0 AS shortcut_mode, 0 AS revision, 0 AS status FROM r"
-            << int(errStorage) << "it holds a view \"records\", which kvedit never makes";
-        QTest::newRow("trigger") << "CREATE TRIGGER t AFTER INSERT ON symbols BEGIN DELETE FROM records; END"
-                                 << int(errStorage) << "it holds a trigger \"t\"";
-        QTest::newRow("table of another program") << "CREATE TABLE notes(x)" << int(errStorage)
-                                                  << "it holds a table \"notes\" that kvedit does not make";
-        QTest::newRow("index of another program") << "CREATE INDEX byText ON records(text)" << int(errStorage)
-                                                  << "it holds an index \"byText\"";
-        QTest::newRow("renamed column") << "ALTER TABLE symbols RENAME COLUMN symbol TO name" << int(errStorage)
-                                        << "its table \"symbols\" has the columns (id, name), not (id, symbol)";
-        QTest::newRow("computed column") << "ALTER TABLE symbols ADD COLUMN big AS (zeroblob(1000000000))"
-                                         << int(errStorage) << "its table \"symbols\" has a computed column \"big\"";
-        QTest::newRow("missing table") << "DROP TABLE parameters" << int(errStorage) << "its table \"parameters\" is missing";
+        test::AddCaseRows(QFINDTESTDATA("data/refusals.txt"), {"kind", "error", "reason"});
     }
     void openOrCreateRefuses()
     {
         QFETCH(QString, kind);
-        QFETCH(int, number);
+        QFETCH(QString, error);
         QFETCH(QString, reason);
         const bool create = kind.startsWith("create ");
         if (create)
@@ -342,34 +309,26 @@ private slots:
         }
         const QStringList before = FolderState(m_dir->path());
 
-        const KvError error = ErrorOf([&] {
+        const KvError e = ErrorOf([&] {
             create ? void(Workspace::Create(path, {"x", "de-DE", 100})) : void(Workspace::Open(path));
         });
-        QCOMPARE(error.Number(), number);
-        QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
-        QVERIFY2(error.Description().contains(reason, Qt::CaseInsensitive), qPrintable(error.Description()));
+        const QHash<QString, int> numbers{{"not found", errFileNotFound}, {"access", errFileAccess}, {"storage", errStorage}};
+        QCOMPARE(e.Number(), numbers.value(error));
+        QVERIFY2(e.Description().contains(QDir::toNativeSeparators(path)), qPrintable(e.Description()));
+        QVERIFY2(e.Description().contains(reason, Qt::CaseInsensitive), qPrintable(e.Description()));
         QCOMPARE(FolderState(m_dir->path()), before);   // nothing written in the file or beside it
     }
 
     void writeProtectedPlaces_data()
     {
-        QTest::addColumn<QString>("protection");   // "file", "folder" (read-only) or "closed" (folder)
-        QTest::addColumn<bool>("withLog");           // the last save still in the -wal
-        QTest::addColumn<bool>("withShm");
-        QTest::addColumn<QString>("refusal");        // empty: opens and shows the last save
-        QTest::newRow("file") << "file" << false << false << "";
-        QTest::newRow("folder") << "folder" << false << false << "";
-        QTest::newRow("folder, log and -shm") << "folder" << true << true << "";
-        QTest::newRow("folder, log without -shm") << "folder" << true << false << "cannot be read as last saved";
-        QTest::newRow("file, log without -shm") << "file" << true << false << "cannot be read as last saved";
-        QTest::newRow("folder that cannot be read") << "closed" << false << false << "was not found";
+        test::AddCaseRows(QFINDTESTDATA("data/protected.txt"), {"protection", "beside", "refusal"});
     }
     void writeProtectedPlaces()
     {
         QFETCH(QString, protection);
-        QFETCH(bool, withLog);
-        QFETCH(bool, withShm);
+        QFETCH(QString, beside);
         QFETCH(QString, refusal);
+        const bool withLog = beside.contains("-wal");
         QVERIFY(QFile::setPermissions(m_dir->path(), QFileDevice::Permissions(0x7777)));
         const QString source = PathOf("source.kvw");
         const QString place = PathOf("place");
@@ -382,9 +341,8 @@ private slots:
             Edit(ws->Tables(), 1, ssEnglishDefault, "last saved");
             ws->Tables()->Save(ssEnglishDefault, false);
             QVERIFY(QFile::copy(source, path));
-            for (const char *suffix : {"-wal", "-shm"})
-                if ((suffix[1] == 'w' && withLog) || (suffix[1] == 's' && withShm))
-                    QVERIFY(QFile::copy(source + suffix, path + suffix));
+            for (const QString &suffix : beside.split(u' ', Qt::SkipEmptyParts))
+                QVERIFY(QFile::copy(source + suffix, path + suffix));
         }
         const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
         for (const QString &name : QDir(place).entryList(QDir::Files))
