@@ -1,7 +1,7 @@
 // The quality checks: each rule on real-looking strings, including the ones that must not warn,
 // and the messages that name what differs; a whole table with its cache and shortcut groups,
-// also when asked one string at a time before the whole check; switching rules off as an edit
-// of the workspace.
+// also when asked one string at a time before the whole check. (Switching rules off is an edit
+// of the workspace: the server's scenarios.)
 
 #include "checks/TableChecker.h"
 #include "server/TableSet.h"
@@ -27,16 +27,10 @@ StringValues Values(const QString &text, const QString &flags = {})
 {
     StringValues v;
     v.text = text;
-    if (flags.isEmpty()) {
-        v.allowShortcut = QString(text).remove(QLatin1String("&&")).contains(u'&');
-        v.multipleLines = text.contains(u'\n');
-        v.allowTab = text.contains(u'\t');
-        v.shortcutMode = v.allowShortcut ? 1 : 0;
-        return v;
-    }
-    v.allowShortcut = flags.contains(u'S');
-    v.multipleLines = flags.contains(u'M');
-    v.allowTab = flags.contains(u'T');
+    const bool derived = flags.isEmpty();
+    v.allowShortcut = derived ? QString(text).remove(QLatin1String("&&")).contains(u'&') : flags.contains(u'S');
+    v.multipleLines = derived ? text.contains(u'\n') : flags.contains(u'M');
+    v.allowTab = derived ? text.contains(u'\t') : flags.contains(u'T');
     v.shortcutMode = v.allowShortcut ? 1 : 0;
     const qsizetype colon = flags.indexOf(u':');
     if (colon >= 0)
@@ -226,42 +220,6 @@ private slots:
         }
         QVERIFY(clashes > 0);
         QCOMPARE(partial.Count(), whole.Count());
-    }
-
-    void disabledRulesAreAnEditOfTheWorkspace()
-    {
-        // Kept in the file across a reopen: see the check tool's --save-rules test.
-        const server::WorkspacePtr ws = server::Workspace::CreateInMemory({QStringLiteral("W"), QStringLiteral("de-DE"), 10});
-        const StringTableSetPtr tables = ws->Tables();
-        const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
-        tables->SetDisabledCheckRules(rules);
-        QVERIFY(tables->Modified());
-        tables->DiscardEdits();
-        QCOMPARE(tables->DisabledCheckRules(), QStringList());
-        tables->SetDisabledCheckRules(rules);
-        tables->Save(ssLocalEdited, false);
-        QVERIFY(!tables->Modified());
-        QCOMPARE(tables->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
-        tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
-        QVERIFY(!tables->Modified());
-    }
-
-    void serverValuesAgreeWithEntries()
-    {
-        // The server's shortcut past the entries must give what the entries give: own records,
-        // fallbacks to the defaults, blank translations, ids not in use.
-        const server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
-        const StringTableSetPtr set = demo->Tables();
-        int compared = 0;
-        for (int id = 1; id <= 5100; ++id)
-            for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishEdited, ssEnglishDefault}) {
-                const StringId sid = static_cast<StringId>(id);
-                if (!set->IdInUse(sid, source) && id % 97 != 0)
-                    continue;
-                QVERIFY2(set->Values(sid, source) == set->StringTableSet::Values(sid, source), qPrintable(QString::number(id)));
-                ++compared;
-            }
-        QVERIFY(compared > 4 * 286);
     }
 };
 

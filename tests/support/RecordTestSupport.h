@@ -59,13 +59,15 @@ inline QString Dump(const server::TableSet &set)
     QString out;
     for (int id = 1; id <= set.MaximumCount(); ++id) {
         const auto i = StringId(id);
+        const QString prefix = QString::number(id) + u' ';
         for (int s = ssEnglishDefault; s >= ssLocalEdited; --s)
             if (const std::optional<server::Record> r = set.RecordOf(i, StringSource(s)))
-                out += QString::number(id) + u' ' + server::TableSet::FixedSourceName(s) + QStringLiteral(": ") + RecordLine(*r) + u'\n';
+                out += prefix + server::TableSet::FixedSourceName(s) + QStringLiteral(": ") + RecordLine(*r) + u'\n';
         for (const ParameterDefinition &p : set.Parameters(i))
-            out += QStringLiteral("%1 parameter %2 ").arg(id).arg(p.Id()) + p.Placeholder() + u' ' + Quoted(p.Description()) + u'\n';
+            out += prefix + QStringLiteral("parameter %1 ").arg(p.Id()) + p.Placeholder() + u' ' + Quoted(p.Description())
+                   + u'\n';
         if (!set.Symbol(i).isEmpty())
-            out += QStringLiteral("%1 symbol ").arg(id) + set.Symbol(i) + u'\n';
+            out += prefix + QStringLiteral("symbol ") + set.Symbol(i) + u'\n';
     }
     return out;
 }
@@ -76,16 +78,20 @@ inline void CompareWithExpected(const QString &actual, const QString &file)
 {
     QFile f(file);
     if (qEnvironmentVariableIntValue("KVEDIT_UPDATE_EXPECTED")) {
-        QVERIFY2(f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(actual.toUtf8()) >= 0, qPrintable(file));
+        QVERIFY2(f.open(QIODevice::WriteOnly | QIODevice::Truncate), qPrintable(file));
+        f.write(actual.toUtf8());
         return;
     }
     QVERIFY2(f.open(QIODevice::ReadOnly), qPrintable(file));
     const QStringList expected = QString::fromUtf8(f.readAll()).split(u'\n');
     const QStringList lines = actual.split(u'\n');
-    for (qsizetype n = 0; n < std::max(expected.size(), lines.size()); ++n)
-        if (expected.value(n, "<end>") != lines.value(n, "<end>"))
+    for (qsizetype n = 0; n < std::max(expected.size(), lines.size()); ++n) {
+        const QString want = expected.value(n, "<end>");
+        const QString got = lines.value(n, "<end>");
+        if (want != got)
             QFAIL(qPrintable(QStringLiteral("%1:%2: expected\n  %3\nbut got\n  %4")
-                                 .arg(file, QString::number(n + 1), expected.value(n, "<end>"), lines.value(n, "<end>"))));
+                                 .arg(file, QString::number(n + 1), want, got)));
+    }
 }
 
 // A case file as rows of text columns: a case a line, its name then a value per column, split at
@@ -102,14 +108,16 @@ inline void AddCaseRows(const QString &file, const QList<const char *> &columns)
         if (lines[n].trimmed().isEmpty() || lines[n].startsWith(u'#'))
             continue;
         const QStringList values = lines[n].split(u'|');
-        QVERIFY2(values.size() == columns.size() + 1, qPrintable(QStringLiteral("%1:%2: %3 values, not %4")
-                                                                     .arg(file).arg(n + 1).arg(values.size()).arg(columns.size() + 1)));
+        const QString where = file + u':' + QString::number(n + 1);
+        QVERIFY2(values.size() == columns.size() + 1,
+                 qPrintable(QStringLiteral("%1: %2 values, not %3").arg(where).arg(values.size())
+                                .arg(columns.size() + 1)));
         QTestData &row = QTest::addRow("%s (line %d)", qPrintable(values[0].trimmed()), int(n + 1));
         for (const QString &value : values.mid(1)) {
             QString v = value.trimmed();
             if (v.size() >= 2 && v.startsWith(u'"') && v.endsWith(u'"'))
                 v = v.mid(1, v.size() - 2);
-            row << v.replace(QLatin1String("\\n"), QLatin1String("\n")).replace(QLatin1String("\\t"), QLatin1String("\t"));
+            row << v.replace(QLatin1String("\\n"), QString(u'\n')).replace(QLatin1String("\\t"), QString(u'\t'));
         }
     }
 }
