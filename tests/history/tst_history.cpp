@@ -43,7 +43,8 @@ private slots:
         const EntryValues own{translation, {}, marker >= 0 ? QString(translation.at(marker + 1).toUpper()) : QString(),
                               marker >= 0 ? tpAllowShortcut : 0, 0};
         const std::optional<CarriedOver> result = CarryOver(english, own);
-        QCOMPARE(result ? result->values.text + u'|' + result->values.shortcutCharacter : QString("-|"), carried + u'|' + key);
+        const QString got = result ? result->values.text + u'|' + result->values.shortcutCharacter : QString("-|");
+        QCOMPARE(got, carried + u'|' + key);
         if (result)
             QCOMPARE(result->adjusted, result->values.text != translation);
     }

@@ -108,7 +108,8 @@ private slots:
 
     void insertText_data()
     {
-        test::AddCaseRows(QFINDTESTDATA("data/insert.txt"), {"translation", "matchEnglish", "approved", "query", "expected"});
+        test::AddCaseRows(QFINDTESTDATA("data/insert.txt"),
+                          {"translation", "matchEnglish", "approved", "query", "expected"});
     }
     void insertText()
     {
@@ -165,7 +166,8 @@ private slots:
         if (!QFileInfo::exists(other))
             MakeWorkspace(other, {{9, "Print", "Drucken"}});
         QSettings settings(app::SettingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("memory/workspaces"), listed.replace("OTHER", other).split(u' ', Qt::SkipEmptyParts));
+        const QStringList listedFiles = listed.replace("OTHER", other).split(u' ', Qt::SkipEmptyParts);
+        settings.setValue(QStringLiteral("memory/workspaces"), listedFiles);
         settings.sync();
 
         const QStringList arguments = options.replace("OTHER", other).split(u' ', Qt::SkipEmptyParts);
