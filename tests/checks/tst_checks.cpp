@@ -1,7 +1,7 @@
 // The quality checks: each rule on real-looking strings, including the ones that must not warn,
 // and the messages that name what differs; a whole table with its cache and shortcut groups,
-// also when asked one string at a time before the whole check; switching rules off as an edit
-// of the workspace.
+// also when asked one string at a time before the whole check. (Switching rules off is an edit
+// of the workspace: the server's scenarios.)
 
 #include "checks/TableChecker.h"
 #include "server/TableSet.h"
@@ -27,16 +27,10 @@ StringValues Values(const QString &text, const QString &flags = {})
 {
     StringValues v;
     v.text = text;
-    if (flags.isEmpty()) {
-        v.allowShortcut = QString(text).remove(QLatin1String("&&")).contains(u'&');
-        v.multipleLines = text.contains(u'\n');
-        v.allowTab = text.contains(u'\t');
-        v.shortcutMode = v.allowShortcut ? 1 : 0;
-        return v;
-    }
-    v.allowShortcut = flags.contains(u'S');
-    v.multipleLines = flags.contains(u'M');
-    v.allowTab = flags.contains(u'T');
+    const bool derived = flags.isEmpty();
+    v.allowShortcut = derived ? QString(text).remove(QLatin1String("&&")).contains(u'&') : flags.contains(u'S');
+    v.multipleLines = derived ? text.contains(u'\n') : flags.contains(u'M');
+    v.allowTab = derived ? text.contains(u'\t') : flags.contains(u'T');
     v.shortcutMode = v.allowShortcut ? 1 : 0;
     const qsizetype colon = flags.indexOf(u':');
     if (colon >= 0)
@@ -86,78 +80,7 @@ class TestChecks : public QObject {
 private slots:
     void translation_data()
     {
-        QTest::addColumn<QString>("english");       // "-": the second text is an English text alone
-        QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("flags");         // of the translation
-        QTest::addColumn<QString>("expected");      // the rules found, or the whole messages
-
-        // placeholders
-        QTest::newRow("reordered") << "Page %1 of %2" << "Seite %2 von %1" << "" << "";
-        QTest::newRow("repeated counts once") << "Delete %1?" << "%1 löschen? %1 ist dann weg?" << "" << "";
-        QTest::newRow("lacks one") << "The file %1 could not be opened:\n%2" << "Die Datei %1 konnte nicht geöffnet werden:\n" << ""
-                                   << "placeholders";
-        QTest::newRow("has one more") << "Open %1" << "%2 öffnen" << "" << "placeholders placeholders@0";
-        QTest::newRow("empty translation is missing, not wrong") << "Page %1 of %2" << "" << "" << "";
-        QTest::newRow("empty English: nothing to check against") << "" << "%1 öffnen." << "" << "";
-        // formats
-        QTest::newRow("printf swapped") << "Copied %d files to %s." << "%s: %d Dateien kopiert." << "" << "formats@0 formats@4";
-        QTest::newRow("wide string") << "%ls not found." << "%s nicht gefunden." << "" << "formats@0";
-        QTest::newRow("printf lacks one") << "%d of %u done." << "%d erledigt." << "" << "formats";
-        QTest::newRow("lone percent in printf") << "100%% done, %d left." << "100% fertig, %d übrig." << "" << "formats@3";
-        QTest::newRow("percent in a plain text") << "Zoom: %1%" << "Zoom: %1 %" << "" << "";
-        QTest::newRow("braces any order") << "{0} of {1}" << "{1} von {0}" << "" << "";
-        QTest::newRow("brace format lost") << "{0:N2} MB" << "{0} MB" << "" << "formats formats@0";
-        QTest::newRow("message format differs") << "%1!d! files" << "%1!s! Dateien" << "" << "formats@0";
-        // shortcut
-        QTest::newRow("marker on umlaut neighbour") << "&Open..." << "Ö&ffnen..." << "S:F" << "";
-        QTest::newRow("literal ampersands") << "Fish && Chips" << "Fisch && Pommes" << "" << "";
-        QTest::newRow("Japanese appended key") << "&File" << "ファイル(&F)" << "" << "";
-        QTest::newRow("on without marker") << "&File" << "Datei" << "S" << "shortcut";
-        QTest::newRow("off with marker") << "Fish && Chips" << "Fisch & Pommes" << "-" << "shortcut@6";
-        QTest::newRow("two markers") << "Save &As..." << "Speichern &unter &als..." << "S" << "shortcut@17";
-        QTest::newRow("trailing ampersand") << "Fish && Chips" << "Fisch &" << "-" << "shortcut@6";
-        QTest::newRow("marker not the character") << "&Copy" << "&Kopieren" << "S:C" << "shortcut@0";
-        QTest::newRow("added by the translation") << "Close" << "&Schließen" << "" << "shortcut@0";
-        QTest::newRow("program places it") << "&Open" << "開く" << "S:O/4" << "";
-        QTest::newRow("program places it, marker too") << "&Open" << "開く(&O)" << "S:O/4" << "shortcut@3";
-        QTest::newRow("first instance missing") << "&Print" << "Drucken" << "S:P/2" << "shortcut";
-        // lines and tabs
-        QTest::newRow("break in single line") << "Ready to print" << "Bereit zum\nDrucken" << "-" << "line-breaks@10";
-        QTest::newRow("fewer lines") << "Demo\nVersion %1\nAll rights reserved." << "Demo Version %1\nAlle Rechte vorbehalten." << "M"
-                                     << "line-count@15";
-        QTest::newRow("tab not allowed") << "Name" << "Name\tGröße" << "-" << "tabs@4";
-        // whitespace and punctuation
-        QTest::newRow("leading blank lost") << " (modified)" << "(geändert)" << "" << "whitespace@0";
-        QTest::newRow("trailing blank added") << "File name:" << "Dateiname: " << "" << "whitespace@10";
-        QTest::newRow("doubled blank") << "Save the file" << "Datei  speichern" << "" << "whitespace@5";
-        QTest::newRow("indented list keeps blanks") << "Notes:\n  • Faster" << "Hinweise:\n  • Schneller" << "" << "";
-        QTest::newRow("period lost") << "The document was saved." << "Das Dokument wurde gespeichert" << "" << "punctuation";
-        QTest::newRow("question became period") << "Save the changes?" << "Die Änderungen speichern." << "" << "punctuation@24";
-        QTest::newRow("Japanese full stop") << "The file was saved." << "ファイルを保存しました。" << "" << "";
-        QTest::newRow("ellipsis forms") << "Loading %1..." << "%1 を読み込み中…" << "" << "";
-        QTest::newRow("colon full width") << "File name:" << "ファイル名：" << "" << "";
-        QTest::newRow("caption before its key") << "&Open...\tCtrl+O" << "Ö&ffnen\tStrg+O" << "" << "punctuation";
-        // suspicious
-        QTest::newRow("identical sentence") << "The file could not be opened." << "The file could not be opened." << "" << "identical";
-        QTest::newRow("identical short word") << "Format" << "Format" << "" << "";
-        QTest::newRow("far too short") << "The document was saved automatically." << "Gespeichert." << "" << "length";
-        QTest::newRow("wide characters count twice") << "The document was saved automatically." << "文書は自動的に保存されました。"
-                                                     << "" << "";
-        QTest::newRow("short English has no ratio") << "in" << "Zoll" << "" << "";
-        // an English text alone
-        QTest::newRow("alone: defined and used") << "-" << "Page %1 of %2" << "#2,1" << "";
-        QTest::newRow("alone: undefined placeholder") << "-" << "Page %1 of %2" << "#1" << "parameters@11";
-        QTest::newRow("alone: definition unused") << "-" << "Page %1" << "#1,2" << "parameters";
-        QTest::newRow("alone: shortcut without the property") << "-" << "&File" << "-" << "shortcut@0";
-        QTest::newRow("alone: doubled blank") << "-" << "Save  the file" << "" << "whitespace@4";
-        QTest::newRow("alone: translation rules stay out") << "-" << "Ready." << "" << "";
-        // messages name what differs
-        QTest::newRow("message: printf kind") << "%d files" << "%s Dateien" << ""
-            << "error [formats]: the translation has %s where the English text has %d";
-        QTest::newRow("message: shortcut character") << "&Copy" << "&Kopieren" << "S:C"
-            << "error [shortcut]: '&' marks K, but the shortcut character is C";
-        QTest::newRow("message: ending") << "Save changes?" << "Änderungen speichern." << ""
-            << "warning [punctuation]: the translation ends with \".\", the English text with \"?\"";
+        test::AddCaseRows(QFINDTESTDATA("data/translations.txt"), {"english", "translation", "flags", "expected"});
     }
 
     void translation()
@@ -171,7 +94,7 @@ private slots:
         if (expected.contains(QLatin1String("]: ")))
             QCOMPARE(Messages(problems), expected);
         else
-            QVERIFY2(Found(problems) == expected, qPrintable(Messages(problems)));
+            QCOMPARE(Found(problems), expected);
     }
 
     void ruleSetFromIds()
@@ -297,42 +220,6 @@ private slots:
         }
         QVERIFY(clashes > 0);
         QCOMPARE(partial.Count(), whole.Count());
-    }
-
-    void disabledRulesAreAnEditOfTheWorkspace()
-    {
-        // Kept in the file across a reopen: see the check tool's --save-rules test.
-        const server::WorkspacePtr ws = server::Workspace::CreateInMemory({QStringLiteral("W"), QStringLiteral("de-DE"), 10});
-        const StringTableSetPtr tables = ws->Tables();
-        const QStringList rules{QStringLiteral("length"), QStringLiteral("identical")};
-        tables->SetDisabledCheckRules(rules);
-        QVERIFY(tables->Modified());
-        tables->DiscardEdits();
-        QCOMPARE(tables->DisabledCheckRules(), QStringList());
-        tables->SetDisabledCheckRules(rules);
-        tables->Save(ssLocalEdited, false);
-        QVERIFY(!tables->Modified());
-        QCOMPARE(tables->DisabledCheckRules(), (QStringList{QStringLiteral("identical"), QStringLiteral("length")}));
-        tables->SetDisabledCheckRules({rules.at(1), rules.at(0)});   // the same set: no edit
-        QVERIFY(!tables->Modified());
-    }
-
-    void serverValuesAgreeWithEntries()
-    {
-        // The server's shortcut past the entries must give what the entries give: own records,
-        // fallbacks to the defaults, blank translations, ids not in use.
-        const server::WorkspacePtr demo = server::CreateDemoWorkspace(QString());
-        const StringTableSetPtr set = demo->Tables();
-        int compared = 0;
-        for (int id = 1; id <= 5100; ++id)
-            for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishEdited, ssEnglishDefault}) {
-                const StringId sid = static_cast<StringId>(id);
-                if (!set->IdInUse(sid, source) && id % 97 != 0)
-                    continue;
-                QVERIFY2(set->Values(sid, source) == set->StringTableSet::Values(sid, source), qPrintable(QString::number(id)));
-                ++compared;
-            }
-        QVERIFY(compared > 4 * 286);
     }
 };
 

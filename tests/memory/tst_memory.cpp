@@ -90,69 +90,35 @@ private slots:
 
     void ranking_data()
     {
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<int>("exclude");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("exact, then case, marker, punctuation, fuzzy")
-            << "Open file" << 0
-            << QStringList{"100 Datei öffnen", "99 DATEI ÖFFNEN", "98 Datei ö&ffnen", "97 Datei öffnen.",
-                           "~ Die ausgewählte Datei öffnen"};
-        QTest::newRow("case beats marker") << "OPEN file" << 0
-                                           << QStringList{"99 Datei öffnen", "99 DATEI ÖFFNEN", "98 Datei ö&ffnen",
-                                                          "97 Datei öffnen.", "~ Die ausgewählte Datei öffnen"};
-        QTest::newRow("fuzzy only") << "Open the selected files" << 0
-                                    << QStringList{"~ Die ausgewählte Datei öffnen"};
-        QTest::newRow("nothing alike") << "Print preview" << 0 << QStringList{};
-        QTest::newRow("the string itself left out") << "Close window" << 6 << QStringList{};
+        test::AddCaseRows(QFINDTESTDATA("data/ranking.txt"), {"query", "exclude", "expected"});
     }
     void ranking()
     {
         QFETCH(QString, query);
-        QFETCH(int, exclude);
-        QFETCH(QStringList, expected);
+        QFETCH(QString, exclude);
+        QFETCH(QString, expected);
         const auto memory = MemoryOf({{1, "Open file", "Datei öffnen"},
                                       {2, "OPEN FILE", "DATEI ÖFFNEN"},
                                       {3, "Open &File", "Datei ö&ffnen"},
                                       {4, "Open file.", "Datei öffnen."},
                                       {5, "Open the selected file", "Die ausgewählte Datei öffnen"},
                                       {6, "Close window", "Fenster schließen"}});
-        QCOMPARE(Shown(memory->Lookup(query, static_cast<StringId>(exclude))), expected);
+        QCOMPARE(Shown(memory->Lookup(query, static_cast<StringId>(exclude.toInt()))).join("; "), expected);
     }
 
-    // What inserting a match puts in: an approved one adapted to the current English, anything
-    // else as it stands.
     void insertText_data()
     {
-        QTest::addColumn<QString>("translation");
-        QTest::addColumn<QString>("matchEnglish");
-        QTest::addColumn<bool>("approved");
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("expected");
-        const QString copy = "%1 nach %2 kopieren";
-        QTest::newRow("placeholders swapped") << copy << "Copy %1 to %2" << true << "Copy %2 to %1"
-                                              << "%2 nach %1 kopieren";
-        QTest::newRow("placeholders renumbered") << "Datei %1 fehlt" << "File %1 missing" << true << "File %3 missing"
-                                                 << "Datei %3 fehlt";
-        QTest::newRow("marker on the same letter") << "Speichern" << "Save" << true << "&Save" << "&Speichern";
-        QTest::newRow("marker on the first letter") << "Öffnen" << "Open" << true << "&Open" << "&Öffnen";
-        QTest::newRow("marker dropped, ampersand kept") << "&Ziehen && Ablegen" << "&Drag && Drop" << true
-                                                        << "Drag && Drop" << "Ziehen && Ablegen";
-        QTest::newRow("ellipsis added") << "Öffnen" << "Open" << true << "Open…" << "Öffnen…";
-        QTest::newRow("colon dropped") << "Name:" << "Name:" << true << "Name" << "Name";
-        QTest::newRow("other ending left") << "Name (Pflicht)" << "Name:" << true << "Name" << "Name (Pflicht)";
-        QTest::newRow("marker and ellipsis") << copy << "Copy %1 to %2" << true << "&Copy %1 to %2…"
-                                             << "%1 na&ch %2 kopieren…";
-        QTest::newRow("unapproved stays") << copy << "Copy %1 to %2" << false << "Copy %2 to %1" << copy;
-        QTest::newRow("fuzzy stays") << copy << "Copy %1 to %2" << true << "Copy %1 to %2 now" << copy;
+        test::AddCaseRows(QFINDTESTDATA("data/insert.txt"),
+                          {"translation", "matchEnglish", "approved", "query", "expected"});
     }
     void insertText()
     {
         QFETCH(QString, translation);
         QFETCH(QString, matchEnglish);
-        QFETCH(bool, approved);
+        QFETCH(QString, approved);
         QFETCH(QString, query);
         QFETCH(QString, expected);
-        const auto memory = MemoryOf({{1, matchEnglish, translation, approved}});
+        const auto memory = MemoryOf({{1, matchEnglish, translation, approved == "yes"}});
         QCOMPARE(memory->Lookup(query).value(0).insertText, expected);
     }
 
@@ -185,30 +151,13 @@ private slots:
 
     void pretranslate_data()
     {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QStringList>("listed");   // in the user's settings
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("filled");   // "id:text ..." after the run
-        QTest::addColumn<QString>("message");
-        const QStringList none;
-        QTest::newRow("exact only") << QStringList{} << none << 0 << "2:Öffnen" << "Pre-translated 1 string";
-        QTest::newRow("down to 97, adapted") << QStringList{"--min", "97"} << none << 0 << "2:Öffnen 3:&Öffnen…"
-                                             << "3\t97 %\t&Öffnen…";
-        QTest::newRow("from another workspace") << QStringList{"--memory", "OTHER"} << none << 0 << "2:Öffnen 4:Drucken"
-                                                << "4\t100 %\tDrucken\t(other.kvw)";
-        QTest::newRow("from the settings list") << QStringList{} << QStringList{"OTHER"} << 0 << "2:Öffnen 4:Drucken"
-                                                << "(other.kvw)";
-        QTest::newRow("a listed file gone") << QStringList{} << QStringList{"gone.kvw"} << 0 << "2:Öffnen"
-                                            << "gone.kvw does not exist (left out)";
-        QTest::newRow("missing memory file") << QStringList{"--memory", "nowhere.kvw"} << none << 1 << "" << "nowhere.kvw";
-        QTest::newRow("English table") << QStringList{"--table", "2"} << none << 2 << "" << "--table takes 0 or 1";
-        QTest::newRow("minimum too low") << QStringList{"--min", "10"} << none << 2 << "" << "--min takes 50 to 100";
+        test::AddCaseRows(QFINDTESTDATA("data/pretranslate.txt"), {"options", "listed", "code", "filled", "message"});
     }
     void pretranslate()
     {
-        QFETCH(QStringList, options);
-        QFETCH(QStringList, listed);
-        QFETCH(int, code);
+        QFETCH(QString, options);
+        QFETCH(QString, listed);
+        QFETCH(QString, code);
         QFETCH(QString, filled);
         QFETCH(QString, message);
         const QString path = NewFile(QStringLiteral(".kvw"));
@@ -216,13 +165,14 @@ private slots:
         const QString other = m_dir.filePath(QStringLiteral("other.kvw"));
         if (!QFileInfo::exists(other))
             MakeWorkspace(other, {{9, "Print", "Drucken"}});
-        options.replaceInStrings(QStringLiteral("OTHER"), other);
         QSettings settings(app::SettingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("memory/workspaces"), listed.replaceInStrings(QStringLiteral("OTHER"), other));
+        const QStringList listedFiles = listed.replace("OTHER", other).split(u' ', Qt::SkipEmptyParts);
+        settings.setValue(QStringLiteral("memory/workspaces"), listedFiles);
         settings.sync();
 
-        const test::CliRun r = Cli(QStringList{"pretranslate", path} + options);
-        QVERIFY2(r.code == code && (r.out + r.err).contains(message), r.Describe());
+        const QStringList arguments = options.replace("OTHER", other).split(u' ', Qt::SkipEmptyParts);
+        const test::CliRun r = Cli(QStringList{"pretranslate", path} + arguments);
+        QVERIFY2(r.code == code.toInt() && (r.out + r.err).contains(message), r.Describe());
 
         const server::WorkspacePtr ws = server::Workspace::Open(path);
         QStringList found;

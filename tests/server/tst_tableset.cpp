@@ -1,4 +1,5 @@
-// The string table set of an in-memory workspace: fallback, revisions, edits, entries.
+// The string table set: scenarios of edits, saves and reopening read as the editor reads them;
+// blank entries, new entries from old ones, parameter definitions and refused calls.
 
 #include "server/Entry.h"
 #include "server/TableSet.h"
@@ -6,6 +7,7 @@
 
 #include "RecordTestSupport.h"
 
+#include <QRegularExpression>
 #include <QtTest>
 
 using namespace kvedit;
@@ -13,23 +15,9 @@ using namespace kvedit::server;
 using kvedit::test::ErrorOf;
 using kvedit::test::Full;
 
-Q_DECLARE_METATYPE(std::optional<kvedit::server::Record>)
-
 namespace {
 
 constexpr int kMax = 100;
-
-Record NoText(qint16 revision = 0, int status = 0)
-{
-    Record r;
-    r.revision = revision;
-    r.status = status;
-    r.description = QStringLiteral("placeholder");
-    r.properties = tpAllowShortcut | tpMultipleLines;
-    r.shortcutCharacter = QStringLiteral("F");
-    r.shortcutMode = 2;
-    return r;
-}
 
 struct Fixture {
     WorkspacePtr ws = Workspace::CreateInMemory({QStringLiteral("Test"), QStringLiteral("de-DE"), kMax});
@@ -49,12 +37,152 @@ struct Fixture {
                                e->Property(tpAllowShortcut), e->ShortcutCharacter(), e->ShortcutMode(),
                                e->ParameterDefinitions(), valid);
     }
-    // Stores the entry of id in source with a new text.
-    void Store(StringId id, StringSource source, const QString &text) { set->StoreEntry(Edited(set->Entry(id, source), text)); }
 };
 
 // Everything an entry carries besides its id, source and parameters.
 const Record &Stored(const StringEntryPtr &e) { return static_cast<const Entry &>(*e).StoredRecord(); }
+
+// The entry of a source as the editor reads it: the text ("-" for none), revision, approval, the
+// source SourceName names, and "unused" when the id is not in use there.
+QString Shown(const TableSet &set, StringId id, StringSource s)
+{
+    const QString text = set.Text(id, s);
+    QString shown = set.HasText(id, s) ? test::Quoted(text)
+                    : text.isEmpty()   ? QStringLiteral("-")
+                                       : "no text but " + test::Quoted(text);
+    shown += " rev " + QString::number(set.Revision(id, s)) + (set.HasStatus(id, s, sfApproved) ? " approved" : "");
+    shown += (set.SourceName(id, s).isEmpty() ? QString() : " from " + set.SourceName(id, s));
+    shown += QLatin1String(set.IdInUse(id, s) ? "" : " unused");
+    // The entry handed to the editor, and the server's values past the entries, must agree.
+    const StringEntryPtr e = set.Entry(id, s);
+    if (e->Text() != text || e->Status(sfApproved) != set.HasStatus(id, s, sfApproved) || e->StringSource() != s
+        || set.Values(id, s) != set.StringTableSet::Values(id, s))
+        shown += QLatin1String(", but its entry differs");
+    return shown;
+}
+
+// Runs a scenario (see data/scenarios/README) on a new workspace file at path and returns its
+// transcript: every line of the scenario, each command followed by what it shows.
+QString RunScenario(const QString &file, const QString &path)
+{
+    QFile f(file);
+    if (!f.open(QIODevice::ReadOnly))
+        return QStringLiteral("cannot read ") + file;
+    QString script = QString::fromUtf8(f.readAll());
+    script.chop(script.endsWith(u'\n') ? 1 : 0);
+    const QStringList sources{"LE", "LD", "EE", "ED"};
+    // A word, or a text in double quotes after an optional "name=".
+    static const QRegularExpression token("(\\S*?)\"([^\"]*)\"|(\\S+)");
+    WorkspacePtr ws = Workspace::Create(path, {QStringLiteral("Scenario"), QStringLiteral("de-DE"), kMax});
+    std::shared_ptr<TableSet> set = ws->Set();
+    QString out;
+    for (const QString &line : script.split(u'\n')) {
+        if (line.startsWith(QLatin1String("  = ")))
+            continue;   // what the last run showed
+        out += line + u'\n';
+        QStringList a;
+        for (const QRegularExpressionMatch &m : token.globalMatch(line))
+            a << QString(m.captured(1) + m.captured(2) + m.captured(3)).replace("\\n", "\n").replace("\\t", "\t");
+        const QString command = a.value(0);
+        const auto id = StringId(a.value(1).toInt());
+        const auto source = StringSource(sources.indexOf(a.value(2)));
+        QHash<QString, QString> options;   // name=value after a command's text
+        for (const QString &option : a.mid(4))
+            options.insert(option.section(u'=', 0, 0), option.section(u'=', 1));
+        const auto edited = [&](const StringEntryPtr &e) {
+            const bool key = options.contains("key");
+            return e->CreateEdited(id, a.value(3), options.value("desc", e->EntryText()), e->Property(tpMultipleLines),
+                                   e->Property(tpAllowTab), key || e->Property(tpAllowShortcut),
+                                   options.value("key", e->ShortcutCharacter()), key ? 1 : e->ShortcutMode(),
+                                   e->ParameterDefinitions(), true);
+        };
+        QStringList shown;
+        if (command == "put") {
+            Record r;
+            r.hasText = a.value(3) != u'-';
+            r.text = r.hasText ? a.value(3) : QString();
+            r.revision = qint16(options.value("rev").toInt());
+            r.status = options.value("status").toInt();
+            r.properties = quint8(options.value("props").toInt());
+            r.shortcutMode = quint8(options.value("mode").toInt());
+            r.shortcutCharacter = options.value("key");
+            r.description = options.value("desc");
+            set->PutRecord(id, source, r);
+        } else if (command == "store") {
+            set->StoreEntry(a.size() > 3 ? edited(set->Entry(id, source)) : set->Entry(id, source));
+        } else if (command == "add") {
+            const StringEntryPtr created = ws->TextServer()->CreateEntry(set, id, source);
+            set->AddEntry(a.size() > 3 ? edited(created) : created);
+        } else if (command == "readd") {
+            const StringEntryPtr same = set->Entry(id, source);
+            set->RemoveEntry(id, source);
+            set->AddEntry(same);
+        } else if (command == "remove") {
+            set->RemoveEntry(id, source);
+        } else if (command == "symbol") {
+            ws->setSymbol(id, a.value(2));
+        } else if (command == "params") {
+            ParameterList parameters;
+            for (const QString &p : a.mid(2)) {
+                const QString number = p.section(u':', 0, 0);
+                parameters << ParameterDefinition(number.toInt(), p.section(u':', 1), u'%' + number);
+            }
+            set->setParameters(id, parameters);
+        } else if (command == "save" || command == "saveas") {
+            const auto version = StringSource(sources.indexOf(a.value(1)));
+            if (command == "saveas")
+                shown << "into " + set->SaveTableNames(version).value(1);
+            set->Save(version, command == "saveas");
+        } else if (command == "discard") {
+            set->DiscardEdits();
+        } else if (command == "reopen") {
+            ws = Workspace::Open(path);
+            set = ws->Set();
+        } else if (command == "show") {
+            for (const QString &s : a.mid(2))
+                shown << s + u' ' + Shown(*set, id, StringSource(sources.indexOf(s)));
+        } else if (command == "entry") {
+            for (const QString &name : a.mid(2)) {
+                const auto s = StringSource(sources.indexOf(name));
+                const StringEntryPtr created = ws->TextServer()->CreateEntry(set, id, s);
+                const StringEntryPtr entry = set->Entry(id, s);
+                QString line = name + u' ' + created->TargetName() + u' ' + test::RecordLine(Stored(created));
+                if (Stored(entry) != Stored(created))
+                    line += " (from the set: " + test::RecordLine(Stored(entry)) + u')';
+                for (const StringEntryPtr &e : {created, entry})
+                    if (e->Id() != id || e->StringSource() != s || e->TextTable() != set
+                        || e->ParameterDefinitions()->Count())
+                        line += QLatin1String(", but an entry is another's or has definitions");
+                shown << line;
+            }
+        } else if (command == "record") {
+            const std::optional<Record> r = set->RecordOf(id, source);
+            shown << (r ? test::RecordLine(*r) : QStringLiteral("none"));
+        } else if (command == "english") {
+            const std::optional<EntryValues> v = set->EnglishAt(id, qint16(a.value(2).toInt()));
+            shown << (v ? test::Quoted(v->text) + QStringLiteral(" props %1 mode %2 key ").arg(v->properties)
+                                                           .arg(v->shortcutMode) + test::Quoted(v->shortcutCharacter)
+                        : QStringLiteral("none"));
+        } else if (command == "disable") {
+            set->SetDisabledCheckRules(a.mid(1));
+        } else if (command == "disabled") {
+            const QStringList rules = set->DisabledCheckRules();
+            shown << (rules.isEmpty() ? QStringLiteral("none") : rules.join(u' '));
+        } else if (command == "modified") {
+            shown << QLatin1String(set->Modified() ? "modified" : "not modified");
+        } else if (command == "idof") {
+            for (const QString &symbol : a.mid(1))
+                shown << test::Quoted(symbol) + u' ' + QString::number(set->IdOfSymbol(symbol));
+        } else if (command == "dump") {
+            shown = test::Dump(*set).split(u'\n', Qt::SkipEmptyParts);
+        } else if (!command.isEmpty() && !command.startsWith(u'#')) {
+            shown << "unknown command";
+        }
+        for (const QString &s : shown)
+            out += "  = " + s + u'\n';
+    }
+    return out;
+}
 
 } // namespace
 
@@ -62,187 +190,19 @@ class TestTableSet : public QObject {
     Q_OBJECT
 
 private slots:
-    void fallback_data()
+    void scenarios_data()
     {
-        QTest::addColumn<int>("edited");
-        QTest::addColumn<std::optional<Record>>("own");
-        QTest::addColumn<std::optional<Record>>("fallback");
-        QTest::addColumn<QString>("read");   // text|revision|approved|source named by SourceName (-1: none)
-        for (const int edited : {int(ssLocalEdited), int(ssEnglishEdited)}) {
-            const QByteArray s = QByteArray::number(edited);
-            const QString own = QStringLiteral("own|5|%1|") + QString::number(edited);
-            const QString fallback = QStringLiteral("default|7|1|%1").arg(edited + 1);
-            QTest::newRow("own text wins, source " + s)
-                << edited << std::optional(Full("own", 5, sfApproved)) << std::optional(Full("default", 7, 0))
-                << own.arg(1);
-            QTest::newRow("falls back to default, source " + s)
-                << edited << std::optional<Record>() << std::optional(Full("default", 7, sfApproved)) << fallback;
-            QTest::newRow("own record without text, source " + s)
-                << edited << std::optional(NoText(3, 0)) << std::optional(Full("default", 7, sfApproved)) << "|3|0|-1";
-            QTest::newRow("default without text, source " + s)
-                << edited << std::optional<Record>() << std::optional(NoText(2, sfApproved)) << "|2|1|-1";
-            QTest::newRow("nothing, source " + s) << edited << std::optional<Record>() << std::optional<Record>() << "|0|0|-1";
-            // A default source never falls back to its edited source.
-            QTest::newRow("own text, no default, source " + s)
-                << edited << std::optional(Full("own", 5, 0)) << std::optional<Record>() << own.arg(0);
-        }
+        QTest::addColumn<QString>("file");
+        const QString folder = QFINDTESTDATA("data/scenarios");
+        QVERIFY(!folder.isEmpty());   // else no row would run
+        for (const QFileInfo &file : QDir(folder).entryInfoList({"*.txt"}))
+            QTest::newRow(qPrintable(file.fileName())) << file.filePath();
     }
-    void fallback()
+    void scenarios()
     {
-        QFETCH(int, edited);
-        QFETCH(std::optional<Record>, own);
-        QFETCH(std::optional<Record>, fallback);
-        QFETCH(QString, read);
-        Fixture f;
-        const auto source = StringSource(edited);
-        f.set->PutRecord(7, source, own);
-        f.set->PutRecord(7, StringSource(edited + 1), fallback);
-        // Local Edited falls back to Local Default only, never to the English sources.
-        if (source == ssLocalEdited)
-            f.set->PutRecord(7, ssEnglishDefault, Full("english", 9));
-
-        QStringList expected = read.split(u'|');
-        expected.last() = TableSet::FixedSourceName(expected.last().toInt());
-        const StringEntryPtr entry = f.set->Entry(7, source);
-        for (const QString &text : {f.set->Text(7, source), entry->Text()})
-            QCOMPARE(QStringList({text, QString::number(f.set->Revision(7, source)),
-                                  QString::number(int(f.set->HasStatus(7, source, sfApproved))), f.set->SourceName(7, source)}),
-                     expected);
-        QCOMPARE(f.set->HasText(7, source), !expected.first().isEmpty());
-        QCOMPARE(entry->Status(sfApproved), expected.at(2) == u'1');
-        QCOMPARE(entry->StringSource(), source);
-        QCOMPARE(f.set->Text(7, StringSource(edited + 1)), fallback ? fallback->text : QString());
-    }
-
-    void idInUseAndBlankEntries()
-    {
-        const QStringList targetNames{"German edited", "German default", "English edited", "English default"};
-        for (int source = 0; source < 4; ++source) {
-            Fixture f;
-            f.Saved(9, StringSource(source), NoText());
-            for (int s = 0; s < 4; ++s) {
-                // An English string gives every translation table a slot; nothing else leaks across.
-                const bool expected = s == source || (source == ssEnglishDefault && s != ssEnglishDefault);
-                QCOMPARE(f.set->IdInUse(9, StringSource(s)), expected);
-            }
-            QVERIFY(!f.set->RecordOf(9, StringSource(source == 0 ? 1 : 0)).has_value());   // a slot is no record
-            // A translation without a record is written like the English string: its description,
-            // text properties and shortcut mode, but no text and no shortcut character.
-            if (source == ssEnglishDefault) {
-                Record written = NoText();
-                written.shortcutCharacter.clear();
-                for (int s = 0; s < 4; ++s)
-                    QCOMPARE(Stored(f.server->CreateEntry(f.set, 9, StringSource(s))), s == source ? Record() : written);
-                QCOMPARE(Stored(f.set->Entry(9, ssLocalDefault)), written);
-            }
-            // An unused id, next to a used one, gets a blank entry, from the set and from the server.
-            for (const StringEntryPtr &entry : {f.set->Entry(10, StringSource(source)),
-                                                f.server->CreateEntry(f.set, 10, StringSource(source))}) {
-                // Every entry has a collection, empty when the string has no definitions.
-                QCOMPARE(QStringLiteral("%1 %2 %3 ").arg(entry->Id()).arg(int(entry->StringSource()))
-                             .arg(entry->ParameterDefinitions()->Count()) + entry->TargetName(),
-                         QStringLiteral("10 %1 0 ").arg(source) + targetNames.at(source));
-                QCOMPARE(Stored(entry), Record());
-                QCOMPARE(entry->TextTable(), StringTableSetPtr(f.set));
-            }
-            QVERIFY(!f.set->IdInUse(10, StringSource(source)));
-            QVERIFY(!f.set->Modified());
-            f.set->RemoveEntry(9, StringSource(source));
-            for (int s = 0; s < 4; ++s)
-                QVERIFY(!f.set->IdInUse(9, StringSource(s)));
-        }
-    }
-
-    // A translation takes the English revision when stored; a new English text raises it once per
-    // save, back to the saved text gives the saved one, a new description alone none, and it wraps
-    // to 1, never to 0 or below. Storing a translation again, even unchanged, brings it up to date.
-    void revisions()
-    {
-        Fixture f;
-        f.Saved(12, ssEnglishDefault, Full("Print", 6));
-        f.Store(12, ssLocalDefault, "Drucken");
-        f.Store(12, ssEnglishEdited, "Print out");
-        f.set->Save(ssLocalDefault, false);
-        QList<qint16> revisions;
-        for (const char *text : {"Print all", "Print...", "Print", "Print..."}) {
-            f.Store(12, ssEnglishDefault, text);
-            revisions << f.set->Revision(12, ssEnglishDefault);
-        }
-        QCOMPARE(revisions, (QList<qint16>{7, 7, 6, 7}));
-        for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishEdited})
-            QVERIFY2(f.set->Revision(12, s) < 7, qPrintable(QString::number(s)));
-        f.Store(12, ssLocalDefault, "Drucken");
-        QCOMPARE(f.set->Revision(12, ssLocalEdited), qint16(7));   // through the fallback
-        f.set->DiscardEdits();
-        const StringEntryPtr e = f.set->Entry(12, ssEnglishDefault);
-        f.set->StoreEntry(e->CreateEdited(12, "Print", "Prints the page", false, false, false, "", 0, e->ParameterDefinitions(), true));
-        QCOMPARE(f.set->Revision(12, ssEnglishDefault), qint16(6));
-        QVERIFY(f.set->Modified());
-        f.Saved(21, ssEnglishDefault, Full("Old", 32767));
-        f.Store(21, ssEnglishDefault, "New");
-        QCOMPARE(f.set->Revision(21, ssEnglishDefault), qint16(1));
-    }
-
-    // Storing what is there is no edit, and an up-to-date default stored through the edited source
-    // makes no local record; an out-of-date one stored there is confirmed locally; an empty text is
-    // missing; adding over an existing record keeps it.
-    void storing()
-    {
-        Fixture f;
-        f.Saved(30, ssEnglishDefault, Full("Cut\tCtrl+X", 2));
-        f.Saved(30, ssLocalDefault, Full("Ausschneiden\tStrg+X", 2));
-        for (const StringSource s : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
-            const StringEntryPtr e = f.set->Entry(30, s);
-            f.set->StoreEntry(e);
-            f.set->StoreEntry(f.Edited(e, e->Text()));
-            QVERIFY2(!f.set->Modified(), qPrintable(QString::number(s)));
-        }
-        QVERIFY(!f.set->RecordOf(30, ssLocalEdited).has_value());
-        f.set->RemoveEntry(31, ssLocalDefault);   // nothing there
-        f.set->AddEntry(f.server->CreateEntry(f.set, 30, ssLocalDefault));
-        QCOMPARE(f.set->Text(30, ssLocalDefault), QString("Ausschneiden\tStrg+X"));
-        QVERIFY(!f.set->Modified());
-
-        f.Saved(32, ssEnglishDefault, Full("Paste", 3));
-        f.Saved(32, ssLocalDefault, Full("Einfügen", 2));
-        f.Store(32, ssLocalEdited, "Einfügen");
-        QCOMPARE(f.set->Revision(32, ssLocalEdited) * 10 + f.set->Revision(32, ssLocalDefault), 32);
-        QCOMPARE(f.set->SourceName(32, ssLocalEdited), QString("Local Edited"));
-        f.Store(32, ssLocalDefault, "");
-        QVERIFY(f.set->IdInUse(32, ssLocalDefault) && !f.set->HasText(32, ssLocalDefault));
-        QCOMPARE(f.set->SourceName(32, ssLocalDefault), QString());
-    }
-
-    void discardEditsRestoresEverything()
-    {
-        Fixture f;
-        f.set->PutRecord(40, ssEnglishDefault, Full("Find", 1));
-        f.set->PutRecord(40, ssLocalDefault, Full("Suchen", 1));
-        f.set->setParameters(40, {ParameterDefinition(1, "text", "%1")});
-        f.set->setSymbol(40, "IDS_FIND");
-        f.set->Save(ssEnglishDefault, false);
-        // Removing a string and adding it again in place is no edit at all.
-        const StringEntryPtr same = f.set->Entry(40, ssEnglishDefault);
-        f.set->RemoveEntry(40, ssEnglishDefault);
-        f.set->AddEntry(same);
-        QVERIFY(!f.set->Modified());
-
-        f.Store(40, ssEnglishDefault, "Find...");
-        f.Store(40, ssLocalEdited, "Suchen...");
-        f.set->RemoveEntry(40, ssLocalDefault);
-        f.set->AddEntry(f.Edited(f.server->CreateEntry(f.set, 41, ssEnglishDefault), "Replace"));
-        f.set->setParameters(40, {});
-        f.set->setSymbol(40, "IDS_SEARCH");
-        f.set->setParameters(41, {ParameterDefinition(1, "what", "%1")});
-        f.set->setSymbol(41, "IDS_REPLACE");
-
-        f.set->DiscardEdits();
-        QVERIFY(!f.set->Modified() && !f.set->RecordOf(40, ssLocalEdited).has_value() && !f.set->IdInUse(41, ssEnglishDefault));
-        QCOMPARE(QStringList({f.set->Text(40, ssEnglishDefault), QString::number(f.set->Revision(40, ssEnglishDefault)),
-                              f.set->Text(40, ssLocalDefault), f.set->Symbol(40), f.set->Symbol(41)}),
-                 QStringList({"Find", "1", "Suchen", "IDS_FIND", ""}));
-        QCOMPARE(f.set->Parameters(40), ParameterList({ParameterDefinition(1, "text", "%1")}));
-        QVERIFY(f.set->Parameters(41).isEmpty());
+        QFETCH(QString, file);
+        const QTemporaryDir dir;
+        test::CompareWithExpected(RunScenario(file, dir.filePath("scenario.kvw")), file);
     }
 
     // A new entry from an old one: the old unchanged, other status bits kept, the collection copied.
@@ -257,12 +217,8 @@ private slots:
         given->Add(1, "file name");
         const StringEntryPtr edited = original->CreateEdited(51, "neu", "other", true, true, false, "", 3, given, false);
         QCOMPARE(Stored(original), r);
-        Record expected = Full("neu", 5, 4);
-        expected.description = "other";
-        expected.properties = tpMultipleLines | tpAllowTab;
-        expected.shortcutMode = 3;
-        QCOMPARE(Stored(edited), expected);
-        QCOMPARE(edited->Id(), StringId(51));
+        QCOMPARE(QString::number(edited->Id()) + u' ' + test::RecordLine(Stored(edited)),
+                 QString(R"(51 "neu" rev 5 status 4 props 6 mode 3 key "" desc "other")"));
         given->Add(2, "later");
         QCOMPARE(edited->ParameterDefinitions()->Count() + original->ParameterDefinitions()->Count(), 1);
     }
@@ -307,34 +263,6 @@ private slots:
         QCOMPARE(f.set->Parameters(61).size(), 2);
     }
 
-    void symbols()
-    {
-        Fixture f;
-        // The ids of IDS_FILE_OPEN and IDS_FILE_CLOSE, 0 for none.
-        const auto ids = [&] { return QPoint(f.set->IdOfSymbol("IDS_FILE_OPEN"), f.set->IdOfSymbol("IDS_FILE_CLOSE")); };
-        f.ws->setSymbol(5, "IDS_FILE_OPEN");
-        QVERIFY(f.set->Modified());
-        QCOMPARE(ids(), QPoint(5, 0));
-        QCOMPARE(f.set->IdOfSymbol("") + f.set->IdOfSymbol("IDS_NONE"), 0);
-        f.ws->setSymbol(5, "");
-        QVERIFY(!f.set->Modified());
-        QCOMPARE(ids(), QPoint(0, 0));
-
-        // Once looked up, a symbol follows every change: a rename, a discard, an id sharing it.
-        f.ws->setSymbol(5, "IDS_FILE_OPEN");
-        f.set->Save(ssEnglishDefault, false);
-        QCOMPARE(ids(), QPoint(5, 0));
-        f.ws->setSymbol(5, "IDS_FILE_CLOSE");
-        QCOMPARE(ids(), QPoint(0, 5));
-        f.set->DiscardEdits();
-        QCOMPARE(ids(), QPoint(5, 0));
-        f.ws->setSymbol(9, "IDS_FILE_OPEN");
-        f.ws->setSymbol(3, "IDS_FILE_OPEN");
-        QCOMPARE(ids(), QPoint(3, 0));
-        f.ws->setSymbol(3, "");
-        QCOMPARE(ids(), QPoint(5, 0));
-    }
-
     void outOfRange_data()
     {
         QTest::addColumn<int>("id");
@@ -364,6 +292,7 @@ private slots:
         for (int n = 0; n < calls.size() - (validSource ? 0 : 2); ++n)
             QVERIFY2(ErrorOf(calls[n]).Number() == errSubscriptOutOfRange, qPrintable(QString::number(n)));
         QVERIFY(!f.set->Modified());
+        QCOMPARE(TableSet::FixedSourceName(source).isEmpty(), !validSource);
     }
 
     void nullEntriesAreReported()

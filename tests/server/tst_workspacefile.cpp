@@ -161,151 +161,36 @@ private slots:
             QCOMPARE(ErrorOf([&] { Workspace::CreateInMemory({"x", "de-DE", maximum}); }).Number(), int(errInvalidCall));
     }
 
-    // The header values and every field of a record, in each source, come back as saved.
-    void saveToOwnSourcesAndReopen()
+    // The header values come back as saved (every field of the records: the server's scenarios),
+    // and a save writes only what changed: another program's change behind our back is not undone.
+    void headerAndChangesOnly()
     {
         const QString path = PathOf("round.kvw");
         const WorkspacePtr ws = Workspace::Create(path, {"Round trip", "ja-JP", 32767});
-        const std::shared_ptr<TableSet> set = ws->Set();
         QCOMPARE(ws->FilePath(), path);
-        QVERIFY(!set->Modified());
-
-        Record english = Full("&Print...\tCtrl+P", 3, sfApproved, "File menu");
-        english.properties = tpAllowShortcut | tpAllowTab;
-        english.shortcutCharacter = "P";
-        english.shortcutMode = 1;
-        Record german = Full("Zeile 1\nZeile 2", -7, sfApproved | 8, "zwei Zeilen");
-        german.properties = tpMultipleLines;
-        german.shortcutMode = 4;
-        Record empty;   // a record without text
-        empty.description = "to do";
-        empty.revision = 2;
-
-        set->PutRecord(32767, ssEnglishDefault, english);
-        set->PutRecord(32767, ssLocalDefault, german);
-        set->PutRecord(32767, ssLocalEdited, empty);
-        const Record japanese = Full("日本語のテキスト", 1, 0);
-        set->PutRecord(1, ssEnglishEdited, japanese);
-        set->PutRecord(1, ssEnglishDefault, Full("", 1, 0));   // an empty text is still a text
-        const ParameterList parameters{ParameterDefinition(2, "second, first in the list", "%2"),
-                                       ParameterDefinition(1, "O'Brien; DROP TABLE records", "%1")};
-        set->setParameters(32767, parameters);
-        ws->setSymbol(32767, "IDS_FILE_PRINT");
-        set->Save(ssLocalEdited, false);
-        QVERIFY(!set->Modified());
+        ws->Set()->PutRecord(1, ssEnglishDefault, Full("first", 1, 0));
+        ws->Set()->PutRecord(32767, ssEnglishDefault, Full("last", 1, 0));
+        ws->Set()->Save(ssEnglishDefault, false);
+        ExecOn(path, "UPDATE records SET text = 'changed outside' WHERE id = 1");
+        ws->Set()->RemoveEntry(32767, ssEnglishDefault);
+        ws->Set()->Save(ssEnglishDefault, false);
 
         const WorkspacePtr reopened = Workspace::Open(path);
-        const std::shared_ptr<TableSet> again = reopened->Set();
         QCOMPARE(QStringLiteral("%1|%2|").arg(reopened->Name()).arg(reopened->TextServer()->MaximumCount())
-                     + again->SourceLanguage(ssLocalDefault).Name(), QString("Round trip|32767|Japanese"));
+                     + reopened->Set()->SourceLanguage(ssLocalDefault).Name(), QString("Round trip|32767|Japanese"));
         QCOMPARE(reopened->TextServer()->StringTableSet(), reopened->Tables());
-        const QList<std::optional<Record>> records{again->RecordOf(32767, ssEnglishDefault),
-                                                   again->RecordOf(32767, ssLocalDefault),
-                                                   again->RecordOf(32767, ssLocalEdited),
-                                                   again->RecordOf(1, ssEnglishEdited), again->RecordOf(1, ssEnglishDefault)};
-        QCOMPARE(records, (QList<std::optional<Record>>{english, german, empty, japanese, Full("", 1, 0)}));
-        QCOMPARE(again->Parameters(32767), parameters);
-        QCOMPARE(reopened->Symbol(32767), QString("IDS_FILE_PRINT"));
-        QCOMPARE(again->RecordCount(ssEnglishDefault), 2);
-        QVERIFY(!again->Modified());
-
-        // Deletions reach the file too, and only what changed is written: another program's change
-        // of a string behind our back is not undone.
-        ExecOn(path, "UPDATE records SET text = 'changed outside' WHERE id = 1");
-        set->RemoveEntry(32767, ssLocalEdited);
-        set->setParameters(32767, {});
-        ws->setSymbol(32767, {});
-        set->Save(ssLocalEdited, false);
-        const std::shared_ptr<TableSet> third = Workspace::Open(path)->Set();
-        QVERIFY(!third->RecordOf(32767, ssLocalEdited) && third->Parameters(32767).isEmpty() && third->Symbol(32767).isEmpty());
-        QCOMPARE(third->Text(1, ssEnglishDefault), QString("changed outside"));
-    }
-
-    void saveAsIntoDefault_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::addColumn<int>("revision");
-        // A translation keeps the English revision it was stored with; a new English default text
-        // is a change of the English text and raises its revision.
-        QTest::newRow("Local Edited into Local Default") << 0 << 2;
-        QTest::newRow("English Edited into English Default") << 2 << 3;
-    }
-    void saveAsIntoDefault()
-    {
-        QFETCH(int, version);
-        QFETCH(int, revision);
-        const auto edited = StringSource(version);
-        const auto target = StringSource(version + 1);
-        const auto other = edited == ssLocalEdited ? ssEnglishEdited : ssLocalEdited;
-        const QString path = PathOf("saveas.kvw");
-        {
-            const WorkspacePtr ws = Workspace::Create(path, {"Save as", "de-DE", 100});
-            ws->Set()->PutRecord(10, ssEnglishDefault, Full("Help", 2, sfApproved));
-            ws->Set()->PutRecord(10, edited, Full("old edit", 1, 0));
-            if (target != ssEnglishDefault)
-                ws->Set()->PutRecord(10, target, Full("old default", 1, 0));
-            ws->Set()->PutRecord(11, target, Full("untouched", 1, sfApproved));
-            ws->Set()->Save(edited, false);
-        }
-        const StringTableSetPtr set = Workspace::Open(path)->Tables();
-        Edit(set, 10, edited, "new text");
-        Edit(set, 12, other, "elsewhere");
-        QCOMPARE(set->SaveTableNames(edited).value(1), TableSet::FixedSourceName(target));
-
-        set->Save(edited, true);
-        QVERIFY(!set->Modified());
-        for (const StringTableSetPtr &s : {set, Workspace::Open(path)->Tables()}) {
-            const auto records = std::static_pointer_cast<TableSet>(s);
-            QCOMPARE((QStringList{s->Text(10, target), QString::number(s->Revision(10, target)), s->SourceName(10, edited),
-                                  s->Text(11, target)}),
-                     (QStringList{"new text", QString::number(revision), TableSet::FixedSourceName(target), "untouched"}));
-            QVERIFY(s->HasStatus(10, target, sfApproved));
-            // The edit is superseded, so the saved text shows; other sources keep their own.
-            QVERIFY(!records->RecordOf(10, edited).has_value() && records->RecordOf(12, other).has_value());
-        }
+        QCOMPARE(test::Dump(*reopened->Set()),
+                 QString(R"(1 English Default: "changed outside" rev 1 status 0 props 0 mode 0 key "" desc "")" "\n"));
     }
 
     void openOrCreateRefuses_data()
     {
-        QTest::addColumn<QString>("kind");     // after "create ": Create refuses, not Open
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("reason");   // part of the message besides the file name
-        QTest::newRow("create over someone's file") << "create text" << int(errFileAccess) << "already exists";
-        QTest::newRow("create in a missing folder") << "create nofolder" << int(errStorage) << "";
-        QTest::newRow("missing file") << "missing" << int(errFileNotFound) << "not found";
-        QTest::newRow("folder that does not exist") << "nofolder" << int(errFileNotFound) << "not found";
-        QTest::newRow("folder in the way") << "folder" << int(errFileAccess) << "not a file";
-        QTest::newRow("text file") << "text" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("database of another program") << "foreign" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("empty file") << "empty" << int(errStorage) << "not a kvedit workspace";
-        QTest::newRow("truncated workspace") << "truncated" << int(errStorage) << "";
-        QTest::newRow("newer schema") << "newer" << int(errStorage) << "newer version";
-        QTest::newRow("no schema version") << "noschema" << int(errStorage) << "damaged";
-        QTest::newRow("record out of range") << "badrecord" << int(errStorage) << "damaged";
-        QTest::newRow("no target language") << "DELETE FROM meta WHERE key = 'target_language'" << int(errStorage)
-                                            << "names no target language";
-        // Crafted schema objects that would make opening hang, swallow memory or act on reads.
-        QTest::newRow("recursive view for records")
-            << "DROP TABLE records; CREATE VIEW records AS WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 "
-               "FROM r) SELECT 0 AS source, 1 AS id, 'x' AS text, '' AS description, 0 AS properties, '' AS "
-               "shortcut_character, 0 AS shortcut_mode, 0 AS revision, 0 AS status FROM r"
-            << int(errStorage) << "it holds a view \"records\", which kvedit never makes";
-        QTest::newRow("trigger") << "CREATE TRIGGER t AFTER INSERT ON symbols BEGIN DELETE FROM records; END"
-                                 << int(errStorage) << "it holds a trigger \"t\"";
-        QTest::newRow("table of another program") << "CREATE TABLE notes(x)" << int(errStorage)
-                                                  << "it holds a table \"notes\" that kvedit does not make";
-        QTest::newRow("index of another program") << "CREATE INDEX byText ON records(text)" << int(errStorage)
-                                                  << "it holds an index \"byText\"";
-        QTest::newRow("renamed column") << "ALTER TABLE symbols RENAME COLUMN symbol TO name" << int(errStorage)
-                                        << "its table \"symbols\" has the columns (id, name), not (id, symbol)";
-        QTest::newRow("computed column") << "ALTER TABLE symbols ADD COLUMN big AS (zeroblob(1000000000))"
-                                         << int(errStorage) << "its table \"symbols\" has a computed column \"big\"";
-        QTest::newRow("missing table") << "DROP TABLE parameters" << int(errStorage) << "its table \"parameters\" is missing";
+        test::AddCaseRows(QFINDTESTDATA("data/refusals.txt"), {"kind", "error", "reason"});
     }
     void openOrCreateRefuses()
     {
         QFETCH(QString, kind);
-        QFETCH(int, number);
+        QFETCH(QString, error);
         QFETCH(QString, reason);
         const bool create = kind.startsWith("create ");
         if (create)
@@ -342,34 +227,27 @@ private slots:
         }
         const QStringList before = FolderState(m_dir->path());
 
-        const KvError error = ErrorOf([&] {
+        const KvError e = ErrorOf([&] {
             create ? void(Workspace::Create(path, {"x", "de-DE", 100})) : void(Workspace::Open(path));
         });
-        QCOMPARE(error.Number(), number);
-        QVERIFY2(error.Description().contains(QDir::toNativeSeparators(path)), qPrintable(error.Description()));
-        QVERIFY2(error.Description().contains(reason, Qt::CaseInsensitive), qPrintable(error.Description()));
+        const QHash<QString, int> numbers{
+            {"not found", errFileNotFound}, {"access", errFileAccess}, {"storage", errStorage}};
+        QCOMPARE(e.Number(), numbers.value(error));
+        QVERIFY2(e.Description().contains(QDir::toNativeSeparators(path)), qPrintable(e.Description()));
+        QVERIFY2(e.Description().contains(reason, Qt::CaseInsensitive), qPrintable(e.Description()));
         QCOMPARE(FolderState(m_dir->path()), before);   // nothing written in the file or beside it
     }
 
     void writeProtectedPlaces_data()
     {
-        QTest::addColumn<QString>("protection");   // "file", "folder" (read-only) or "closed" (folder)
-        QTest::addColumn<bool>("withLog");           // the last save still in the -wal
-        QTest::addColumn<bool>("withShm");
-        QTest::addColumn<QString>("refusal");        // empty: opens and shows the last save
-        QTest::newRow("file") << "file" << false << false << "";
-        QTest::newRow("folder") << "folder" << false << false << "";
-        QTest::newRow("folder, log and -shm") << "folder" << true << true << "";
-        QTest::newRow("folder, log without -shm") << "folder" << true << false << "cannot be read as last saved";
-        QTest::newRow("file, log without -shm") << "file" << true << false << "cannot be read as last saved";
-        QTest::newRow("folder that cannot be read") << "closed" << false << false << "was not found";
+        test::AddCaseRows(QFINDTESTDATA("data/protected.txt"), {"protection", "beside", "refusal"});
     }
     void writeProtectedPlaces()
     {
         QFETCH(QString, protection);
-        QFETCH(bool, withLog);
-        QFETCH(bool, withShm);
+        QFETCH(QString, beside);
         QFETCH(QString, refusal);
+        const bool withLog = beside.contains("-wal");
         QVERIFY(QFile::setPermissions(m_dir->path(), QFileDevice::Permissions(0x7777)));
         const QString source = PathOf("source.kvw");
         const QString place = PathOf("place");
@@ -382,9 +260,8 @@ private slots:
             Edit(ws->Tables(), 1, ssEnglishDefault, "last saved");
             ws->Tables()->Save(ssEnglishDefault, false);
             QVERIFY(QFile::copy(source, path));
-            for (const char *suffix : {"-wal", "-shm"})
-                if ((suffix[1] == 'w' && withLog) || (suffix[1] == 's' && withShm))
-                    QVERIFY(QFile::copy(source + suffix, path + suffix));
+            for (const QString &suffix : beside.split(u' ', Qt::SkipEmptyParts))
+                QVERIFY(QFile::copy(source + suffix, path + suffix));
         }
         const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ReadGroup | QFileDevice::ReadOther;
         for (const QString &name : QDir(place).entryList(QDir::Files))
@@ -422,22 +299,18 @@ private slots:
     // cause named with the file, the file as it was and the edits kept, which save once it is gone.
     void failuresLeaveFileAndEdits_data()
     {
-        QTest::addColumn<bool>("atOpen");   // else at a save
-        QTest::addColumn<int>("shmCode");
-        QTest::addColumn<int>("writeCode");   // -1: another program holds the file locked
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("no room for the -shm at open") << true << int(SQLITE_IOERR_SHMSIZE) << 0
-                                                      << "input/output error; the disk may be full or failing";
-        QTest::newRow("disk full at save") << false << 0 << int(SQLITE_FULL) << "the disk is full";
-        QTest::newRow("failing write at save") << false << 0 << int(SQLITE_IOERR_WRITE) << "input/output error";
-        QTest::newRow("locked at save") << false << 0 << -1 << "locked";
+        test::AddCaseRows(QFINDTESTDATA("data/failures.txt"), {"when", "failure", "reason"});
     }
     void failuresLeaveFileAndEdits()
     {
-        QFETCH(bool, atOpen);
-        QFETCH(int, shmCode);
-        QFETCH(int, writeCode);
+        QFETCH(QString, when);
+        QFETCH(QString, failure);
         QFETCH(QString, reason);
+        const bool atOpen = when == "open";
+        const int shmCode = failure == "no room for the -shm" ? SQLITE_IOERR_SHMSIZE : 0;
+        // -1: another program holds the file locked.
+        const int writeCode = QHash<QString, int>{{"disk full", SQLITE_FULL}, {"failing write", SQLITE_IOERR_WRITE},
+                                                  {"locked by another program", -1}}.value(failure);
         const QString path = PathOf("disk.kvw");
         SavedFile(path, {"intact"});
         const QByteArray before = Digest(path);
@@ -499,61 +372,34 @@ private slots:
         const WorkspacePtr ws = Workspace::Open(path);
         const std::shared_ptr<TableSet> set = ws->Set();
         QCOMPARE(set->Origin(2), origin);
-        QCOMPARE((QStringList{set->EnglishAt(1, 1)->text, set->Text(1, ssEnglishDefault), set->Text(1, ssLocalDefault),
-                              QString::number(set->Revision(1, ssLocalDefault)), set->Text(3, ssLocalDefault)}),
-                 (QStringList{"&Open...", "&Open…", "Ö&ffnen...", "1", "Änderungen an %1 speichern?"}));
+        QCOMPARE(set->EnglishAt(1, 1)->text, QString("&Open..."));
+        test::CompareWithExpected(test::Dump(*set), QFINDTESTDATA("data/schema2-saved.txt"));
         set->RemoveEntry(2, ssEnglishDefault);   // what belongs to a string goes with it
         set->Save(ssEnglishDefault, false);
         QVERIFY(Workspace::Open(path)->Set()->Origins().isEmpty());
     }
 
-    // What a Save, an import or a Save as replaces in the English default is kept with its revision
-    // and text properties; the text at a revision answers from the current record or the file.
-    void replacedTextIsKept_data()
+    // What an import replaces in the English default is kept with its revision and text properties,
+    // as what a Save replaces (see the server's scenarios).
+    void importKeepsTheReplacedText()
     {
-        QTest::addColumn<QString>("how");
-        QTest::newRow("save") << "save";
-        QTest::newRow("import") << "import";
-        QTest::newRow("save as from English Edited") << "saveas";
-    }
-    void replacedTextIsKept()
-    {
-        QFETCH(QString, how);
-        const QString path = PathOf(how + ".kvw");
+        const QString path = PathOf("import.kvw");
         {
             const WorkspacePtr ws = Workspace::Create(path, {"h", "de-DE", 100});
             Edit(ws->Tables(), 1, ssEnglishDefault, "&Open", "O");
             Edit(ws->Tables(), 2, ssEnglishDefault, "Close");
             ws->Tables()->Save(ssEnglishDefault, false);
-            if (how != "import") {
-                Edit(ws->Tables(), 1, how == "save" ? ssEnglishDefault : ssEnglishEdited, "Open file");
-                ws->Tables()->Save(how == "save" ? ssEnglishDefault : ssEnglishEdited, how == "saveas");
-            }
         }
-        if (how == "import") {
-            QFile rc(PathOf("en.rc"));
-            QVERIFY(rc.open(QIODevice::WriteOnly));
-            rc.write("STRINGTABLE\nBEGIN\n  1 \"Open file\"\n  2 \"Close\"\nEND\n");
-            rc.close();
-            QCOMPARE(io::ImportFile(*Workspace::Open(path), rc.fileName()).changed, 1);
-        }
+        QFile rc(PathOf("en.rc"));
+        QVERIFY(rc.open(QIODevice::WriteOnly));
+        rc.write("STRINGTABLE\nBEGIN\n  1 \"Open file\"\n  2 \"Close\"\nEND\n");
+        rc.close();
+        QCOMPARE(io::ImportFile(*Workspace::Open(path), rc.fileName()).changed, 1);
         const StringTableSetPtr set = Workspace::Open(path)->Tables();
         QCOMPARE(set->Revision(1, ssEnglishDefault), qint16(2));
         QCOMPARE(set->EnglishAt(1, 1), std::optional(EntryValues{"&Open", "", "O", tpAllowShortcut, 1}));
         QCOMPARE(set->EnglishAt(1, 2)->text + u'|' + set->EnglishAt(2, 1)->text, QString("Open file|Close"));
         QVERIFY(!set->EnglishAt(2, 2));
-    }
-
-    // Before a Save, the text an edit replaced is the saved record; discarding drops it.
-    void unsavedEditAnswersFromTheSavedRecord()
-    {
-        const StringTableSetPtr set = Workspace::CreateInMemory({"m", "de-DE", 10})->Tables();
-        Edit(set, 4, ssEnglishDefault, "Print");
-        set->Save(ssEnglishDefault, false);
-        Edit(set, 4, ssEnglishDefault, "Print…");
-        QCOMPARE(set->EnglishAt(4, 1)->text + u'|' + set->EnglishAt(4, 2)->text, QString("Print|Print…"));
-        set->DiscardEdits();
-        QVERIFY(!set->EnglishAt(4, 2));
     }
 };
 
