@@ -142,11 +142,12 @@ QString Quoted(QString text)
     return '"' + text.replace('\n', "\\n").replace('\r', "\\r").replace('\t', "\\t") + '"';
 }
 
-// One editor run by the commands of a script. Set-up: maximum N (of the next workspace), strings
-// A | B | ... (as Strings() reads them), ten [ID:TEXT] ("Line 1" .. "Line 10", one replaced),
-// workspace five|five-complete|every-state, english ID TEXT (an English change, saved), switch-off RULE (of the checks), deny ID
-// (HasText says no for it in the version opened next, while Text hands it out, as a host's tables
-// may), memory (a translation memory for the next editor), open VERSION.
+// One editor run by the commands of a script.
+// Set-up: maximum N (of the next workspace), strings A | B | ... (as Strings() reads them), ten
+// [ID:TEXT] ("Line 1" .. "Line 10", one replaced), workspace five|five-complete|every-state,
+// english ID TEXT (an English change, saved), switch-off RULE (of the checks), deny ID (HasText
+// says no for it in the version opened next, while Text hands it out, as a host's tables may),
+// memory (a translation memory for the next editor), open VERSION.
 // Acts: row N, show ID, edit N, file N, close (the close box), button KEY, answer TEXT (the next
 // input box), confirm yes|no, set-clipboard TEXT, set-find TEXT, key SEQ (to the window),
 // list-key SEQ, double-click (the current row), choose STATE, type-filter TEXT, clear-filter,
@@ -154,8 +155,8 @@ QString Quoted(QString text)
 // undo (the undo stack's own), action NAME (a QAction of the window; prints its place first),
 // dialog save|cancel [id=ID] [TEXT] or dialog key SEQ (works the translate dialog the next
 // command opens).
-// Prints: menus (and toolbar), list, file-state, find, clipboard, holdings SOURCE IDS, signs, tooltip ROW, progress,
-// filter, undo-item, lookup TEXT (in the memory).
+// Prints: menus (and the toolbar), list, file-state, find, clipboard, holdings SOURCE IDS, signs,
+// tooltip ROW, progress, filter, undo-item, lookup TEXT (in the memory).
 class Script {
 public:
     explicit Script(TestServices &services) : m_services(services) {}
@@ -185,6 +186,9 @@ QStringList Script::Run(const QString &line)
     const QString rest = Unquoted(arg.section(u' ', 1));
     frmEdit *form = m_form.get();
     const bool dialog = std::exchange(m_dialog, false);   // armed by the command before
+    const QStringList setUp{"maximum", "strings", "ten", "workspace", "english", "switch-off", "deny", "memory", "open"};
+    if (!form && !setUp.contains(verb))
+        return {"no editor is open"};
     QStringList out;
     if (verb == "maximum") {
         m_maximum = n;
@@ -326,7 +330,7 @@ QStringList Script::Run(const QString &line)
     } else if (verb == "progress") {
         out << form->ProgressText();
     } else if (verb == "filter") {
-        out << QStringLiteral("filter %1 %2").arg(Quoted(form->FilterText()->text()), form->FilterState()->currentText());
+        out << "filter " + Quoted(form->FilterText()->text()) + ' ' + form->FilterState()->currentText();
     } else if (verb == "undo-item") {
         out << QStringLiteral("%1, %2 steps").arg(form->findChild<QAction *>("mnuEditUndo")->text())
                    .arg(form->UndoStack()->count());
@@ -395,7 +399,8 @@ QString Script::Signs() const
         const qint32 id = m_form->DataSource()->RecordNumberToId(row);
         const int sign = m_form->DataSource()->RowSign(id);
         out << QStringLiteral("%1:%2%3%4%5").arg(id).arg(shapes.value(sign & rsShapeMask, "?"))
-                   .arg(sign & rsLocalEdit ? "+edited" : "", sign & rsError ? "+error" : "", sign & rsWarning ? "+warning" : "");
+                   .arg(sign & rsLocalEdit ? "+edited" : "", sign & rsError ? "+error" : "",
+                        sign & rsWarning ? "+warning" : "");
     }
     return out.join(u' ');
 }
@@ -420,8 +425,8 @@ void Script::ArmDialog(const QString &how)
             QTest::keyClick(box, key.key(), key.keyboardModifiers());
             // Past defect: stacked under the form, the suggestions made the dialog taller than a
             // laptop's screen (768 lines less a panel and a title bar); they sit beside it.
-            m_out << QStringLiteral("%1 suggestions, %2 typed, %3 high")
-                         .arg(shown).arg(Quoted(box->toPlainText()), dialog->height() <= 700 ? "at most 700" : "over 700");
+            m_out << QStringLiteral("%1 suggestions, %2 typed, %3 high").arg(shown)
+                         .arg(Quoted(box->toPlainText()), dialog->height() <= 700 ? "at most 700" : "over 700");
             return;
         }
         if (!id.isEmpty())
