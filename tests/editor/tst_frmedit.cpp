@@ -273,10 +273,10 @@ QStringList Script::Run(const QString &line)
         form->UndoStack()->undo();
     } else if (verb == "action") {
         QAction *action = form->findChild<QAction *>(arg);
-        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
-        const qsizetype at = menu.indexOf(action);
         if (!action)
             return {"no action " + arg};
+        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
+        const qsizetype at = menu.indexOf(action);
         out << QStringLiteral("%1%2 after %3, %4, %5")
                    .arg(Quoted(action->text()), action->shortcut().isEmpty() ? "" : ' ' + action->shortcut().toString(),
                         at > 0 ? Quoted(menu.at(at - 1)->text()) : QStringLiteral("nothing in the Edit menu"),
