@@ -1,11 +1,13 @@
 // The editor window on real tables, driven as a user drives it. Most cases are scripts in
-// data/*.txt, each a run of one editor: its "> " lines are commands (see Script::Run), and the
-// lines after a command are what it printed, including every prompt, error and translate dialog
-// it raised; the run's transcript is compared whole with the file. Below them stay the menus'
-// drawing, a failing Save, Save && Next's chain of dialogs and the memory inside the dialog. A
-// whole run translated, saved and reopened is the entry test's.
+// data/*.txt, each a run of one editor: its "> " lines are commands (listed above class Script),
+// the lines after a command are what it printed, including every prompt, error and translate
+// dialog it raised, and the run's transcript is compared whole with the file. A case starts at a
+// "=== name" line; "#" lines are notes. Below the scripts stay the window's placement and the
+// menus' drawing, a failing Save, Save && Next's chain of dialogs and the memory's indexing in
+// steps. A whole run translated, saved and reopened is the entry test's.
 //
-// KVEDIT_UPDATE_EXPECTED=1 writes the transcripts back into the files; review them before a commit.
+// To add a case, write its commands and run the test with KVEDIT_UPDATE_EXPECTED=1, which writes
+// the printed lines into the file; read them before a commit: they are what the test expects.
 
 #include "DialogTestSupport.h"
 #include "ModelDoubles.h"
