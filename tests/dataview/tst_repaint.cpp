@@ -9,6 +9,8 @@
 #include <QTableView>
 #include <QtTest>
 
+#include <functional>
+
 using namespace kvedit;
 
 namespace {
@@ -50,9 +52,12 @@ private:
     double m_width = 0;
 };
 
-enum class Change { Text, Sign, Order, Count, Nothing };
+// What a row changes in the source between the first paint and the refresh.
+using Change = std::function<void(EditableSource &)>;
 
 } // namespace
+
+Q_DECLARE_METATYPE(Change)
 
 class TestRepaint : public QObject {
     Q_OBJECT
@@ -62,13 +67,16 @@ private slots:
     {
         QTest::addColumn<Change>("change");
         QTest::addColumn<bool>("throughShowId");
-        QTest::newRow("one text, Refresh") << Change::Text << false;
-        QTest::newRow("one text, ShowId") << Change::Text << true;
-        QTest::newRow("one sign") << Change::Sign << false;
-        QTest::newRow("two rows swapped") << Change::Order << false;
-        QTest::newRow("two rows swapped, ShowId") << Change::Order << true;
-        QTest::newRow("a row fewer") << Change::Count << false;
-        QTest::newRow("nothing") << Change::Nothing << false;
+        const Change text = [](EditableSource &source) { source.texts[5] = QStringLiteral("Edited"); };
+        const Change swap = [](EditableSource &source) { source.ids.swapItemsAt(3, 7); };
+        QTest::newRow("one text, Refresh") << text << false;
+        QTest::newRow("one text, ShowId") << text << true;
+        QTest::newRow("one sign") << Change([](EditableSource &source) { source.signs[6] = rsMissing | rsError; })
+                                  << false;
+        QTest::newRow("two rows swapped") << swap << false;
+        QTest::newRow("two rows swapped, ShowId") << swap << true;
+        QTest::newRow("a row fewer") << Change([](EditableSource &source) { source.ids.removeAt(4); }) << false;
+        QTest::newRow("nothing") << Change([](EditableSource &) {}) << false;
     }
     void showsWhatAFullPaintShows()
     {
@@ -92,22 +100,7 @@ private slots:
         connect(&view, &UCKvDataView::FeedbackChanged, this, [&](const QString &text) { feedback = text; });
         QCoreApplication::processEvents();
 
-        switch (change) {
-        case Change::Text:
-            source.texts[5] = QStringLiteral("Edited");
-            break;
-        case Change::Sign:
-            source.signs[6] = rsMissing | rsError;
-            break;
-        case Change::Order:
-            source.ids.swapItemsAt(3, 7);
-            break;
-        case Change::Count:
-            source.ids.removeAt(4);
-            break;
-        case Change::Nothing:
-            break;
-        }
+        change(source);
         if (throughShowId)
             view.ShowId(3);   // not the changed row, which becoming current would repaint
         else

@@ -1,7 +1,13 @@
-// The editor window on real tables, driven as a user drives it: its menus and toolbar per table
-// version, the File commands, the searches, the entry commands with the translate dialog answered
-// by its buttons, the translator's workflow, Carry Over and the translation memory. A whole run
-// translated, saved and reopened is the entry test's.
+// The editor window on real tables, driven as a user drives it. Most cases are scripts in
+// data/*.txt, each a run of one editor: its "> " lines are commands (listed above class Script),
+// the lines after a command are what it printed, including every prompt, error and translate
+// dialog it raised, and the run's transcript is compared whole with the file. A case starts at a
+// "=== name" line; "#" lines are notes. Below the scripts stay the window's placement and the
+// menus' drawing, a failing Save, Save && Next's chain of dialogs and the memory's indexing in
+// steps. A whole run translated, saved and reopened is the entry test's.
+//
+// To add a case, write its commands and run the test with KVEDIT_UPDATE_EXPECTED=1, which writes
+// the printed lines into the file; read them before a commit: they are what the test expects.
 
 #include "DialogTestSupport.h"
 #include "ModelDoubles.h"
@@ -13,18 +19,18 @@
 
 #include <QCheckBox>
 #include <QClipboard>
+#include <QComboBox>
 #include <QDialog>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QTableView>
-#include <QTextCursor>
-#include <QUndoStack>
-#include <QComboBox>
 #include <QTemporaryDir>
+#include <QTextCursor>
 #include <QToolBar>
 #include <QTreeWidget>
+#include <QUndoStack>
 #include <QtTest>
 
 #include <sqlite3.h>
@@ -64,15 +70,6 @@ server::WorkspacePtr Strings(const QStringList &texts, int maximumCount = 100, c
     return ws;
 }
 
-// "Line 1" .. "Line 10" with some replaced.
-QStringList Ten(const QMap<int, QString> &replaced = {})
-{
-    QStringList texts;
-    for (int id = 1; id <= 10; ++id)
-        texts << replaced.value(id, QStringLiteral("Line %1").arg(id));
-    return texts;
-}
-
 // Translations of ids 1..5: 1 approved, 2 not approved, 3 approved but its English text changed
 // since, 4 missing, 5 approved. Complete: all five approved and up to date.
 server::WorkspacePtr TranslatedFive(bool complete)
@@ -87,69 +84,6 @@ server::WorkspacePtr TranslatedFive(bool complete)
     ws->Tables()->Save(ssEnglishDefault, false);
     return ws;
 }
-
-// The editor prepared on a workspace, with a translation memory in the file named or none,
-// shown and activated (its list loaded); row 1 is current.
-std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version, const QString &memory = {})
-{
-    auto form = std::make_unique<frmEdit>();
-    if (!memory.isEmpty())
-        form->SetMemory(std::make_shared<memory::TranslationMemory>(memory));
-    form->Prepare(rfw, version);
-    form->show();
-    if (!QTest::qWaitForWindowActive(form.get(), 2000))
-        qWarning("the editor window did not become active");
-    return form;
-}
-
-qint32 CurrentId(frmEdit &form)
-{
-    return form.DataSource()->RecordNumberToId(form.DataView()->CurrentRecord());
-}
-
-// Every question, notice and input box so far: "confirm:text", "notify:text", "input:title", "beep".
-QStringList Prompts(const ScriptedPrompts &prompts)
-{
-    QStringList out;
-    for (const PromptCall &c : prompts.calls)
-        out << (c.kind == PromptCall::Input     ? "input:" + c.title
-                : c.kind == PromptCall::Confirm ? "confirm:" + c.text
-                : c.kind == PromptCall::Notify  ? "notify:" + c.text
-                                                : QStringLiteral("beep"));
-    return out;
-}
-
-// A File command (-1: the window's close box) in a table version, after row 2 was cut (or its
-// translation deleted) or not, its question answered OK or not; the question asked, then whether
-// edits are left, whether anything was saved and whether the window is open, and the rows.
-struct FileCase {
-    int version, item;
-    bool edits, agree;
-    QString asked, after;
-};
-
-// A search from the current row: the English texts, or with none the five translations (complete
-// or not) in Local Edited; 4 Find (answered), 5 Find Next (for "needle"), 7, 8 and 9 the searches
-// for missing, out-of-date and unapproved translations; the row found, 0 for none; an id whose
-// text the tables hand out while HasText says there is none, as a host's tables may.
-struct SearchCase {
-    QStringList texts;
-    bool complete;
-    int current, item;
-    QString answer;
-    int expected, denied = 0;
-};
-
-// A command that opens the translate dialog, and what the dialog is given and hands back.
-struct EntryCase {
-    int version;
-    qint32 currentId;
-    QString how, clipboard, id, text, title;   // no title: no dialog may open
-    qint32 storedId;                          // 0: nothing is stored
-    QString notice;
-    qint32 currentAfter;
-};
-
 
 // Every state in one table, for table version 0: 1 approved, 2 unapproved, 3 out of date and 4
 // missing in Local Default; 5 approved and 6 unapproved as local edits in Local Edited; 1 has a
@@ -178,46 +112,351 @@ server::WorkspacePtr EveryState()
     return ws;
 }
 
-// The list's rows as their ids, in order.
-QString ListedIds(frmEdit &form)
+// The editor prepared on a workspace, with a translation memory in the file named or none,
+// shown and activated (its list loaded); row 1 is current.
+std::unique_ptr<frmEdit> OpenEditor(const ResourceWorkspacePtr &rfw, TableVersion version, const QString &memory = {})
 {
-    QStringList ids;
-    for (int row = 1; row <= form.DataSource()->GetRecordCount(); ++row)
-        ids << QString::number(form.DataSource()->RecordNumberToId(row));
-    return ids.join(u' ');
+    auto form = std::make_unique<frmEdit>();
+    if (!memory.isEmpty())
+        form->SetMemory(std::make_shared<memory::TranslationMemory>(memory));
+    form->Prepare(rfw, version);
+    form->show();
+    if (!QTest::qWaitForWindowActive(form.get(), 2000))
+        qWarning("the editor window did not become active");
+    return form;
 }
 
-// Translations of ids 1 and 7 for the memory to suggest; the other ids untranslated.
-const QStringList kForMemory{"Open=Öffnen", "Open", "Print", "Open", "^&Open…", "Close", "Close=Schließen"};
-
-// A translation stored through the editor, as the translate dialog's Save does.
-void Translate(frmEdit &form, StringId id, const QString &text)
+qint32 CurrentId(frmEdit &form)
 {
-    const StringEntryPtr e = form.DataSource()->Tables()->Entry(id, ssLocalEdited);
-    form.UpdateEntry(e, e->CreateEdited(id, text, e->EntryText(), false, false, false, {}, 0, e->ParameterDefinitions(), true));
+    return form.DataSource()->RecordNumberToId(form.DataView()->CurrentRecord());
+}
+
+// A text in a script's line, in double quotes where it has blanks at its ends, \n, \r and \t escaped.
+QString Unquoted(const QString &text)
+{
+    if (text.size() < 2 || !text.startsWith(u'"') || !text.endsWith(u'"'))
+        return text;
+    return text.mid(1, text.size() - 2).replace("\\n", "\n").replace("\\r", "\r").replace("\\t", "\t");
+}
+
+QString Quoted(QString text)
+{
+    return '"' + text.replace('\n', "\\n").replace('\r', "\\r").replace('\t', "\\t") + '"';
+}
+
+// One editor run by the commands of a script.
+// Set-up: maximum N (of the next workspace), strings A | B | ... (as Strings() reads them), ten
+// [ID:TEXT] ("Line 1" .. "Line 10", one replaced), workspace five|five-complete|every-state,
+// english ID TEXT (an English change, saved), switch-off RULE (of the checks), deny ID (HasText
+// says no for it in the version opened next, while Text hands it out, as a host's tables may),
+// memory (a translation memory for the next editor), open VERSION.
+// Acts: row N, show ID, edit N, file N, close (the close box), button KEY, answer TEXT (the next
+// input box), confirm yes|no, set-clipboard TEXT, set-find TEXT, key SEQ (to the window),
+// list-key SEQ, double-click (the current row), choose STATE, type-filter TEXT, clear-filter,
+// translate ID TEXT (as the dialog's Save stores it), renumber ID NEW, parameter ID DESCRIPTION,
+// undo (the undo stack's own), action NAME (a QAction of the window; prints its place first),
+// dialog save|cancel [id=ID] [TEXT] or dialog key SEQ (works the translate dialog the next
+// command opens).
+// Prints: menus (and the toolbar), list, file-state, find, clipboard, holdings SOURCE IDS, signs,
+// tooltip ROW, progress, filter, undo-item, lookup TEXT (in the memory).
+class Script {
+public:
+    explicit Script(TestServices &services) : m_services(services) {}
+    QStringList Run(const QString &line);
+
+private:
+    QString List() const;
+    QString Holdings(StringSource source, const QStringList &ids) const;
+    QString Signs() const;
+    void ArmDialog(const QString &how);
+
+    TestServices &m_services;
+    QTemporaryDir m_dir;
+    server::WorkspacePtr m_ws;
+    std::unique_ptr<frmEdit> m_form;
+    QSet<StringId> m_denied;
+    TableVersion m_version = ssLocalEdited;
+    int m_maximum = 100, m_prompts = 0;
+    bool m_memory = false, m_dialog = false;
+    QStringList m_out;   // what a dialog printed while its command ran
+};
+
+QStringList Script::Run(const QString &line)
+{
+    const QString verb = line.section(u' ', 0, 0), arg = Unquoted(line.section(u' ', 1));
+    const int n = arg.section(u' ', 0, 0).toInt();
+    const QString rest = Unquoted(arg.section(u' ', 1));
+    frmEdit *form = m_form.get();
+    const bool dialog = std::exchange(m_dialog, false);   // armed by the command before
+    const QStringList setUp{"maximum", "strings", "ten", "workspace", "english", "switch-off", "deny", "memory", "open"};
+    if (!form && !setUp.contains(verb))
+        return {"no editor is open"};
+    QStringList out;
+    if (verb == "maximum") {
+        m_maximum = n;
+    } else if (verb == "strings") {
+        QStringList texts = arg.split(u'|');
+        for (QString &text : texts)
+            text = text.trimmed();
+        m_ws = Strings(texts, m_maximum);
+    } else if (verb == "ten") {
+        QStringList texts;
+        for (int id = 1; id <= 10; ++id)
+            texts << (id == arg.section(u':', 0, 0).toInt() ? arg.section(u':', 1) : QStringLiteral("Line %1").arg(id));
+        m_ws = Strings(texts, m_maximum);
+    } else if (verb == "workspace") {
+        m_ws = arg == "every-state" ? EveryState() : TranslatedFive(arg == "five-complete");
+    } else if (verb == "english") {
+        Put(m_ws->Tables(), n, rest, true);
+        m_ws->Tables()->Save(ssEnglishDefault, false);
+    } else if (verb == "switch-off") {
+        m_ws->Tables()->SetDisabledCheckRules({arg});
+    } else if (verb == "deny") {
+        m_denied << StringId(n);
+    } else if (verb == "memory") {
+        m_memory = true;
+    } else if (verb == "open") {
+        ResourceWorkspacePtr shown = m_ws;
+        if (!m_denied.isEmpty())
+            shown = std::make_shared<WorkspaceDenyingText>(m_ws, StringSource(n), m_denied);
+        m_version = TableVersion(n);
+        m_form.reset();
+        m_form = OpenEditor(shown, m_version, m_memory ? m_dir.filePath(QStringLiteral("memory.sqlite")) : QString());
+        // The problem count joins the progress once the window has painted (see frmEdit::event).
+        if (!QTest::qWaitFor([&] { return !m_form->windowIcon().isNull(); }))
+            out << QStringLiteral("the window did not paint");
+    } else if (verb == "row") {
+        form->DataView()->setCurrentRecord(n);
+    } else if (verb == "show") {
+        form->DataView()->ShowId(n);
+    } else if (verb == "edit" || verb == "file") {
+        (verb == "edit" ? form->EditItem(n) : form->FileItem(n))->trigger();
+    } else if (verb == "close") {
+        form->close();
+    } else if (verb == "button") {
+        form->tbrEdit_ButtonClick(arg);
+    } else if (verb == "answer") {
+        m_services.prompts->inputAnswers << arg;
+    } else if (verb == "confirm") {
+        m_services.prompts->confirmAnswers << (arg == "yes");
+    } else if (verb == "set-clipboard") {
+        QGuiApplication::clipboard()->setText(arg);
+    } else if (verb == "set-find") {
+        form->setFindText(arg);
+        form->UpdateMenuState();
+    } else if (verb == "key" || verb == "list-key") {
+        const QKeyCombination key = QKeySequence(arg)[0];
+        QWidget *target = verb == "key" ? static_cast<QWidget *>(form) : form->DataView()->TableView();
+        QTest::keyClick(target, key.key(), key.keyboardModifiers());
+    } else if (verb == "double-click") {
+        QTableView *view = form->DataView()->TableView();
+        const QPoint centre = view->visualRect(view->model()->index(form->DataView()->CurrentRecord() - 1, 1)).center();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
+        QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+    } else if (verb == "choose") {
+        form->FilterState()->setCurrentIndex(form->FilterState()->findText(arg));
+    } else if (verb == "type-filter") {
+        form->FilterText()->clear();
+        QTest::keyClicks(form->FilterText(), arg);
+    } else if (verb == "clear-filter") {
+        form->ClearFilter();
+    } else if (verb == "translate") {
+        const StringEntryPtr e = form->DataSource()->Tables()->Entry(n, ssLocalEdited);
+        form->UpdateEntry(e, e->CreateEdited(n, rest, e->EntryText(), false, false, false, {}, 0,
+                                             e->ParameterDefinitions(), true));
+    } else if (verb == "renumber" || verb == "parameter") {
+        const StringEntryPtr e = form->DataSource()->Tables()->Entry(n, StringSource(m_version));
+        ParameterDefinitionsPtr parameters = e->ParameterDefinitions();
+        if (verb == "parameter")
+            parameters->Add(1, rest);
+        form->UpdateEntry(e, e->CreateEdited(verb == "renumber" ? rest.toInt() : n, e->Text(), e->EntryText(), false,
+                                             false, true, {}, 0, parameters, false));
+    } else if (verb == "undo") {
+        form->UndoStack()->undo();
+    } else if (verb == "action") {
+        QAction *action = form->findChild<QAction *>(arg);
+        if (!action)
+            return {"no action " + arg};
+        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
+        const qsizetype at = menu.indexOf(action);
+        out << QStringLiteral("%1%2 after %3, %4, %5")
+                   .arg(Quoted(action->text()), action->shortcut().isEmpty() ? "" : ' ' + action->shortcut().toString(),
+                        at > 0 ? Quoted(menu.at(at - 1)->text()) : QStringLiteral("nothing in the Edit menu"),
+                        action->isVisible() ? "shown" : "hidden", action->isEnabled() ? "enabled" : "disabled");
+        action->trigger();
+    } else if (verb == "dialog") {
+        ArmDialog(arg);
+    } else if (verb == "menus") {
+        // The File and Edit items, a hidden one in brackets; the toolbar's buttons as menu letter,
+        // item and picture, hidden in brackets, "|" for a separator.
+        out << form->windowTitle();
+        for (const bool file : {true, false}) {
+            out << form->findChild<QMenu *>(file ? "mnuFile" : "mnuEdit")->title();
+            for (int i = 0; i < (file ? 6 : 16); ++i) {
+                QAction *item = file ? form->FileItem(i) : form->EditItem(i);
+                QString text = item->text() + (item->shortcut().isEmpty() ? "" : ' ' + item->shortcut().toString());
+                if (item->isSeparator() != (item->text() == "-"))
+                    text += " (separator?)";
+                out << QStringLiteral("  %1 %2").arg(i).arg(item->isVisible() ? text : '[' + text + ']');
+            }
+        }
+        QStringList buttons;
+        for (QAction *button : form->ToolBar()->actions()) {
+            const QString key = frmEdit::MenuKey(button);
+            QString text = button->isSeparator() ? "|" : key.at(3) + key.section(u':', 1) + '=';
+            if (!button->isSeparator())
+                text += button->icon().isNull() ? "none" : QString::number(form->ImageList()->PictureId(key));
+            buttons << (form->ToolBar()->widgetForAction(button)->isVisibleTo(form) ? text : '[' + text + ']');
+        }
+        out << "Toolbar: " + buttons.join(u' ');
+    } else if (verb == "list") {
+        out << List();
+    } else if (verb == "file-state") {
+        QString enabled;
+        for (QAction *item : {form->FileItem(0), form->FileItem(2), form->FileItem(3)})
+            enabled += item->isEnabled() ? '1' : '0';
+        enabled += form->ToolBar()->widgetForAction(form->FileItem(2))->isEnabled() ? '1' : '0';
+        out << QStringLiteral("modified %1, saved %2, open %3; Reset, Save, Save as, the Save button enabled: %4")
+                   .arg(m_ws->Tables()->Modified()).arg(form->Saved()).arg(form->isVisible()).arg(enabled);
+    } else if (verb == "find") {
+        out << QStringLiteral("find %1, Find Next %2")
+                   .arg(Quoted(form->FindText()), form->EditItem(5)->isEnabled() ? "enabled" : "disabled");
+    } else if (verb == "clipboard") {
+        out << "clipboard " + Quoted(QGuiApplication::clipboard()->text());
+    } else if (verb == "holdings") {
+        out << Holdings(StringSource(n), rest.split(u' '));
+    } else if (verb == "signs") {
+        out << Signs();
+    } else if (verb == "tooltip") {
+        out << Quoted(form->DataView()->TableView()->model()->index(n - 1, 0).data(Qt::ToolTipRole).toString());
+    } else if (verb == "progress") {
+        out << form->ProgressText();
+    } else if (verb == "filter") {
+        out << "filter " + Quoted(form->FilterText()->text()) + ' ' + form->FilterState()->currentText();
+    } else if (verb == "undo-item") {
+        out << QStringLiteral("%1, %2 steps").arg(form->findChild<QAction *>("mnuEditUndo")->text())
+                   .arg(form->UndoStack()->count());
+    } else if (verb == "lookup") {
+        for (const memory::Suggestion &s : form->Memory()->Lookup(arg))
+            out << QStringLiteral("%1 %: %2").arg(s.percent).arg(s.translation);
+        if (out.isEmpty())
+            out << QStringLiteral("no suggestion");
+    } else {
+        return {"unknown command " + verb};
+    }
+    if (dialog && m_form)
+        Reactivate(m_form.get());
+    out += std::exchange(m_out, {});
+    const QPoint origin = m_form ? m_form->pos() : QPoint();
+    for (const PromptCall &c : m_services.prompts->calls.mid(m_prompts)) {
+        const QPoint at = c.position - origin;
+        out << (c.kind == PromptCall::Input ? QStringLiteral("input %1: %2 [%3] at +%4+%5")
+                                                  .arg(c.title, c.text, c.defaultText).arg(at.x()).arg(at.y())
+                : c.kind == PromptCall::Confirm ? "confirm: " + c.text
+                : c.kind == PromptCall::Notify  ? "notice: " + c.text
+                                                : QStringLiteral("beep"));
+    }
+    m_prompts = int(m_services.prompts->calls.size());
+    for (const ReportedError &e : std::exchange(m_services.reporter->errors, {}))
+        out << QStringLiteral("error %1: %2").arg(e.number).arg(e.description);
+    return out;
+}
+
+// The rows' ids, the current row's id and the status line.
+QString Script::List() const
+{
+    QStringList ids;
+    for (int row = 1; row <= m_form->DataSource()->GetRecordCount(); ++row)
+        ids << QString::number(m_form->DataSource()->RecordNumberToId(row));
+    return QStringLiteral("rows %1; current %2; %3")
+        .arg(ids.isEmpty() ? QStringLiteral("none") : ids.join(u' '))
+        .arg(CurrentId(*m_form))
+        .arg(m_form->StatusText().isEmpty() ? QStringLiteral("no status") : m_form->StatusText());
 }
 
 // What the tables hold for some ids in a source: text, revision, approval; for the English
 // default the parameter count and symbol too; "-" where the source has no record of its own.
-QString Holdings(const server::WorkspacePtr &ws, StringSource source, std::initializer_list<int> ids)
+QString Script::Holdings(StringSource source, const QStringList &ids) const
 {
     QStringList out;
-    for (const int id : ids) {
-        const std::optional<server::Record> r = ws->Set()->RecordOf(StringId(id), source);
+    for (const QString &id : ids) {
+        const std::optional<server::Record> r = m_ws->Set()->RecordOf(StringId(id.toInt()), source);
         const QString text = r && r->hasText ? r->text : QStringLiteral("(none)");
         QString item = r ? QStringLiteral("%1/%2/%3").arg(text, QString::number(r->revision), QString::number(r->status))
                          : QStringLiteral("-");
         if (source == ssEnglishDefault)
-            item += QStringLiteral("/p%1/%2").arg(ws->Set()->Parameters(StringId(id)).size()).arg(ws->Set()->Symbol(StringId(id)));
-        out << QStringLiteral("%1:%2").arg(id).arg(item);
+            item += QStringLiteral("/p%1/%2").arg(m_ws->Set()->Parameters(StringId(id.toInt())).size())
+                        .arg(m_ws->Set()->Symbol(StringId(id.toInt())));
+        out << id + ':' + item;
     }
     return out.join(u' ');
 }
-} // namespace
 
-Q_DECLARE_METATYPE(FileCase)
-Q_DECLARE_METATYPE(SearchCase)
-Q_DECLARE_METATYPE(EntryCase)
+// Each row's sign: its state's shape, then its badges.
+QString Script::Signs() const
+{
+    const QStringList shapes{"none", "missing", "out-of-date", "unapproved", "approved", "pending"};
+    QStringList out;
+    for (int row = 1; row <= m_form->DataSource()->GetRecordCount(); ++row) {
+        const qint32 id = m_form->DataSource()->RecordNumberToId(row);
+        const int sign = m_form->DataSource()->RowSign(id);
+        out << QStringLiteral("%1:%2%3%4%5").arg(id).arg(shapes.value(sign & rsShapeMask, "?"))
+                   .arg(sign & rsLocalEdit ? "+edited" : "", sign & rsError ? "+error" : "",
+                        sign & rsWarning ? "+warning" : "");
+    }
+    return out.join(u' ');
+}
+
+// The translate dialog the next command opens: its title and text printed, then an id and a
+// text typed in and Save or Cancel, or a key pressed in the text to put in a suggestion of the
+// memory, which prints how many it shows and the text.
+void Script::ArmDialog(const QString &how)
+{
+    const QString action = how.section(u' ', 0, 0), rest = how.section(u' ', 1);
+    const QString id = rest.startsWith(QLatin1String("id=")) ? rest.section(u' ', 0, 0).mid(3) : QString();
+    const QString text = Unquoted(id.isEmpty() ? rest : rest.section(u' ', 1));
+    m_dialog = true;
+    OnModal<QDialog>([this, action, id, text](QDialog *dialog) {
+        auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
+        m_out << QStringLiteral("dialog %1 showing %2").arg(Quoted(dialog->windowTitle()), Quoted(box->toPlainText()));
+        if (action == "key") {
+            auto *list = Find<QTreeWidget>(dialog, "lstSuggestions");
+            QTRY_VERIFY(list->topLevelItemCount() > 0);
+            const int shown = list->topLevelItem(0)->flags() & Qt::ItemIsEnabled ? list->topLevelItemCount() : 0;
+            const QKeyCombination key = QKeySequence(text)[0];
+            QTest::keyClick(box, key.key(), key.keyboardModifiers());
+            // Past defect: stacked under the form, the suggestions made the dialog taller than a
+            // laptop's screen (768 lines less a panel and a title bar); they sit beside it.
+            m_out << QStringLiteral("%1 suggestions, %2 typed, %3 high").arg(shown)
+                         .arg(Quoted(box->toPlainText()), dialog->height() <= 700 ? "at most 700" : "over 700");
+            return;
+        }
+        if (!id.isEmpty())
+            Find<QLineEdit>(dialog, "txtId")->setText(id);
+        if (!text.isEmpty())
+            box->setPlainText(text);
+        Click(dialog, action == "save" ? "cmdSave" : "cmdCancel");
+    });
+}
+
+// A case file's blocks: what comes before the first case, then each case from its "=== " line.
+QStringList Blocks(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    QStringList blocks{QString()};
+    for (const QString &line : lines) {
+        if (line.startsWith(QLatin1String("=== ")))
+            blocks << QString();
+        blocks.last() += line + '\n';
+    }
+    return blocks;
+}
+} // namespace
 
 class TestFrmEdit : public QObject {
     Q_OBJECT
@@ -232,34 +471,72 @@ private slots:
         QGuiApplication::clipboard()->clear();
     }
 
+    // One row per case of data/*.txt; a difference names the file's line.
+    void scripts_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("index");
+        const QDir data(QFINDTESTDATA("data"));
+        const QStringList names = data.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name);
+        QVERIFY2(!names.isEmpty(), "no scripts in data/");
+        for (const QString &name : names) {
+            const QStringList blocks = Blocks(data.filePath(name));
+            for (int i = 1; i < blocks.size(); ++i)
+                QTest::addRow("%s: %s", qPrintable(name), qPrintable(blocks.at(i).section(u'\n', 0, 0).mid(4)))
+                    << data.filePath(name) << i;
+        }
+    }
+    void scripts()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, index);
+        QStringList blocks = Blocks(path);
+        const QStringList expected = blocks.at(index).split(u'\n');
+        QStringList actual;
+        {
+            Script script(*services);
+            for (const QString &line : expected) {
+                if (line.startsWith(QLatin1String("> "))) {
+                    actual << line;
+                    for (const QString &printed : script.Run(line.mid(2)))
+                        actual << printed.split(u'\n');
+                } else if (line.isEmpty() || line.startsWith(u'#') || line.startsWith(QLatin1String("=== "))) {
+                    actual << line;
+                }
+            }
+        }
+        if (actual == expected)
+            return;
+        if (qEnvironmentVariableIsSet("KVEDIT_UPDATE_EXPECTED")) {
+            blocks[index] = actual.join(u'\n');
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            file.write(blocks.join(QString()).toUtf8());
+            return;
+        }
+        qsizetype line = 0;
+        while (line < qMin(actual.size(), expected.size()) && actual.at(line) == expected.at(line))
+            ++line;
+        const qsizetype start = blocks.mid(0, index).join(QString()).count(u'\n');
+        qInfo("%s", qPrintable(actual.join(u'\n')));
+        QFAIL(qPrintable(QStringLiteral("%1:%2: expected %3, got %4").arg(path).arg(start + line + 1)
+                             .arg(Quoted(expected.value(line)), Quoted(actual.value(line)))));
+    }
+
     // --- The window -------------------------------------------------------------------------
 
-    // Per table version: the menus' items, captions, shortcuts and visibility, the toolbar's
-    // buttons and pictures. Placed at a tenth of the 1600 x 1000 screen, or cascaded over the host
-    // (English default) by the offset of 20; the list loads on the first activation; kept no
-    // smaller than its minimum.
-    void windowMenusAndToolbar_data()
+    // Per table version (the menus and toolbar themselves are the scripts' menus.txt): placed at a
+    // tenth of the 1600 x 1000 screen, or cascaded over the host (English default) by the offset
+    // of 20; the list loads on the first activation; kept no smaller than its minimum.
+    void window_data()
     {
         QTest::addColumn<int>("version");
-        QTest::addColumn<QString>("fileMenu");   // captions, then which are visible
-        QTest::addColumn<QString>("editShown");
-        QTest::addColumn<QString>("toolbar");    // F/E menu, item = picture; [hidden]; | a separator
-        const QString translating = "F2=10 | E0=11 [E1=13] [E2=14] | E4=15 | E7=17 | E11=16 [E13=18] | E15=19";
-        const QString shown = "1001111111110011", plain = "&Reset|-|&Save|&Save as|-|&Close 111011";
-        QTest::newRow("local edited")
-            << 0 << "&Reset|-|&Save as Local Edited|&Save as Local Default|-|&Close 111111" << shown << translating;
-        QTest::newRow("local default") << 1 << plain << shown << translating;
-        QTest::newRow("English edited")
-            << 2 << "&Reset|-|&Save as English Edited|&Save as English Default|-|&Close 111111" << shown << translating;
-        QTest::newRow("English default")
-            << 3 << plain << "1111110000011111" << "F2=10 | E0=12 E1=13 E2=14 | E4=15 [E7=17] E11=16 | E13=18 | E15=19";
+        for (const int version : {0, 1, 2, 3})
+            QTest::addRow("version %d", version) << version;
     }
-    void windowMenusAndToolbar()
+    void window()
     {
         QFETCH(int, version);
-        QFETCH(QString, fileMenu);
-        QFETCH(QString, editShown);
-        QFETCH(QString, toolbar);
         server::WorkspacePtr ws = Strings({"One", "Two"});
         if (version == 3)
             ws->setHostWindowPosition(QPoint(300, 200));
@@ -270,39 +547,10 @@ private slots:
         form->show();
         QVERIFY(QTest::qWaitForWindowActive(form.get()));
         QVERIFY(form->DataView()->Activated());
-        QCOMPARE(form->windowTitle(), "Manage String Resources: " + form->DataSource()->Title());
-        QCOMPARE(form->findChild<QMenu *>("mnuFile")->title(), "&File");
-        QCOMPARE(form->findChild<QMenu *>("mnuEdit")->title(), "&Edit");
-        QStringList file, edit;
-        QString fileShown, shown;
-        for (int i = 0; i < 6; ++i) {
-            file << form->FileItem(i)->text();
-            fileShown += form->FileItem(i)->isVisible() ? '1' : '0';
-        }
-        for (int i = 0; i < 16; ++i) {
-            QAction *item = form->EditItem(i);
-            edit << item->text() + (item->shortcut().isEmpty() ? "" : ' ' + item->shortcut().toString());
-            shown += item->isVisible() ? '1' : '0';
-            QCOMPARE(item->isSeparator(), item->text() == QLatin1String("-"));
-        }
-        QCOMPARE(file.join(u'|') + ' ' + fileShown, fileMenu);
-        QCOMPARE(edit, (QStringList{version == 3 ? "Cu&t Ctrl+X" : "&Delete Ctrl+X", "&Copy Ctrl+C", "&Paste Ctrl+V",
-                                    "-", "&Find... Ctrl+F", "Find &Next F3", "-", "Find &Missing Translation Ctrl+M",
-                                    "Find &Out-of-Date Translation Ctrl+O", "Find &Unapproved Translation Ctrl+U", "-",
-                                    "&Go to... Ctrl+G", "-", "&New String... Ctrl+N", "-", "&Properties... Ctrl+E"}));
-        QCOMPARE(shown, editShown);
-        QToolBar *bar = form->findChild<QToolBar *>("tbrEdit");
-        QStringList buttons;
-        for (QAction *button : bar->actions()) {
-            const QString key = frmEdit::MenuKey(button);
-            const QString picture = QString::number(form->ImageList()->PictureId(key));
-            const QString text = button->isSeparator() ? "|" : key.at(3) + key.section(u':', 1) + '=' + picture;
-            buttons << (bar->widgetForAction(button)->isVisibleTo(form.get()) ? text : '[' + text + ']');
-            QVERIFY(button->isSeparator() || !button->icon().isNull());
-        }
-        QCOMPARE(buttons.join(u' '), toolbar);
+        QToolBar *bar = form->ToolBar();
         QTest::mouseClick(bar->widgetForAction(form->EditItem(11)), Qt::LeftButton);   // a button runs its item
-        QCOMPARE(Prompts(*services->prompts), QStringList{"input:Go to"});
+        QCOMPARE(services->prompts->calls.size(), 1);
+        QCOMPARE(services->prompts->calls.first().title, "Go to");
 
         // A separator item keeps its caption "-" but looks exactly like a separator without one.
         int separators = 0;
@@ -339,82 +587,6 @@ private slots:
         services->reporter->errors.clear();
     }
 
-    void buttonKeys_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("prompt");   // empty: nothing happens
-        for (const char *key : {"", "   ", "mnuEditItem4", "mnuEditItem", "mnuEditItem:four", "mnuEditItem:",
-                                "mnuToolsItem:4", "MNUEDITITEM:4", "mnuEditItem:4e0"})
-            QTest::addRow("does nothing: '%s'", key) << key << "";
-        QTest::newRow("edit find") << "mnuEditItem:4" << "input:Find";
-        QTest::newRow("decimal index") << "mnuEditItem:4.0" << "input:Find";
-        QTest::newRow("surrounding blanks") << "  mnuEditItem:11 " << "input:Go to";
-        QTest::newRow("file separator") << "mnuFileItem:4" << "notify:File menu item '- not implemented";
-        QTest::newRow("edit separator") << "mnuEditItem:10" << "notify:Edit menu item '- not implemented";
-        QTest::newRow("file without item") << "mnuFileItem:9" << "notify:File menu item 9 not implemented";
-        QTest::newRow("edit without item") << "mnuEditItem:-1" << "notify:Edit menu item -1 not implemented";
-    }
-    void buttonKeys()
-    {
-        QFETCH(QString, key);
-        QFETCH(QString, prompt);
-        auto form = OpenEditor(Strings({"One"}), ssLocalEdited);
-        form->tbrEdit_ButtonClick(key);
-        QCOMPARE(Prompts(*services->prompts).join(u';'), prompt);
-    }
-
-    // --- File commands ----------------------------------------------------------------------
-
-    void fileCommands_data()
-    {
-        QTest::addColumn<FileCase>("c");
-        const QString close = "You have not saved your changes yet. Close without saving?";
-        const QString reset = "Are you sure you want to abandon all unsaved edits?";
-        QTest::newRow("save without edits: nothing") << FileCase{0, 2, false, false, "", "001 5"};
-        QTest::newRow("save") << FileCase{0, 2, true, false, "", "011 5"};
-        QTest::newRow("save as") << FileCase{0, 3, true, false, "", "011 5"};
-        // Reset keeps the same entry current, by id: id 4 moves from row 3 back to row 4.
-        QTest::newRow("reset, OK") << FileCase{3, 0, true, true, reset, "001 5"};
-        QTest::newRow("reset, Cancel") << FileCase{3, 0, true, false, reset, "101 4"};
-        QTest::newRow("close without edits: no question") << FileCase{0, 5, false, false, "", "000 5"};
-        QTest::newRow("close with edits, Cancel") << FileCase{0, 5, true, false, close, "101 5"};
-        QTest::newRow("close with edits, OK: discarded") << FileCase{0, 5, true, true, close, "000 5"};
-        // The window's close box (-1) asks the same, and only once.
-        QTest::newRow("close box with edits, Cancel") << FileCase{0, -1, true, false, close, "101 5"};
-        QTest::newRow("close box with edits, OK") << FileCase{0, -1, true, true, close, "000 5"};
-    }
-    void fileCommands()
-    {
-        QFETCH(FileCase, c);
-        server::WorkspacePtr ws = TranslatedFive(false);
-        auto form = OpenEditor(ws, TableVersion(c.version));
-        // Reset, Save, Save as (when shown) and the Save button are enabled exactly while there are edits.
-        const QString on = form->FileItem(3)->isVisible() ? "1111" : "1101";
-        const auto enabled = [&] {
-            QString state;
-            for (QAction *item : {form->FileItem(0), form->FileItem(2), form->FileItem(3)})
-                state += item->isEnabled() ? '1' : '0';
-            return state + (form->ToolBar()->widgetForAction(form->FileItem(2))->isEnabled() ? '1' : '0');
-        };
-        QCOMPARE(enabled(), QStringLiteral("0000"));
-        if (c.edits) {
-            form->DataView()->setCurrentRecord(2);
-            form->EditItem(0)->trigger();
-            QCOMPARE(enabled(), on);
-        }
-        form->DataView()->ShowId(4);
-        services->prompts->confirmAnswers << c.agree;
-        if (c.item < 0)
-            form->close();
-        else
-            form->FileItem(c.item)->trigger();
-        QCOMPARE(Prompts(*services->prompts), c.asked.isEmpty() ? QStringList() : QStringList{"confirm:" + c.asked});
-        QCOMPARE(QStringLiteral("%1%2%3 %4").arg(ws->Tables()->Modified()).arg(form->Saved()).arg(form->isVisible())
-                     .arg(form->DataSource()->GetRecordCount()), c.after);
-        QCOMPARE(CurrentId(*form), 4);
-        QVERIFY(c.item < 0 || enabled() == (ws->Tables()->Modified() ? on : "0000"));
-    }
-
     // Another program writing the workspace file makes Save fail: reported, the edits kept.
     void failedSaveIsReportedAndKeepsTheEdits()
     {
@@ -432,368 +604,6 @@ private slots:
         QCOMPARE(services->reporter->errors.first().number, int(errStorage));
         QVERIFY(!form->Saved() && ws->Tables()->Modified() && form->isVisible());
         services->reporter->errors.clear();
-    }
-
-    // --- Searches ---------------------------------------------------------------------------
-
-    void searches_data()
-    {
-        QTest::addColumn<SearchCase>("c");
-        using S = SearchCase;
-        const QString needle = "needle";
-        QTest::newRow("wraps to an earlier row, trimmed") << S{Ten({{2, "Needle here"}}), false, 5, 4, " needle ", 2};
-        QTest::newRow("current row is tested last") << S{Ten({{5, "needle"}}), false, 5, 4, needle, 0};
-        QTest::newRow("from the last row on with row 1") << S{Ten({{1, "needle"}}), false, 10, 4, needle, 1};
-        QTest::newRow("case-insensitive") << S{Ten({{4, "THE NEEDLE"}}), false, 1, 4, needle, 4};
-        QTest::newRow("shortcut marker ignored") << S{Ten({{6, "^Ne&edle"}}), false, 1, 4, needle, 6};
-        QTest::newRow("marker kept without shortcut") << S{Ten({{6, "Ne&edle"}}), false, 1, 4, needle, 0};
-        QTest::newRow("double marker is an ampersand") << S{Ten({{6, "^Salt && Pepper"}}), false, 1, 4, "t & p", 6};
-        QTest::newRow("nothing matches") << S{Ten(), false, 3, 4, needle, 0};
-        QTest::newRow("empty answer: no search, no Find Next") << S{Ten({{6, "needle"}}), false, 4, 4, "", 0};
-        QTest::newRow("next: the row after current is tested last") << S{Ten({{6, "needle"}}), false, 5, 5, "", 0};
-        QTest::newRow("next: wraps") << S{Ten({{2, "needle"}}), false, 5, 5, "", 2};
-        QTest::newRow("next: from the row before last") << S{Ten({{10, "needle"}}), false, 9, 5, "", 0};
-        QTest::newRow("next: from the last row finds row 3") << S{Ten({{3, "needle"}}), false, 10, 5, "", 3};
-        // Kept on purpose: from the last row one pass ends the search.
-        QTest::newRow("next: from the last row, no match ends") << S{Ten(), false, 10, 5, "", 0};
-        QTest::newRow("missing") << SearchCase{{}, false, 1, 7, "", 4};
-        QTest::newRow("missing only on the current row") << SearchCase{{}, false, 4, 7, "", 0};
-        QTest::newRow("out of date by revision") << SearchCase{{}, false, 1, 8, "", 3};
-        QTest::newRow("missing counts as out of date") << SearchCase{{}, false, 3, 8, "", 4};
-        QTest::newRow("unapproved") << SearchCase{{}, false, 1, 9, "", 2};
-        QTest::newRow("out of date counts as unapproved") << SearchCase{{}, false, 2, 9, "", 3};
-        QTest::newRow("complete: no missing") << SearchCase{{}, true, 3, 7, "", 0};
-        QTest::newRow("complete: none unapproved") << SearchCase{{}, true, 3, 9, "", 0};
-        QTest::newRow("find a translation") << SearchCase{{}, false, 1, 4, "speichern", 2};
-        QTest::newRow("find the English text of a missing one") << SearchCase{{}, false, 1, 4, "print", 4};
-        QTest::newRow("find passes over a denied translation") << S{{}, false, 1, 4, "speichern", 0, 2};
-        QTest::newRow("find passes over a denied English text") << S{Ten({{3, "needle"}}), false, 1, 4, needle, 0, 3};
-        QTest::newRow("find: the others still match") << S{{}, false, 1, 4, "speichern", 2, 5};
-    }
-    void searches()
-    {
-        QFETCH(SearchCase, c);
-        const StringSource source = c.texts.isEmpty() ? ssLocalEdited : ssEnglishDefault;
-        ResourceWorkspacePtr ws = c.texts.isEmpty() ? TranslatedFive(c.complete) : Strings(c.texts);
-        if (c.denied)
-            ws = std::make_shared<WorkspaceDenyingText>(ws, source, QSet<StringId>{StringId(c.denied)});
-        auto form = OpenEditor(ws, TableVersion(source));
-        const int rows = form->DataSource()->GetRecordCount();
-        form->DataView()->setCurrentRecord(c.current);
-        form->setFindText(c.item == 5 ? QStringLiteral("needle") : QStringLiteral("previous"));
-        if (c.item == 5)
-            form->UpdateMenuState();
-        else
-            QVERIFY(!form->EditItem(5)->isEnabled());   // none after opening; a Find may enable it
-        services->prompts->inputAnswers << c.answer;
-        form->EditItem(c.item)->trigger();
-
-        const int row = c.expected ? c.expected : c.current;
-        QCOMPARE(form->StatusText(), QStringLiteral("Id: %1 (Position %1 of %2)").arg(row).arg(rows));
-        const QString findText = c.item == 5 ? QStringLiteral("needle") : c.answer.trimmed();
-        QVERIFY(c.item > 5 || (form->FindText() == findText && form->EditItem(5)->isEnabled() == !findText.isEmpty()));
-        const QStringList done{"", "", "", "", "Done finding text", "Done finding text", "",
-                               "Done finding missing translations", "Done finding out of date translations",
-                               "Done finding unapproved translations"};
-        QStringList prompts = c.item == 4 ? QStringList{"input:Find"} : QStringList();
-        if (!c.expected && !(c.item == 4 && findText.isEmpty()))
-            prompts << "notify:" + done.at(c.item);
-        QCOMPARE(Prompts(*services->prompts), prompts);
-        if (c.item == 4) {
-            const PromptCall &call = services->prompts->calls.first();
-            QCOMPARE(call.text + '|' + call.defaultText, QStringLiteral("What do you want to look for?|previous"));
-            QCOMPARE(call.position, form->pos() + QPoint(20, 20));
-        }
-    }
-
-    // --- Entry commands ---------------------------------------------------------------------
-
-    void goTo_data()
-    {
-        QTest::addColumn<QStringList>("answers");
-        QTest::addColumn<int>("expectedId");   // 0: the current row stays
-        QTest::newRow("an id") << QStringList{"7"} << 7;
-        QTest::newRow("0, 32768 and text ask again") << QStringList{"0", "32768", "abc", " 4 "} << 4;
-        QTest::newRow("a decimal number") << QStringList{"6.0"} << 6;
-        QTest::newRow("32767 is accepted") << QStringList{"32767"} << 32767;
-        QTest::newRow("empty ends") << QStringList{""} << 0;
-        QTest::newRow("empty after a wrong answer") << QStringList{"-3", ""} << 0;
-        QTest::newRow("only plain numbers") << QStringList{"1e1", "0x5", "5 5", "+5"} << 5;
-    }
-    void goTo()
-    {
-        QFETCH(QStringList, answers);
-        QFETCH(int, expectedId);
-        server::WorkspacePtr ws = Strings(Ten(), kMaxStringId);
-        Put(ws->Tables(), 32767, QStringLiteral("The last id"), true);
-        auto form = OpenEditor(ws, ssEnglishDefault);
-        form->DataView()->setCurrentRecord(2);
-        services->prompts->inputAnswers.append(answers);
-        form->EditItem(11)->trigger();
-        QCOMPARE(services->prompts->calls.size(), answers.size());
-        for (const PromptCall &call : services->prompts->calls) {
-            QCOMPARE(call.title + '|' + call.text, "Go to|Please type the resource id as a value between 1 and 32767");
-            QCOMPARE(call.position, form->pos() + QPoint(20, 20));
-        }
-        QCOMPARE(CurrentId(*form), expectedId ? expectedId : 2);
-    }
-
-    void copyCutDelete_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<int>("item");   // 0 Cut in version 3, Delete in the others; 1 Copy
-        QTest::addColumn<bool>("denied");   // HasText says no for the row's id, Text hands one out
-        QTest::addColumn<QString>("after");   // the clipboard; rows, current row, its id
-        QTest::newRow("copy") << 3 << 3 << 1 << false << "Close window|5 3 3";
-        QTest::newRow("copy without a translation: clipboard emptied") << 0 << 4 << 1 << false << "|5 4 4";
-        QTest::newRow("copy takes a denied text all the same") << 0 << 2 << 1 << true << "Speichern|5 2 2";
-        QTest::newRow("cut: the next row moves up") << 3 << 3 << 0 << false << "Close window|4 3 4";
-        QTest::newRow("cut the last row: the new last row") << 3 << 5 << 0 << false << "Quit|4 4 4";
-        QTest::newRow("delete: the row stays, now missing") << 0 << 2 << 0 << false << "Speichern|5 2 2";
-    }
-    void copyCutDelete()
-    {
-        QFETCH(int, version);
-        QFETCH(int, row);
-        QFETCH(int, item);
-        QFETCH(bool, denied);
-        QFETCH(QString, after);
-        server::WorkspacePtr ws = TranslatedFive(false);
-        ResourceWorkspacePtr shown = ws;
-        if (denied)
-            shown = std::make_shared<WorkspaceDenyingText>(ws, StringSource(version), QSet<StringId>{StringId(row)});
-        auto form = OpenEditor(shown, TableVersion(version));
-        QGuiApplication::clipboard()->setText(QStringLiteral("stale"));
-        form->DataView()->setCurrentRecord(row);
-        const bool hadText = ws->Tables()->HasText(StringId(row), StringSource(version));
-        form->EditItem(item)->trigger();
-        QCOMPARE(QStringLiteral("%1|%2 %3 %4").arg(QGuiApplication::clipboard()->text())
-                     .arg(form->DataSource()->GetRecordCount()).arg(form->DataView()->CurrentRecord()).arg(CurrentId(*form)),
-                 after);
-        QCOMPARE(ws->Tables()->HasText(StringId(row), StringSource(version)), item == 1 && hadText);
-        QCOMPARE(form->FileItem(2)->isEnabled(), item == 0);
-    }
-
-    void entryDialog_data()
-    {
-        QTest::addColumn<EntryCase>("c");
-        using E = EntryCase;
-        const QString edit = "Edit string resource ", edit4 = edit + "4", edit2 = edit + "2";
-        const QString translate3 = "Translate string resource 3";
-        QTest::newRow("paste: a new string of the clipboard text")
-            << E{3, 1, "paste", "  Pasted text \n", "", "", edit4, 4, "", 4};
-        QTest::newRow("paste of an empty clipboard") << E{3, 1, "paste", "", "", "", "", 0, "", 1};
-        QTest::newRow("paste of blanks") << E{3, 1, "paste", "  \t \r\n ", "", "", "", 0, "", 1};
-        QTest::newRow("new string in the gap after the current") << E{3, 1, "new", "", "", "Fresh", edit4, 4, "", 4};
-        QTest::newRow("new string next to the current row") << E{3, 5, "new", "", "", "Fresh", edit + "6", 6, "", 6};
-        QTest::newRow("new string after the last") << E{3, 7, "new", "", "", "Fresh", edit + "8", 8, "", 8};
-        QTest::newRow("new string cancelled") << E{3, 1, "new cancel", "", "", "Never stored", edit4, 0, "", 1};
-        QTest::newRow("changed id in use: refused")
-            << E{3, 2, "menu", "", "3", "Changed", edit2, 0, "String entry id 3 is already in use!", 2};
-        QTest::newRow("changed id: the string moves") << E{3, 2, "menu", "", "50", "", edit2, 50, "", 50};
-        QTest::newRow("properties by double click") << E{0, 3, "double click", "", "", "Fenster", translate3, 3, "", 3};
-        QTest::newRow("properties by Enter") << E{0, 3, "Enter", "", "", "Fenster", translate3, 3, "", 3};
-        QTest::newRow("properties by Ctrl+Enter") << E{0, 3, "Ctrl+Enter", "", "", "Fenster", translate3, 3, "", 3};
-        QTest::newRow("properties by the menu") << E{0, 3, "menu", "", "", "Fenster", translate3, 3, "", 3};
-    }
-    void entryDialog()
-    {
-        QFETCH(EntryCase, c);
-        const StringSource version = StringSource(c.version);
-        server::WorkspacePtr ws = Strings({"String 1", "String 2", "String 3=Drei", "", "String 5", "", "String 7"});
-        auto form = OpenEditor(ws, TableVersion(version));
-        form->DataView()->ShowId(c.currentId);
-        const int rows = form->DataSource()->GetRecordCount();
-        QGuiApplication::clipboard()->setText(c.clipboard);
-        QString title, shown;
-        if (!c.title.isEmpty())
-            OnModal<QDialog>([&](QDialog *dialog) {
-                title = dialog->windowTitle();
-                shown = Find<QPlainTextEdit>(dialog, "rtfTranslate")->toPlainText();
-                if (!c.id.isEmpty())
-                    Find<QLineEdit>(dialog, "txtId")->setText(c.id);
-                if (!c.text.isEmpty())
-                    Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(c.text);
-                Click(dialog, c.how.endsWith(QLatin1String("cancel")) ? "cmdCancel" : "cmdSave");
-            });
-        QTableView *view = form->DataView()->TableView();
-        const QPoint centre = view->visualRect(view->model()->index(form->DataView()->CurrentRecord() - 1, 1)).center();
-        if (c.how == QLatin1String("double click")) {
-            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
-            QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
-        } else if (c.how.endsWith(QLatin1String("Enter")))
-            QTest::keyClick(view, Qt::Key_Return, c.how.startsWith(u'C') ? Qt::ControlModifier : Qt::NoModifier);
-        else
-            form->EditItem(c.how == QLatin1String("paste") ? 2 : c.how.startsWith(u'n') ? 13 : 15)->trigger();
-
-        QCOMPARE(title, c.title);
-        if (c.how == QLatin1String("paste") && !title.isEmpty())
-            QCOMPARE(shown, c.clipboard.trimmed());
-        QCOMPARE(services->prompts->Notices(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
-        if (c.storedId)
-            QCOMPARE(ws->Tables()->Text(StringId(c.storedId), version), c.text.isEmpty() ? shown : c.text);
-        QCOMPARE(ws->Tables()->Modified(), c.storedId != 0);
-        QCOMPARE(form->FileItem(2)->isEnabled(), c.storedId != 0);   // the menus are brought up to date
-        QCOMPARE(CurrentId(*form), c.currentAfter);
-        const bool added = c.storedId && (c.how == QLatin1String("paste") || c.how.startsWith(QLatin1String("new")));
-        QCOMPARE(form->DataSource()->GetRecordCount(), rows + (added ? 1 : 0));
-    }
-
-    void newStringWithoutAFreeIdDoesNothing()
-    {
-        server::WorkspacePtr ws = Strings({"One", "Two", "Three"}, 3);
-        auto form = OpenEditor(ws, ssEnglishDefault);
-        form->EditItem(13)->trigger();   // a dialog would block here
-        QVERIFY(!ws->Tables()->Modified());
-    }
-
-    // --- The translator's workflow ------------------------------------------------------------
-
-    // The rows' signs and tooltips and the progress, in the translation and in the English. Find,
-    // Find Next, the searches and Go to work on the rows the filter shows; Go to an id it hides
-    // shows every row again; the current id stays while it matches.
-    void signsProgressAndFilteredSearches()
-    {
-        server::WorkspacePtr ws = EveryState();
-        auto form = OpenEditor(ws, ssLocalEdited);
-        CDVDataSource *source = form->DataSource();
-        QStringList signs;
-        for (int id = 1; id <= 6; ++id)
-            signs << QString::number(source->RowSign(id), 16);
-        // approved, unapproved, out of date, missing; then two local edits (badge 0x10).
-        QCOMPARE(signs.join(u' '), QStringLiteral("4 3 2 1 14 13"));
-        QCOMPARE(source->RowToolTip(1), QStringLiteral("1: Approved\nSymbol: IDS_OPEN\nDescription: Menu File: open"));
-        QCOMPARE(source->RowToolTip(3), QStringLiteral("3: Out of date: the English text changed since"));
-        QCOMPARE(source->RowToolTip(6), QStringLiteral("6: Unapproved: translated, not yet approved (locally edited)"));
-        QCOMPARE(form->ProgressText(),
-                 QStringLiteral("2 of 6 translated (33 %) \u00b7 1 missing \u00b7 1 out of date \u00b7 2 unapproved"));
-        // The marker column's tooltip and sign reach the view through its model.
-        const QModelIndex marker = form->DataView()->TableView()->model()->index(2, 0);
-        QCOMPARE(marker.data(Qt::ToolTipRole).toString(), source->RowToolTip(3));
-
-        auto english = OpenEditor(ws, ssEnglishDefault);
-        QCOMPARE(english->DataSource()->RowSign(2), int(rsPending));
-        QCOMPARE(english->DataSource()->RowSign(1), int(rsNone));
-        QCOMPARE(english->ProgressText(), QStringLiteral("6 strings \u00b7 1 English corrections pending"));
-        english.reset();
-
-        form->DataView()->ShowId(6);
-        form->FilterState()->setCurrentIndex(1);   // needs work: 2 3 4 6
-        QCOMPARE(CurrentId(*form), 6);
-        services->prompts->inputAnswers << QStringLiteral("e");   // in 2, 3 and 6, and in hidden 1 and 5
-        form->EditItem(4)->trigger();
-        QCOMPARE(CurrentId(*form), 2);
-        form->EditItem(5)->trigger();   // Find Next starts one row further on
-        QCOMPARE(CurrentId(*form), 6);
-        form->EditItem(7)->trigger();   // Find Missing
-        QCOMPARE(CurrentId(*form), 4);
-        services->prompts->inputAnswers << QStringLiteral("5");
-        form->EditItem(11)->trigger();   // Go to a hidden id
-        QCOMPARE(CurrentId(*form), 5);
-        QCOMPARE(form->FilterState()->currentIndex(), 0);
-        QCOMPARE(form->DataSource()->GetRecordCount(), 6);
-    }
-
-    void filter_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("state");   // the choice's index
-        QTest::addColumn<QString>("ids");
-        QTest::newRow("no filter: every row") << "" << 0 << "1 2 3 4 5 6";
-        QTest::newRow("needs work") << "" << 1 << "2 3 4 6";
-        QTest::newRow("missing") << "" << 2 << "4";
-        QTest::newRow("out of date") << "" << 3 << "3";
-        QTest::newRow("unapproved") << "" << 4 << "2 6";
-        QTest::newRow("approved") << "" << 5 << "1 5";
-        QTest::newRow("locally edited") << "" << 6 << "5 6";
-        QTest::newRow("translation, marker cleaned, any case") << "SPEICH" << 0 << "2";
-        QTest::newRow("English text across the marker") << "open" << 0 << "1";
-        QTest::newRow("symbol") << "ids_op" << 0 << "1";
-        QTest::newRow("description") << "menu file" << 0 << "1";
-        QTest::newRow("id") << "5" << 0 << "5";
-        QTest::newRow("text and state together") << "e" << 4 << "2 6";
-        QTest::newRow("nothing matches") << "zzz" << 0 << "";
-    }
-    void filter()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, state);
-        QFETCH(QString, ids);
-        auto form = OpenEditor(EveryState(), ssLocalEdited);
-        form->FilterState()->setCurrentIndex(state);
-        QTest::keyClicks(form->FilterText(), text);
-        QCOMPARE(ListedIds(*form), ids);
-        if (!ids.isEmpty())
-            QCOMPARE(form->StatusText(), QStringLiteral("Id: %1 (Position 1 of %2)").arg(ids.section(u' ', 0, 0)).arg(ids.count(u' ') + 1));
-        form->ClearFilter();
-        QCOMPARE(ListedIds(*form), QStringLiteral("1 2 3 4 5 6"));
-    }
-
-    // A string's problems mark its row, name themselves in its tooltip, make the filter's "Has
-    // problems", are counted in the progress and walked by Find Next Problem (F8, after the
-    // translation searches: wrapping, a notice when no other row has one); each change to the
-    // tables is checked again.
-    void problems_data()
-    {
-        QTest::addColumn<QString>("change");
-        // The signs of ids 1 to 5 (E error, W warning), the problem lines of 4's tooltip, the count,
-        // the ids F8 walks to three times from row 1, the notices, the rows "Has problems" shows.
-        QTest::addColumn<QStringList>("expected");
-        const QString lacks = "error [placeholders]: the translation lacks %1", done = "Done finding problems";
-        const QString both = "1 error \u00b7 1 warning";
-        QTest::newRow("as saved") << "" << QStringList{"- - W E -", lacks, both, "3 4 3", "", "3 4"};
-        QTest::newRow("error fixed") << "fix" << QStringList{"- - W - -", "", "1 warning", "3 3 3", done + '|' + done, "3"};
-        QTest::newRow("fix undone") << "fix undo" << QStringList{"- - W E -", lacks, both, "3 4 3", "", "3 4"};
-        QTest::newRow("another error")
-            << "break" << QStringList{"- E W E -", lacks, "2 errors \u00b7 1 warning", "2 3 4", "", "2 3 4"};
-        QTest::newRow("a rule switched off, saved")
-            << "rule" << QStringList{"- - - E -", lacks, "1 error", "4 4 4", done + '|' + done, "4"};
-    }
-    void problems()
-    {
-        QFETCH(QString, change);
-        QFETCH(QStringList, expected);
-        // Approved translations with two faults: 3 lacks the English full stop (a warning), 4 the
-        // English %1 (an error).
-        server::WorkspacePtr ws = Strings({"Open %1=Öffnen %1", "Save=Speichern", "Quit.=Beenden",
-                                           "Close %1=Schließen", "Print=Drucken"});
-        auto form = OpenEditor(ws, ssLocalEdited);
-        CDVDataSource *source = form->DataSource();
-        if (change.startsWith(QLatin1String("fix")))
-            Translate(*form, 4, QStringLiteral("Schließen %1"));
-        if (change.endsWith(QLatin1String("undo")))
-            form->UndoStack()->undo();
-        if (change == QLatin1String("break"))
-            Translate(*form, 2, QStringLiteral("Speichern %1"));
-        if (change == QLatin1String("rule")) {
-            ws->Tables()->SetDisabledCheckRules({QStringLiteral("punctuation")});
-            Translate(*form, 5, QStringLiteral("Drucken"));
-            form->FileItem(2)->trigger();
-        }
-        QStringList signs, ids;
-        for (int id = 1; id <= 5; ++id) {
-            const int sign = source->RowSign(id);
-            signs << (sign & rsError ? "E" : sign & rsWarning ? "W" : "-");
-            QCOMPARE(sign & rsShapeMask, int(rsApproved));   // the state's sign stays under it
-        }
-        // The whole table's count follows the window's first paint.
-        const auto counted = [&] {
-            return form->ProgressText().remove(QStringLiteral(" \u00b7 Modified")).section(QStringLiteral(" \u00b7 "), 4);
-        };
-        QTRY_COMPARE(counted(), expected.at(2));
-
-        const QList<QAction *> menu = form->findChild<QMenu *>("mnuEdit")->actions();
-        QCOMPARE(menu.indexOf(form->findChild<QAction *>("mnuEditFindNextProblem")), menu.indexOf(form->EditItem(9)) + 1);
-        form->DataView()->ShowId(1);
-        for (int i = 0; i < 3; ++i) {
-            QTest::keyClick(form.get(), Qt::Key_F8);
-            ids << QString::number(CurrentId(*form));
-        }
-        QStringList shown{signs.join(u' '), source->RowToolTip(4).section(u'\n', 1), counted(), ids.join(u' '),
-                          services->prompts->Notices().join(u'|')};
-        form->FilterState()->setCurrentIndex(form->FilterState()->findText(QStringLiteral("Has problems")));
-        QCOMPARE(shown << ListedIds(*form), expected);
     }
 
     // Save && Next stores the text and opens the next string that needs work, in the list's
@@ -841,144 +651,6 @@ private slots:
         QCOMPARE(CurrentId(*form), 2);
     }
 
-    void undoAndRedo_data()
-    {
-        QTest::addColumn<int>("version");
-        QTest::addColumn<QString>("change");
-        QTest::addColumn<QString>("undoText");
-        QTest::newRow("translation") << 0 << "store" << "&Undo translation of 4";
-        QTest::newRow("delete") << 0 << "delete" << "&Undo deletion of 6";
-        QTest::newRow("undo after Save") << 0 << "store save" << "&Undo translation of 4";
-        QTest::newRow("cut") << 3 << "delete" << "&Undo cut of 6";
-        QTest::newRow("paste") << 3 << "paste" << "&Undo new string 7";
-        QTest::newRow("new string") << 3 << "new" << "&Undo new string 7";
-        QTest::newRow("changed id") << 3 << "id" << "&Undo id change 1 to 9";
-        QTest::newRow("parameter definitions") << 3 << "parameters" << "&Undo edit of 1";
-    }
-    void undoAndRedo()
-    {
-        QFETCH(int, version);
-        QFETCH(QString, change);
-        QFETCH(QString, undoText);
-        server::WorkspacePtr ws = EveryState();
-        const StringTableSetPtr t = ws->Tables();
-        const auto source = StringSource(version);
-        auto form = OpenEditor(ws, TableVersion(version));
-        const auto state = [&] {
-            return Holdings(ws, source, {1, 4, 6, 7, 9}) + " | rows " + ListedIds(*form) + " | "
-                   + (t->Modified() ? "modified" : "saved");
-        };
-        const QString before = state();
-        const qint32 focus = change == QLatin1String("delete") ? 6 : change.startsWith(QLatin1String("store")) ? 4 : 1;
-        form->DataView()->ShowId(focus);
-        const StringEntryPtr e = t->Entry(StringId(CurrentId(*form)), source);
-        if (change.startsWith(QLatin1String("store"))) {
-            Translate(*form, 4, QStringLiteral("Drucken"));
-        } else if (change == QLatin1String("delete")) {
-            QTest::keyClick(form->DataView()->TableView(), Qt::Key_Delete);
-        } else if (change == QLatin1String("paste") || change == QLatin1String("new")) {
-            QGuiApplication::clipboard()->setText(QStringLiteral("Pasted"));
-            form->DataView()->ShowId(6);
-            OnModal<QDialog>([&](QDialog *dialog) {
-                Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Pasted"));
-                Click(dialog, "cmdSave");
-            });
-            form->EditItem(change == QLatin1String("paste") ? 2 : 13)->trigger();
-            QVERIFY(Reactivate(form.get()));
-        } else {
-            ParameterDefinitionsPtr parameters = e->ParameterDefinitions();
-            if (change == QLatin1String("parameters"))
-                parameters->Add(1, QStringLiteral("file name"));
-            form->UpdateEntry(e, e->CreateEdited(change == QLatin1String("id") ? 9 : 1, e->Text(), e->EntryText(), false,
-                                                 false, true, {}, 0, parameters, false));
-        }
-        if (change.endsWith(QLatin1String("save")))
-            QTest::keyClick(form.get(), Qt::Key_S, Qt::ControlModifier);
-        const QString after = state();
-        QVERIFY2(after != before, qPrintable(after));
-        QCOMPARE(form->findChild<QAction *>("mnuEditUndo")->text(), undoText);
-
-        QTest::keyClick(form.get(), Qt::Key_Z, Qt::ControlModifier);
-        QCOMPARE(state().section(u'|', 0, 1), before.section(u'|', 0, 1));
-        // Back to what the file holds, unless a Save came between.
-        QCOMPARE(t->Modified(), change.endsWith(QLatin1String("save")));
-        QTest::keyClick(form.get(), Qt::Key_Y, Qt::ControlModifier);
-        QCOMPARE(state().section(u'|', 0, 1), after.section(u'|', 0, 1));
-        form->UndoStack()->undo();
-        // Undoing a new string shows the row that takes its place.
-        QCOMPARE(CurrentId(*form), change == QLatin1String("paste") || change == QLatin1String("new") ? 6 : focus);
-    }
-
-    // --- What changed in the English, the translation memory ---------------------------------
-
-    // Carry Over restamps the translations of trivial English changes, leaves changed words,
-    // reports both, and each carried string comes back on its own with Undo.
-    void carryOverAndUndo()
-    {
-        server::WorkspacePtr ws = Strings({"Save changes.=Änderungen speichern.",
-                                           "Could not open %1=%1 konnte nicht geöffnet werden",
-                                           "^&Cancel=&Abbrechen"});
-        const StringTableSetPtr t = ws->Tables();
-        Put(t, 1, QStringLiteral("Save changes?"), true);
-        Put(t, 2, QStringLiteral("Could not read %1"), true);
-        Put(t, 3, QStringLiteral("Cancel"), true);   // its shortcut no longer allowed
-        t->Save(ssEnglishDefault, false);
-        auto form = OpenEditor(ws, ssLocalEdited);
-        auto *carryOver = form->findChild<QAction *>("mnuEditCarryOver");
-        QVERIFY(form->findChild<QMenu *>("mnuEdit")->actions().contains(carryOver));
-        carryOver->trigger();
-        QCOMPARE(Holdings(ws, ssLocalEdited, {1, 2, 3}), "1:Änderungen speichern?/2/2 "
-                                                         "2:%1 konnte nicht geöffnet werden/1/2 3:Abbrechen/2/2");
-        const QStringList notices = services->prompts->Notices();
-        QCOMPARE(notices.size(), 1);
-        for (const char *part : {"Carried over 2", "1 (punctuation", "3 (shortcut", "1 with changed words"})
-            QVERIFY2(notices.first().contains(part), qPrintable(notices.first()));
-        QCOMPARE(form->UndoStack()->count(), 2);
-        form->UndoStack()->undo();
-        QCOMPARE(Holdings(ws, ssLocalEdited, {1, 3}), "1:Änderungen speichern?/2/2 3:&Abbrechen/1/2");
-        form->UndoStack()->undo();
-        QCOMPARE(Holdings(ws, ssLocalEdited, {1}), "1:Änderungen speichern./1/2");
-        QVERIFY(!t->Modified());
-    }
-
-    void insertSuggestion_data()
-    {
-        QTest::addColumn<int>("id");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<int>("suggestions");
-        QTest::newRow("Ctrl+1, exact") << 2 << 1 << "Öffnen" << 1;
-        QTest::newRow("Ctrl+1, marker and ellipsis adapted") << 5 << 1 << "&Öffnen…" << 1;
-        QTest::newRow("Ctrl+2 without a second") << 2 << 2 << "" << 1;
-        QTest::newRow("nothing for a new text") << 3 << 1 << "" << 0;
-    }
-    void insertSuggestion()
-    {
-        QFETCH(int, id);
-        QFETCH(int, key);
-        QFETCH(QString, expected);
-        QFETCH(int, suggestions);
-        QTemporaryDir dir;
-        server::WorkspacePtr ws = Strings(kForMemory);
-        auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
-        QString typed = QStringLiteral("(not reached)");
-        int shown = -1;
-        OnModal<QDialog>([&](QDialog *dialog) {
-            auto *list = Find<QTreeWidget>(dialog, "lstSuggestions");
-            auto *box = Find<QPlainTextEdit>(dialog, "rtfTranslate");
-            QTRY_VERIFY(list->topLevelItemCount() > 0);
-            shown = list->topLevelItem(0)->flags() & Qt::ItemIsEnabled ? list->topLevelItemCount() : 0;
-            // Past defect: stacked under the form, the suggestions made the dialog taller than a
-            // laptop's screen (768 lines less a panel and a title bar); they sit beside it.
-            QVERIFY2(dialog->height() <= 700, qPrintable(QString::number(dialog->height())));
-            QTest::keyClick(box, static_cast<Qt::Key>(Qt::Key_0 + key), Qt::ControlModifier);
-            typed = box->toPlainText();
-        });
-        form->EditTranslation(ws->Tables()->Entry(StringId(id), ssLocalEdited));
-        QCOMPARE(shown, suggestions);
-        QCOMPARE(typed, expected);
-    }
-
     // Once its window is up, the editor indexes its workspace for the memory in steps of its own,
     // as many as a workspace larger than one step needs.
     void memoryIndexedInSteps()
@@ -991,57 +663,6 @@ private slots:
         auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
         // A step of no strings indexes nothing: only the editor's own steps can finish it.
         QTRY_VERIFY(form->Memory()->WarmStep(0));
-    }
-
-    // A translation saved joins the memory, by its id, even with no row shown. Pre-translate fills
-    // the rows the filter shows from the memory, unapproved, down to the similarity asked for, as
-    // one step of Undo.
-    void pretranslateAndSave_data()
-    {
-        QTest::addColumn<QString>("filter");
-        QTest::addColumn<QString>("minimum");
-        QTest::addColumn<QString>("filled");
-        QTest::newRow("filtered, exact") << "Open" << "100" << "2:Öffnen 4:Öffnen";
-        QTest::newRow("filtered, down to 97") << "Open" << "97" << "2:Öffnen 4:Öffnen 5:&Öffnen…";
-        QTest::newRow("every row") << "" << "100" << "2:Öffnen 4:Öffnen 6:Schließen";
-    }
-    void pretranslateAndSave()
-    {
-        QFETCH(QString, filter);
-        QFETCH(QString, minimum);
-        QFETCH(QString, filled);
-        QTemporaryDir dir;
-        server::WorkspacePtr ws = Strings(kForMemory);
-        auto form = OpenEditor(ws, ssLocalEdited, dir.filePath(QStringLiteral("memory.sqlite")));
-        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // indexed as opened
-        Translate(*form, 3, QStringLiteral("Drucken"));
-        QCOMPARE(form->Memory()->Lookup(QStringLiteral("Print")).size(), 0);   // not saved yet
-        form->FilterText()->setText(QStringLiteral("no such text"));
-        form->ProcessFileMenuSave(false);
-        const QList<memory::Suggestion> found = form->Memory()->Lookup(QStringLiteral("Print"));
-        QCOMPARE(found.size(), 1);
-        QCOMPARE(found.first().translation, QStringLiteral("Drucken"));
-
-        form->FilterText()->setText(filter);
-        services->prompts->inputAnswers.enqueue(minimum);
-        auto *action = form->findChild<QAction *>(QStringLiteral("mnuEditPretranslate"));
-        QVERIFY(action && action->isVisible() && action->isEnabled());
-        const StringTableSetPtr tables = ws->Tables();
-        const auto texts = [&] {
-            QStringList out;
-            for (StringId id = 2; id <= 6; ++id)
-                if (tables->HasText(id, ssLocalEdited) && !tables->HasStatus(id, ssLocalEdited, sfApproved))
-                    out << QStringLiteral("%1:%2").arg(id).arg(tables->Text(id, ssLocalEdited));
-            return out.join(u' ');
-        };
-        const int steps = form->UndoStack()->count();
-        action->trigger();
-        QCOMPARE(texts(), filled);
-        const QString notice = QStringLiteral("Pre-translated %1 of").arg(filled.count(u':'));
-        QVERIFY(services->prompts->Notices().last().startsWith(notice));
-        QCOMPARE(form->UndoStack()->count(), steps + 1);
-        form->UndoStack()->undo();
-        QCOMPARE(texts(), QString());
     }
 };
 
