@@ -53,7 +53,7 @@ using TranscriptCommand = std::function<bool(const QString &program, const QStri
 
 // Runs a transcript: "$ kvedit ARGUMENTS" lines, each followed by what the run printed (standard
 // error marked "! ", control characters as escapes, a failing exit code as "[exit N]", the usage
-// after a message as "(usage)"); "#" lines say why. The runs share a fresh folder, which they
+// after a message as "(usage)"); "# " lines say why. The runs share a fresh folder, which they
 // start in; {data} is the test data folder. Besides kvedit: "cat FILE" prints a file, "ls" the
 // folder, "mkdir DIR" and "cp FILE COPY" make one. Returns the transcript with what the runs
 // printed now.
@@ -65,7 +65,7 @@ inline QString RunTranscript(const QString &script, const QString &data, const T
     const QString usage = Cli({}).err;
     QString transcript;
     for (const QString &line : script.split(u'\n')) {
-        if (line.startsWith(u'#'))
+        if (line.startsWith(QLatin1String("# ")))
             transcript += line + u'\n';
         if (!line.startsWith(QLatin1String("$ ")))
             continue;
