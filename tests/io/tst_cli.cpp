@@ -7,6 +7,8 @@
 
 #include "server/Workspace.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QtTest>
 
 using namespace kvedit;
@@ -25,6 +27,23 @@ private slots:
         QFETCH(QString, path);
         const QByteArray difference = test::CheckTranscript(path, QStringLiteral(KVEDIT_IO_TEST_DATA));
         QVERIFY2(difference.isEmpty(), difference.constData());
+    }
+
+    // The counts the server states for its demo, which other tests build on, are the ones its
+    // workspace has.
+    void demoCounts()
+    {
+        QTemporaryDir dir;
+        const QString demo = dir.filePath(QStringLiteral("demo.kvw"));
+        server::CreateDemoWorkspace(demo);
+        for (const TableVersion version : {ssLocalEdited, ssLocalDefault}) {
+            const server::DemoStringCounts c = server::DemoCounts(version);
+            const test::CliRun r = Cli({"stats", demo, "--json", "--table", QString::number(int(version))});
+            const QJsonObject o = QJsonDocument::fromJson(r.out.toUtf8()).object();
+            QCOMPARE((QList<int>{o["total"].toInt(), o["translated"].toInt(), o["missing"].toInt(), o["outOfDate"].toInt(),
+                                 o["unapproved"].toInt()}),
+                     (QList<int>{c.total, c.translated, c.missing, c.outOfDate, c.unapproved}));
+        }
     }
 
     void progressOnATerminal()
