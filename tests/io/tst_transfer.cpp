@@ -102,8 +102,10 @@ QStringList States(server::Workspace &ws)
     QStringList out;
     for (int i = 1; i <= set->MaximumCount(); ++i) {
         const StringId id = static_cast<StringId>(i);
-        if (set->IdInUse(id, ssEnglishDefault))
-            out << QString::number(id) + u' ' + StateName(*set, id) + u' ' + set->Text(id, ssLocalDefault);
+        if (!set->IdInUse(id, ssEnglishDefault))
+            continue;
+        const QString text = set->Text(id, ssLocalDefault);
+        out << QString::number(id) + u' ' + StateName(*set, id) + (text.isEmpty() ? QString() : u' ' + text);
     }
     return out;
 }
