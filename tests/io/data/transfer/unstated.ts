@@ -1,0 +1,3 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1"><context><message><source>Sample Editor</source><comment>101</comment><translation>T from TS</translation></message></context></TS>
