@@ -41,7 +41,7 @@ QString CountsText(const checks::Totals &totals)
 
 ImportSnapshot::ImportSnapshot(const server::TableSet &set) : m_maximum(set.MaximumCount())
 {
-    for (const StringSource source : {ssLocalDefault, ssEnglishDefault}) {
+    for (const StringSource source : {ssLocalEdited, ssLocalDefault, ssEnglishDefault}) {
         auto &records = m_records[static_cast<size_t>(source)];
         records.resize(static_cast<size_t>(m_maximum) + 1);
         for (int id = 1; id <= m_maximum; ++id)

@@ -25,8 +25,8 @@ QJsonObject ProblemJson(StringId id, const QString &symbol, const checks::Proble
 // "2 errors and 1 warning"
 QString CountsText(const checks::Totals &totals);
 
-// The records of the English and local defaults before an import, to tell which strings it
-// added or changed.
+// The records of every source an import may write (the English default, the local default and
+// the local edited) before it, to tell which strings it added or changed.
 class ImportSnapshot {
 public:
     explicit ImportSnapshot(const server::TableSet &set);
