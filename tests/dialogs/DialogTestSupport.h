@@ -72,7 +72,7 @@ void OnModal(std::function<void(D *)> work, int attempts = 0)
         static int pictures = 0;
         if (const QString folder = qEnvironmentVariable("KVEDIT_DIALOG_PICTURES"); !folder.isEmpty())
             dialog->grab().save(QStringLiteral("%1/%2-%3.png").arg(folder, QString::number(++pictures),
-                                                                  dialog->metaObject()->className()));
+                                                                  dialog->objectName()));
         work(dialog);
         if (dialog->isVisible())
             dialog->close();
