@@ -168,7 +168,7 @@ private slots:
         QStringList shown;
         for (const QString &text : c.Values(QStringLiteral("text")))
             shown << "text \"" + Visible(text) + '"'
-                  << Visible(CharacterCodeReport(text)).split(QStringLiteral("\u240D\u240A"));   // a line break
+                  << Visible(CharacterCodeReport(text)).split(QStringLiteral("\u240D\u240A"));   // at its CR LF
         c.Compare(shown);
     }
 
