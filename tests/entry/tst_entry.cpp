@@ -20,25 +20,6 @@
 using namespace kvedit;
 using namespace kvedit::test;
 
-namespace {
-
-// Runs action on the editor window once it is visible (polling the top-level widgets: the run is
-// modal, so the test regains control only through the event loop).
-void WhenEditorShown(std::function<void(frmEdit *)> action)
-{
-    QTimer::singleShot(10, [action] {
-        for (QWidget *w : QApplication::topLevelWidgets()) {
-            if (auto *form = qobject_cast<frmEdit *>(w); form && form->isVisible()) {
-                action(form);
-                return;
-            }
-        }
-        WhenEditorShown(action);
-    });
-}
-
-} // namespace
-
 class TestEntry : public QObject {
     Q_OBJECT
 
@@ -51,10 +32,9 @@ private slots:
     {
         QTest::addColumn<QString>("module");
         QTest::addColumn<bool>("save");
-        for (const char *module : {"CGlobals", "CStringTables"}) {
-            QTest::addRow("%s, saved", module) << QString::fromLatin1(module) << true;
-            QTest::addRow("%s, closed unsaved", module) << QString::fromLatin1(module) << false;
-        }
+        for (const char *module : {"CGlobals", "CStringTables"})
+            for (bool save : {true, false})
+                QTest::addRow("%s, %s", module, save ? "saved" : "closed unsaved") << QString(module) << save;
     }
     void translateAndSave()
     {
@@ -74,9 +54,8 @@ private slots:
                                                  e->ParameterDefinitions(), false));
             }
             tables->Save(ssEnglishDefault, false);
-            WhenEditorShown([&](frmEdit *form) {
+            OnModal<frmEdit>([&](frmEdit *form) {
                 modal = form->windowModality() == Qt::ApplicationModal;
-                QVERIFY(QTest::qWaitForWindowActive(form));
                 OnModal<QDialog>([&](QDialog *dialog) {
                     QCOMPARE(dialog->windowTitle(), QStringLiteral("Translate string resource 2"));
                     Find<QPlainTextEdit>(dialog, "rtfTranslate")->setPlainText(QStringLiteral("Ö&ffnen..."));
@@ -88,8 +67,7 @@ private slots:
                 QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, row2);
                 QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, row2);
                 if (save)
-                    form->FileItem(2)->trigger();   // Save as Local Edited
-                form->close();
+                    form->FileItem(2)->trigger();   // Save as Local Edited, before the window is closed
             });
             if (module == QLatin1String("CGlobals"))
                 QCOMPARE(CGlobals().EditStringResources(rfw, ssLocalEdited), save);
@@ -110,33 +88,26 @@ private slots:
                  QStringLiteral("enter %1.EditStringResources leave %1.EditStringResources").arg(module));
     }
 
-    void formThatCannotBeCreatedIsReportedOnce()
-    {
-        TestServices services;
-        setEditorFormFactory([] { return std::unique_ptr<frmEdit>(); });
-        ResourceWorkspacePtr rfw;
-        QCOMPARE(CGlobals().EditStringResources(rfw, ssLocalEdited), false);
-        QCOMPARE(services.reporter->errors.size(), 1);
-        QCOMPARE(services.reporter->errors.first().number, int(errObjectNotSet));
-        QCOMPARE(services.reporter->errors.first().text, QString());
-        QCOMPARE(services.trace->Lines().last(), QStringLiteral("leave CGlobals.EditStringResources"));
-    }
-
     // Each run has a window of its own, unloaded after it: no Find text carries over, not even
-    // past a run without a workspace that was closed at once.
+    // past a run whose window cannot be created (reported once, the run still left, False) and a
+    // run without a workspace whose window was closed before anything activated it.
     void consecutiveRunsShareNothing()
     {
         TestServices services;
         ResourceWorkspacePtr rfw = server::Workspace::CreateInMemory({QStringLiteral("Entry test")});
         QPointer<frmEdit> first;
-        WhenEditorShown([&first](frmEdit *form) {
+        OnModal<frmEdit>([&first](frmEdit *form) {   // closed once done, as every window here
             first = form;
             form->setFindText(QStringLiteral("Text 3"));
-            form->close();
         });
         CGlobals().EditStringResources(rfw, ssEnglishDefault);
         QVERIFY(first.isNull());
-        // A run without a workspace, its window closed before anything activates it.
+        setEditorFormFactory([] { return std::unique_ptr<frmEdit>(); });
+        QVERIFY(!CGlobals().EditStringResources(rfw, ssLocalEdited));
+        QCOMPARE(services.reporter->errors.size(), 1);
+        QCOMPARE(services.reporter->errors.first().number, int(errObjectNotSet));
+        QCOMPARE(services.reporter->errors.first().text, QString());
+        QCOMPARE(services.trace->Lines().last(), QStringLiteral("leave CGlobals.EditStringResources"));
         setEditorFormFactory([] {
             auto form = std::make_unique<frmEdit>();
             QTimer::singleShot(0, form.get(), &QWidget::close);
@@ -146,10 +117,7 @@ private slots:
         QVERIFY(!CGlobals().EditStringResources(none, ssLocalEdited));
         setEditorFormFactory({});
         QString findTextSeen = QStringLiteral("unset");
-        WhenEditorShown([&findTextSeen](frmEdit *form) {
-            findTextSeen = form->FindText();
-            form->close();
-        });
+        OnModal<frmEdit>([&findTextSeen](frmEdit *form) { findTextSeen = form->FindText(); });
         CGlobals().EditStringResources(rfw, ssEnglishDefault);
         QCOMPARE(findTextSeen, QString());
     }

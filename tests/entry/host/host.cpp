@@ -18,18 +18,15 @@ public:
     std::optional<QPoint> HostWindowPosition() const override { return QPoint(40, 30); }
 };
 
-// Closes the editor window once it is visible; returns whether one was seen.
+// Closes the editor window once it is up, modal as it must be; records that it was seen.
 void CloseEditorWhenShown(bool *seen)
 {
     QTimer::singleShot(50, [seen] {
-        for (QWidget *w : QApplication::topLevelWidgets()) {
-            if (w->isVisible() && w->windowTitle().startsWith(QStringLiteral("Manage String Resources: "))) {
-                *seen = true;
-                w->close();
-                return;
-            }
-        }
-        CloseEditorWhenShown(seen);
+        QWidget *window = QApplication::activeModalWidget();
+        if (!window || !window->windowTitle().startsWith(QStringLiteral("Manage String Resources: ")))
+            return CloseEditorWhenShown(seen);
+        *seen = true;
+        window->close();
     });
 }
 
@@ -38,29 +35,17 @@ void CloseEditorWhenShown(bool *seen)
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    bool seenLinked = false;
+    bool seenLinked = false, seenLoaded = false;
     CloseEditorWhenShown(&seenLinked);
     kvedit::ResourceWorkspacePtr rfw = std::make_shared<EmptyWorkspace>();
     const bool saved = kvedit::CGlobals().EditStringResources(rfw, kvedit::ssLocalEdited);
-    if (saved || !seenLinked) {
-        std::fprintf(stderr, "linked entry: saved=%d seen=%d\n", saved, seenLinked);
-        return 1;
-    }
 
     QLibrary lib(QStringLiteral(KVEDIT_LIBRARY_PATH));
-    using EntryFn = int (*)(void *, int);
-    auto entry = reinterpret_cast<EntryFn>(lib.resolve("kvedit_EditStringResources"));
-    if (!entry) {
-        std::fprintf(stderr, "cannot resolve the C entry point: %s\n", qPrintable(lib.errorString()));
-        return 1;
-    }
-    bool seenLoaded = false;
+    const auto entry = reinterpret_cast<int (*)(void *, int)>(lib.resolve("kvedit_EditStringResources"));
     CloseEditorWhenShown(&seenLoaded);
-    EmptyWorkspace workspace;
-    if (entry(&workspace, 3) != 0 || !seenLoaded) {
-        std::fprintf(stderr, "C entry: seen=%d\n", seenLoaded);
-        return 1;
-    }
-    std::puts("host ok");
-    return 0;
+    const int loadedResult = entry ? entry(rfw.get(), 3) : -1;   // the host keeps its workspace
+    const bool ok = !saved && seenLinked && loadedResult == 0 && seenLoaded;
+    std::printf("linked: saved %d, seen %d; C entry: %d, seen %d %s\n%s\n", saved, seenLinked, loadedResult,
+                seenLoaded, entry ? "" : qPrintable(lib.errorString()), ok ? "host ok" : "host failed");
+    return ok ? 0 : 1;
 }
