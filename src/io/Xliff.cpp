@@ -330,9 +330,11 @@ private:
         m_ours = a.value(QLatin1String("tool-id")) == QLatin1String("kvedit");
         if (m_result.sourceLanguageTag.isEmpty())
             m_result.sourceLanguageTag = source;
-        if (m_result.languageTag.isEmpty())
+        if (m_result.languageTag.isEmpty()) {
             m_result.languageTag = target;
-        else if (!target.isEmpty() && target != m_result.languageTag)
+            // A refusal for the file's language points at the <file> that states it.
+            m_result.languageLine = static_cast<int>(m_xml.lineNumber());
+        } else if (!target.isEmpty() && target != m_result.languageTag)
             Note(static_cast<int>(m_xml.lineNumber()),
                  QStringLiteral("this <file> is in %1, the first one in %2").arg(target, m_result.languageTag));
         if (m_files == 1 && started)
