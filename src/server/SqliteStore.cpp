@@ -11,6 +11,8 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -657,8 +659,15 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
 {
     const QString shown = Quoted(path);
     const QFileInfo fileInfo(path);
-    if (path.isEmpty() || !fileInfo.exists())
+    if (path.isEmpty() || !fileInfo.exists()) {
+        // A folder on the way that the user may not enter hides the file as well: say so rather
+        // than send them looking for a file that is there.
+        std::error_code error;
+        std::filesystem::status(std::filesystem::path(QFile::encodeName(path).toStdString()), error);
+        if (!path.isEmpty() && error == std::errc::permission_denied)
+            throw KvError(errFileAccess, QStringLiteral("Workspace file %1 cannot be reached: permission denied").arg(shown));
         throw KvError(errFileNotFound, QStringLiteral("Workspace file %1 was not found").arg(shown));
+    }
     if (!fileInfo.isFile())
         throw KvError(errFileAccess, QStringLiteral("Workspace file %1 is not a file").arg(shown));
 
