@@ -151,8 +151,9 @@ void CDVDataSource::setTableVersion(kvedit::TableVersion version)
 {
     Reporting(kModule, "TableVersion(Let)", [&] {
         d->version = version;
-        d->Attach();
+        // The listeners hear of every version set, one the tables refuse included.
         emit UpdateTitle(version);
+        d->Attach();
         RefreshStringList();
     });
 }
