@@ -141,11 +141,13 @@ struct TableContents {
     // laterTexts brings them (see SqliteStore::Open).
     StringId textsUpTo = kMaxStringId;
     std::future<std::vector<LaterTexts>> laterTexts;
+    size_t laterCount = 0;   // records above textsUpTo when the first read ended
 
     void reset(int maximumCount)
     {
         textsUpTo = kMaxStringId;
         laterTexts = {};
+        laterCount = 0;
         for (SourceTable &t : sources)
             t.reset(maximumCount);
         parameters.clear();

@@ -413,17 +413,15 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
 
     // With texts later, those of ids above the first screen's are left to laterTexts: the query
     // passes over their bytes instead of decoding them. A small file is read at once.
-    StringId upTo = kMaxStringId;
-    if (textsLater) {
+    // The id of the English string at a position, 0 when there are fewer.
+    const auto englishIdAt = [db](int position) {
         Statement nth(db, "SELECT id FROM records WHERE source = 3 ORDER BY id LIMIT 1 OFFSET ?");
-        nth.Bind(1, kStringsReadAtOnce - 1);
-        if (nth.Step()) {
-            Statement first(db, "SELECT id FROM records WHERE source = 3 ORDER BY id LIMIT 1 OFFSET ?");
-            first.Bind(1, kFirstScreenStrings - 1);
-            if (first.Step())
-                upTo = static_cast<StringId>(first.Int(0));
-        }
-    }
+        nth.Bind(1, position);
+        return nth.Step() ? static_cast<StringId>(nth.Int(0)) : StringId(0);
+    };
+    StringId upTo = kMaxStringId;
+    if (textsLater && englishIdAt(kStringsReadAtOnce - 1) != 0)
+        upTo = englishIdAt(kFirstScreenStrings - 1);
 
     // The English default first (the key's order backwards, which costs no sort), so that a
     // translation's description and shortcut character, nearly always the English ones, are
@@ -738,10 +736,11 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
     }
     UseWriteAheadLog(connection.db);
     if (contents.textsUpTo < kMaxStringId) {
-        size_t count = 0;
+        contents.laterCount = 0;
         for (const SourceTable &table : contents.sources)
-            count += static_cast<size_t>(table.countAbove(contents.textsUpTo));
-        contents.laterTexts = std::async(std::launch::async, ReadLaterTexts, path, contents.textsUpTo, info.maximumCount, count);
+            contents.laterCount += static_cast<size_t>(table.countAbove(contents.textsUpTo));
+        contents.laterTexts = std::async(std::launch::async, ReadLaterTexts, path, contents.textsUpTo, info.maximumCount,
+                                         contents.laterCount);
     }
 
     auto store = std::unique_ptr<SqliteStore>(new SqliteStore(path, connection.release()));

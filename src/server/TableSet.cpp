@@ -115,10 +115,7 @@ void TableSet::AllTexts() const
     };
     try {
         std::vector<LaterTexts> texts = data.laterTexts.get();
-        size_t expected = 0;
-        for (const SourceTable &table : data.sources)
-            expected += static_cast<size_t>(table.countAbove(data.textsUpTo));
-        if (texts.size() != expected)
+        if (texts.size() != data.laterCount)
             throw changed();
         for (LaterTexts &t : texts) {
             Record *r = t.source <= ssEnglishDefault ? data.sources[t.source].find(t.id) : nullptr;
