@@ -23,13 +23,13 @@ class QUndoStack;
 class QLabel;
 class QMenu;
 class QStatusBar;
-class QStringMatcher;
 class QToolBar;
 
 Q_DECLARE_LOGGING_CATEGORY(lcEditor)
 
 namespace kvedit {
 
+class TextFinder;
 class CImageList;
 class UCKvDataView;
 
@@ -156,9 +156,9 @@ private:
     QPoint InputPosition() const;
     void ShowIdAfterRefresh(qint32 id);
     bool RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
-                      const QString &findText, const QStringMatcher *finder);
+                      const QString &findText, const TextFinder *finder);
     bool TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
-                     const QStringMatcher *finder);
+                     const TextFinder *finder);
     void RunScan(Scan scan, const QString &findText, const QString &doneMessage);
 
     // Added to the window beside its specified parts.

@@ -7,7 +7,7 @@
 #include "services/ErrorContext.h"
 #include "services/Services.h"
 
-#include <QStringMatcher>
+#include "services/TextFinder.h"
 
 #include <algorithm>
 #include <optional>
@@ -107,11 +107,11 @@ void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMes
     // unit at a time and contains() one character at a time; they differ only on letters outside
     // the Basic Multilingual Plane, which fold only to each other, so for a search text without
     // surrogates both find the same, and a search text with them keeps contains().
-    std::optional<QStringMatcher> matcher;
+    std::optional<TextFinder> matcher;
     if ((scan == Scan::Text || scan == Scan::NextText)
         && std::none_of(findText.cbegin(), findText.cend(), [](QChar c) { return c.isSurrogate(); }))
-        matcher.emplace(findText, Qt::CaseInsensitive);
-    const QStringMatcher *finder = matcher ? &*matcher : nullptr;
+        matcher.emplace(findText);
+    const TextFinder *finder = matcher ? &*matcher : nullptr;
 
     qint32 row = start;
     qint32 found = 0;
@@ -134,7 +134,7 @@ void frmEdit::RunScan(Scan scan, const QString &findText, const QString &doneMes
 }
 
 bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id, TableVersion version,
-                           const QString &findText, const QStringMatcher *finder)
+                           const QString &findText, const TextFinder *finder)
 {
     switch (scan) {
     case Scan::Text:
@@ -160,13 +160,13 @@ bool frmEdit::RowQualifies(const StringTableSet &tables, Scan scan, StringId id,
 }
 
 bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSource source, const QString &findText,
-                          const QStringMatcher *finder)
+                          const TextFinder *finder)
 {
     // An entry is tested only when HasText reports a text. Asking that costs a second lookup, so
     // it is asked only of a text that matches, which a pass meets rarely: the answer is the same.
     const QString text = tables.Text(id, source);
     const auto contains = [&](const QString &t) {
-        return finder ? finder->indexIn(t) >= 0 : t.contains(findText, Qt::CaseInsensitive);
+        return finder ? finder->FoundIn(t) : t.contains(findText, Qt::CaseInsensitive);
     };
     // Cleaning the shortcut marker changes only a text that has an '&', and whether the entry
     // allows a shortcut matters only when the cleaned text answers differently from the text as

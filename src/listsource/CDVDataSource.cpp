@@ -3,12 +3,12 @@
 #include "common/basGlobals.h"
 #include "services/ErrorContext.h"
 #include "services/Services.h"
+#include "services/TextFinder.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
-#include <QStringMatcher>
 #include <QWidget>
 
 #include <algorithm>
@@ -59,9 +59,22 @@ public:
     StringStates states;
     std::unique_ptr<checks::TableChecker> checker;
     ListFilter filter;
-    QStringMatcher finder;   // the filter's text, its skip table built once per filter
+    TextFinder finder;   // the filter's text, prepared once per filter
     bool findsIds = false;       // the text could be part of an id (digits only)
     bool findsSymbols = false;   // ... or of a symbol (an identifier's characters only)
+    // The filter's text test, made once per filter: the tables hand each value to it.
+    StringTableSet::TextTest contains = [this](QStringView text) { return Contains(text); };
+
+    bool Contains(QStringView text) const
+    {
+        if (finder.FoundIn(text))
+            return true;
+        // Cleaned as Find cleans a caption, so "Open" finds "&Open"; a text without the first
+        // letter looked for is spared the cleaning.
+        return text.contains(u'&') && text.contains(filter.text.front(), Qt::CaseInsensitive)
+               && finder.FoundIn(CleanAccessMarkers(text.toString()));
+    }
+    bool Matches(const StringTableSet *tables, qint32 id);
 
     TextServerPtr Server() const { return workspace ? workspace->TextServer() : nullptr; }
     StringTableSetPtr Tables() const
@@ -203,7 +216,7 @@ void CDVDataSource::RefreshStringList()
             int kept = 0;
             for (int position = 1; position <= list.Count(); ++position) {
                 const qint32 id = list.Value(position);
-                if (Matches(id))
+                if (d->Matches(tables.get(), id))
                     list.setValue(++kept, id);
             }
             list.setCount(kept);
@@ -252,7 +265,6 @@ void CDVDataSource::setFilter(const ListFilter &filter)
 {
     d->filter = filter;
     d->finder.setPattern(filter.text);
-    d->finder.setCaseSensitivity(Qt::CaseInsensitive);
     // Ids and symbols are asked only where the text could be part of one: most filter texts
     // are words, and the pass stays within what typing allows.
     const auto all = [&](auto test) { return !filter.text.isEmpty() && std::all_of(filter.text.cbegin(), filter.text.cend(), test); };
@@ -262,32 +274,31 @@ void CDVDataSource::setFilter(const ListFilter &filter)
 
 bool CDVDataSource::Matches(qint32 id) const
 {
+    const StringTableSetPtr tables = d->Tables();
+    return d->Matches(tables.get(), id);
+}
+
+bool CDVDataSource::Private::Matches(const StringTableSet *tables, qint32 id)
+{
     if (id <= 0 || id > kMaxStringId)
         return false;
     const auto stringId = static_cast<StringId>(id);
-    d->Ready();
-    if (!d->states.Matches(stringId, d->filter.state))
+    Ready();
+    if (!states.Matches(stringId, filter.state))
         return false;
-    if (d->filter.state == StateFilter::HasProblems && d->TotalsOf(id).strings == 0)
+    if (filter.state == StateFilter::HasProblems && TotalsOf(id).strings == 0)
         return false;
-    const QString &needle = d->filter.text;
+    const QString &needle = filter.text;
     if (needle.isEmpty())
         return true;
-    const StringTableSetPtr tables = d->Tables();
     if (!tables)
         return false;
-    const auto contains = [&](const QString &text) {
-        if (d->finder.indexIn(text) >= 0)
-            return true;
-        // Cleaned as Find cleans a caption, so "Open" finds "&Open"; a text without the first
-        // letter looked for is spared the cleaning.
-        return text.contains(u'&') && text.contains(needle.front(), Qt::CaseInsensitive)
-               && d->finder.indexIn(CleanAccessMarkers(text)) >= 0;
-    };
-    return (d->findsIds && QString::number(id).contains(needle)) || (d->findsSymbols && contains(tables->Symbol(stringId)))
-           || contains(tables->Text(stringId, ssEnglishDefault))
-           || (d->version != ssEnglishDefault && contains(tables->Text(stringId, d->version)))
-           || contains(tables->Description(stringId, ssEnglishDefault));
+    using Field = StringTableSet::TextField;
+    return (findsIds && QString::number(id).contains(needle))
+           || (findsSymbols && tables->TestText(stringId, ssEnglishDefault, Field::Symbol, contains))
+           || tables->TestText(stringId, ssEnglishDefault, Field::Text, contains)
+           || (version != ssEnglishDefault && tables->TestText(stringId, version, Field::Text, contains))
+           || tables->TestText(stringId, ssEnglishDefault, Field::Description, contains);
 }
 
 int CDVDataSource::RowSign(qint32 lngEntry)

@@ -15,6 +15,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -221,6 +222,22 @@ public:
         Q_UNUSED(id)
         Q_UNUSED(revision)
         return std::nullopt;
+    }
+    // Which answer TestText hands to its test: Text's, Description's or Symbol's (which takes
+    // no source).
+    enum class TextField { Text, Description, Symbol };
+    using TextTest = std::function<bool(QStringView)>;
+    // The test's verdict on what Text, Description or Symbol answers for an id. A pass over every
+    // string (the list's filter) asks this instead, so that a server holding the values can lend
+    // them rather than copy each; the view given lives only for the call.
+    virtual bool TestText(StringId id, kvedit::StringSource source, TextField field, const TextTest &test) const
+    {
+        switch (field) {
+        case TextField::Text: return test(Text(id, source));
+        case TextField::Description: return test(Description(id, source));
+        case TextField::Symbol: return test(Symbol(id));
+        }
+        return false;
     }
 };
 

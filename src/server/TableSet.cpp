@@ -228,6 +228,23 @@ QString TableSet::Description(StringId id, kvedit::StringSource source) const
     return english ? english->description : QString();
 }
 
+bool TableSet::TestText(StringId id, kvedit::StringSource source, TextField field, const TextTest &test) const
+{
+    // The answers of Text, Description and Symbol, read where they are kept.
+    if (field == TextField::Symbol) {
+        CheckId(id);
+        const auto symbol = m_data.symbols.constFind(id);
+        return test(symbol != m_data.symbols.cend() ? QStringView(*symbol) : QStringView());
+    }
+    Texts(id);
+    const Record *r = Resolve(id, source);
+    if (field == TextField::Text)
+        return test(r && r->hasText ? QStringView(r->text) : QStringView());
+    if (!r && source != ssEnglishDefault)
+        r = m_data.sources[ssEnglishDefault].find(id);
+    return test(r ? QStringView(r->description) : QStringView());
+}
+
 int TableSet::TextOrigin(StringId id, kvedit::StringSource source) const
 {
     int from = -1;

@@ -49,6 +49,7 @@ public:
     void SetDisabledCheckRules(const QStringList &ruleIds) override;   // an edit
     EntryValues Values(StringId id, kvedit::StringSource source) const override;
     std::optional<EntryValues> EnglishAt(StringId id, qint16 revision) const override;
+    bool TestText(StringId id, kvedit::StringSource source, TextField field, const TextTest &test) const override;
 
     // Beyond the editor's interface: record-level access for importers and tools.
     int MaximumCount() const { return m_maximumCount; }

@@ -58,6 +58,14 @@ QString Shown(const TableSet &set, StringId id, StringSource s)
     if (e->Text() != text || e->Status(sfApproved) != set.HasStatus(id, s, sfApproved) || e->StringSource() != s
         || set.Values(id, s) != set.StringTableSet::Values(id, s))
         shown += QLatin1String(", but its entry differs");
+    // What the set lends a pass's test must be what its queries answer.
+    using Field = StringTableSet::TextField;
+    for (const Field field : {Field::Text, Field::Description, Field::Symbol}) {
+        QString lent;
+        set.TestText(id, s, field, [&lent](QStringView v) { lent = v.toString(); return true; });
+        set.StringTableSet::TestText(id, s, field, [&lent](QStringView v) { return v == lent; })
+            || (shown += QStringLiteral(", but it lends another value (%1)").arg(int(field)), true);
+    }
     return shown;
 }
 

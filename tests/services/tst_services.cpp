@@ -2,6 +2,7 @@
 // machine's defaults, the icon, and the Qt prompts driven as real boxes.
 
 #include "services/Services.h"
+#include "services/TextFinder.h"
 
 #include "TestServices.h"
 
@@ -9,7 +10,9 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QStringMatcher>
 #include <QTest>
 #include <QTimer>
 
@@ -160,6 +163,52 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, clean);
         QCOMPARE(CleanAccessMarkers(text), clean);
+    }
+
+    void textFinder_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("found");
+        QTest::newRow("letters without case") << "open FILE" << "Could not Open file x" << true;
+        QTest::newRow("other characters exactly") << "a-b" << "A_B a=b" << false;
+        QTest::newRow("case bit on a non-letter") << "@" << "`" << false;   // '@' | 0x20 is '`'
+        QTest::newRow("first of many starts") << "ab" << "ab" << true;
+        QTest::newRow("last start after a block") << "xyz" << "0123456789abcdefxyz" << true;
+        QTest::newRow("spans a block") << "89ab" << "0123456789abcdef" << true;
+        QTest::newRow("first and last match only") << "aXb" << "aYb aZb azzzzzzzzzb" << false;
+        QTest::newRow("text shorter") << "abcd" << "abc" << false;
+        QTest::newRow("kelvin sign folds to k") << "ok" << QStringLiteral("O\u212A") << true;
+        QTest::newRow("long s folds to s") << "sum" << QStringLiteral("\u017Fum") << true;
+        QTest::newRow("outside ASCII") << QStringLiteral("stra\u00DFe") << QStringLiteral("STRA\u00DFE") << true;
+        QTest::newRow("ASCII pattern, non-ASCII text") << "e" << QStringLiteral("\u00E9\u00C9") << false;
+    }
+    void textFinder()
+    {
+        QFETCH(QString, pattern);
+        QFETCH(QString, text);
+        QFETCH(bool, found);
+        QCOMPARE(TextFinder(pattern).FoundIn(text), found);
+    }
+
+    // Against QStringMatcher on texts of every length around the eight-character blocks, from a
+    // small alphabet so that partial matches are common.
+    void textFinderAgreesWithQStringMatcher()
+    {
+        QRandomGenerator random(7);
+        const QString alphabet = QStringLiteral("aAbB&-k\u212A\u00E9");
+        const auto pick = [&](int length) {
+            QString s;
+            for (int i = 0; i < length; ++i)
+                s += alphabet.at(random.bounded(alphabet.size()));
+            return s;
+        };
+        for (int round = 0; round < 4000; ++round) {
+            const QString pattern = pick(1 + random.bounded(4));
+            const QString text = pick(random.bounded(40));
+            const bool expected = QStringMatcher(pattern, Qt::CaseInsensitive).indexIn(text) >= 0;
+            QVERIFY2(TextFinder(pattern).FoundIn(text) == expected, qPrintable(pattern + QLatin1String(" in ") + text));
+        }
     }
 
     void twipsToPixels()
