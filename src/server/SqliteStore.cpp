@@ -374,8 +374,54 @@ private:
 constexpr int kStringsReadAtOnce = 4096;
 constexpr int kFirstScreenStrings = 512;
 
-void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, TableContents &contents, bool textsLater)
+// The per-string values kept beside the records: parameter definitions, symbols and where
+// another tool's file had a string.
+struct Extras {
+    QHash<StringId, ParameterList> parameters;
+    QHash<StringId, QString> symbols;
+    QHash<StringId, ExchangeOrigin> origins;
+};
+
+Extras ReadExtras(sqlite3 *db, int schema, int maximumCount)
 {
+    Extras extras;
+    Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
+    while (parameters.Step()) {
+        const int id = parameters.Int(0);
+        if (id < 1 || id > maximumCount)
+            continue;
+        const int number = parameters.Int(1);
+        extras.parameters[static_cast<StringId>(id)].append(
+            ParameterDefinition(number, parameters.Text(2), QLatin1Char('%') + QString::number(number)));
+    }
+    // A workspace with symbols has one for nearly every string: room for them all up front
+    // rather than the table growing step by step.
+    Statement count(db, "SELECT count(*) FROM symbols");
+    extras.symbols.reserve(count.Step() ? count.Int(0) : 0);
+    Statement symbols(db, "SELECT id, symbol FROM symbols");
+    while (symbols.Step()) {
+        const int id = symbols.Int(0);
+        const QString symbol = symbols.Text(1);
+        if (id >= 1 && id <= maximumCount && !symbol.isEmpty())
+            extras.symbols.insert(static_cast<StringId>(id), symbol);
+    }
+    if (schema < 2)
+        return extras;
+    Statement origins(db, "SELECT id, original, unit, source_markup, target_markup, target_state, state_qualifier "
+                          "FROM exchange_origins");
+    while (origins.Step()) {
+        const int id = origins.Int(0);
+        ExchangeOrigin o{origins.Text(1), origins.Text(2), origins.Text(3), origins.Text(4), origins.Text(5),
+                         origins.Text(6)};
+        if (id >= 1 && id <= maximumCount && !o.isEmpty())
+            extras.origins.insert(static_cast<StringId>(id), std::move(o));
+    }
+    return extras;
+}
+
+void Load(sqlite3 *db, const QString &path, int schema, WorkspaceInfo &info, TableContents &contents, bool textsLater)
+{
+    const QString shown = Quoted(path);
     sqlite3_limit(db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
     CheckSchema(db, shown, schema);
     const StepBound bound(db);
@@ -422,6 +468,20 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
     StringId upTo = kMaxStringId;
     if (textsLater && englishIdAt(kStringsReadAtOnce - 1) != 0)
         upTo = englishIdAt(kFirstScreenStrings - 1);
+    // A large file's per-string values are read on a connection of their own while this one
+    // reads the records: they are a fifth of the reading, and the rest of the start leaves a
+    // core free for them.
+    std::future<Extras> extrasBeside;
+    if (upTo < kMaxStringId) {
+        extrasBeside = std::async(std::launch::async, [path, schema, maximumCount = info.maximumCount] {
+            Connection beside;
+            beside.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
+            sqlite3_limit(beside.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
+            const StepBound bound(beside.db);
+            const MapWhileReading map(beside.db);
+            return ReadExtras(beside.db, schema, maximumCount);
+        });
+    }
 
     // The English default first (the key's order backwards, which costs no sort), so that a
     // translation's description and shortcut character, nearly always the English ones, are
@@ -453,33 +513,10 @@ void Load(sqlite3 *db, const QString &shown, int schema, WorkspaceInfo &info, Ta
     }
     contents.textsUpTo = upTo;
 
-    Statement parameters(db, "SELECT id, number, description FROM parameters ORDER BY id, position");
-    while (parameters.Step()) {
-        const int id = parameters.Int(0);
-        if (id < 1 || id > info.maximumCount)
-            continue;
-        const int number = parameters.Int(1);
-        contents.parameters[static_cast<StringId>(id)].append(
-            ParameterDefinition(number, parameters.Text(2), QLatin1Char('%') + QString::number(number)));
-    }
-    Statement symbols(db, "SELECT id, symbol FROM symbols");
-    while (symbols.Step()) {
-        const int id = symbols.Int(0);
-        const QString symbol = symbols.Text(1);
-        if (id >= 1 && id <= info.maximumCount && !symbol.isEmpty())
-            contents.symbols.insert(static_cast<StringId>(id), symbol);
-    }
-    if (schema < 2)
-        return;
-    Statement origins(db, "SELECT id, original, unit, source_markup, target_markup, target_state, state_qualifier "
-                          "FROM exchange_origins");
-    while (origins.Step()) {
-        const int id = origins.Int(0);
-        ExchangeOrigin o{origins.Text(1), origins.Text(2), origins.Text(3), origins.Text(4), origins.Text(5),
-                         origins.Text(6)};
-        if (id >= 1 && id <= info.maximumCount && !o.isEmpty())
-            contents.origins.insert(static_cast<StringId>(id), std::move(o));
-    }
+    Extras extras = extrasBeside.valid() ? extrasBeside.get() : ReadExtras(db, schema, info.maximumCount);
+    contents.parameters = std::move(extras.parameters);
+    contents.symbols = std::move(extras.symbols);
+    contents.origins = std::move(extras.origins);
 }
 
 // Whether this process may write the file and make the -wal and -shm files beside it.
@@ -661,7 +698,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
         // A folder on the way that the user may not enter hides the file as well: say so rather
         // than send them looking for a file that is there.
         std::error_code error;
-        std::filesystem::status(std::filesystem::path(QFile::encodeName(path).toStdString()), error);
+        static_cast<void>(std::filesystem::status(std::filesystem::path(QFile::encodeName(path).toStdString()), error));
         if (!path.isEmpty() && error == std::errc::permission_denied)
             throw KvError(errFileAccess, QStringLiteral("Workspace file %1 cannot be reached: permission denied").arg(shown));
         throw KvError(errFileNotFound, QStringLiteral("Workspace file %1 was not found").arg(shown));
@@ -730,7 +767,7 @@ std::unique_ptr<SqliteStore> SqliteStore::Open(const QString &path, TableContent
             }
             qCInfo(lcServer) << "opening" << path << "read-only";
         }
-        Load(connection.db, shown, schema, info, contents, textsLater);
+        Load(connection.db, path, schema, info, contents, textsLater);
     } catch (const SqliteFailure &f) {
         throw KvError(OpenErrorNumber(f.code), OpenFailure(shown, f));
     }
