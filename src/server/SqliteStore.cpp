@@ -374,6 +374,67 @@ private:
 constexpr int kStringsReadAtOnce = 4096;
 constexpr int kFirstScreenStrings = 512;
 
+enum class RecordRange { All, English, Translations };
+
+// Reads the records of a range into their sources; the texts, descriptions and shortcut
+// characters of ids above upTo are left for later. Read whole, the English default comes first
+// (the key's order backwards, which costs no sort), so that a translation's description and
+// shortcut character, nearly always the English ones, are shared with them instead of held twice.
+void ReadRecords(sqlite3 *db, RecordRange range, StringId upTo, const QString &shown, int maximumCount,
+                 TableContents &contents)
+{
+    const QByteArray sql = QByteArray("SELECT source, id, text IS NOT NULL, CASE WHEN id <= ?1 THEN text END, "
+                                      "CASE WHEN id <= ?1 THEN description END, properties, "
+                                      "CASE WHEN id <= ?1 THEN shortcut_character END, shortcut_mode, revision, "
+                                      "status FROM records")
+                           + (range == RecordRange::English        ? " WHERE source = 3"
+                              : range == RecordRange::Translations ? " WHERE source < 3"
+                                                                   : "")
+                           + " ORDER BY source DESC, id DESC";
+    Statement records(db, sql.constData());
+    records.Bind(1, upTo);
+    // Reading the translations beside the English strings, their table is not to be looked at.
+    const SourceTable *english = range == RecordRange::All ? &contents.sources[ssEnglishDefault] : nullptr;
+    while (records.Step()) {
+        const int source = records.Int(0);
+        const int id = records.Int(1);
+        if (source < 0 || source > 3 || id < 1 || id > maximumCount)
+            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
+                                          .arg(shown).arg(source).arg(id));
+        const Record *same = english && source != ssEnglishDefault ? english->find(id) : nullptr;
+        Record r;
+        r.hasText = records.Int(2) != 0;
+        if (r.hasText)
+            r.text = records.Text(3);
+        r.description = same ? records.Text(4, same->description) : records.Text(4);
+        r.properties = PropertiesOf(records.Int(5));
+        r.shortcutCharacter = same ? records.Text(6, same->shortcutCharacter) : records.Text(6);
+        r.shortcutMode = ShortcutModeOf(records.Int(7));
+        r.revision = static_cast<qint16>(records.Int(8));
+        r.status = records.Int(9);
+        contents.sources[source].put(id, std::move(r));
+    }
+}
+
+// After a split read: the translations' descriptions and shortcut characters read so far (those
+// up to upTo) shared with the English ones they equal, as a whole read shares them.
+void ShareWithEnglish(TableContents &contents, StringId upTo)
+{
+    const SourceTable &english = contents.sources[ssEnglishDefault];
+    for (int source = ssLocalEdited; source < ssEnglishDefault; ++source) {
+        for (int id = 1; id <= upTo; ++id) {
+            Record *r = contents.sources[source].find(id);
+            const Record *same = r ? english.find(id) : nullptr;
+            if (!same)
+                continue;
+            if (r->description == same->description)
+                r->description = same->description;
+            if (r->shortcutCharacter == same->shortcutCharacter)
+                r->shortcutCharacter = same->shortcutCharacter;
+        }
+    }
+}
+
 // The per-string values kept beside the records: parameter definitions, symbols and where
 // another tool's file had a string.
 struct Extras {
@@ -483,33 +544,23 @@ void Load(sqlite3 *db, const QString &path, int schema, WorkspaceInfo &info, Tab
         });
     }
 
-    // The English default first (the key's order backwards, which costs no sort), so that a
-    // translation's description and shortcut character, nearly always the English ones, are
-    // shared with them instead of held twice.
-    Statement records(db, "SELECT source, id, text IS NOT NULL, CASE WHEN id <= ?1 THEN text END, "
-                          "CASE WHEN id <= ?1 THEN description END, properties, "
-                          "CASE WHEN id <= ?1 THEN shortcut_character END, shortcut_mode, revision, status "
-                          "FROM records ORDER BY source DESC, id DESC");
-    records.Bind(1, upTo);
-    const SourceTable &english = contents.sources[ssEnglishDefault];
-    while (records.Step()) {
-        const int source = records.Int(0);
-        const int id = records.Int(1);
-        if (source < 0 || source > 3 || id < 1 || id > info.maximumCount)
-            throw KvError(errStorage, QStringLiteral("Workspace file %1 is damaged: a record has source %2 and id %3")
-                                          .arg(shown).arg(source).arg(id));
-        const Record *same = source != ssEnglishDefault ? english.find(id) : nullptr;
-        Record r;
-        r.hasText = records.Int(2) != 0;
-        if (r.hasText)
-            r.text = records.Text(3);
-        r.description = same ? records.Text(4, same->description) : records.Text(4);
-        r.properties = PropertiesOf(records.Int(5));
-        r.shortcutCharacter = same ? records.Text(6, same->shortcutCharacter) : records.Text(6);
-        r.shortcutMode = ShortcutModeOf(records.Int(7));
-        r.revision = static_cast<qint16>(records.Int(8));
-        r.status = records.Int(9);
-        contents.sources[source].put(id, std::move(r));
+    // A large file's translations are read on a connection of their own while this one reads
+    // the English strings: the window being built leaves a core free while the file is read.
+    std::future<void> translations;
+    if (upTo < kMaxStringId) {
+        translations = std::async(std::launch::async, [&path, &shown, upTo, &info, &contents] {
+            Connection beside;
+            beside.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
+            sqlite3_limit(beside.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
+            const StepBound bound(beside.db);
+            const MapWhileReading map(beside.db);
+            ReadRecords(beside.db, RecordRange::Translations, upTo, shown, info.maximumCount, contents);
+        });
+        ReadRecords(db, RecordRange::English, upTo, shown, info.maximumCount, contents);
+        translations.get();
+        ShareWithEnglish(contents, upTo);
+    } else {
+        ReadRecords(db, RecordRange::All, upTo, shown, info.maximumCount, contents);
     }
     contents.textsUpTo = upTo;
 
