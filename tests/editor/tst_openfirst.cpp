@@ -26,10 +26,20 @@ namespace {
 
 constexpr int kStrings = 32767;
 
-// Every value of every record, hashed, to compare two files' contents.
+// Every value of every record and every string's symbol, parameters and origin, hashed, to
+// compare two files' contents.
 QByteArray Contents(server::TableSet &set)
 {
     QCryptographicHash hash(QCryptographicHash::Sha1);
+    for (int id = 1; id <= set.MaximumCount(); ++id) {
+        const auto stringId = static_cast<StringId>(id);
+        QString values = set.Symbol(stringId);
+        for (const ParameterDefinition &p : set.Parameters(stringId))
+            values += QStringLiteral(" %1=%2").arg(p.Id()).arg(p.Description());
+        const server::ExchangeOrigin o = set.Origin(stringId);
+        values += QStringList{o.original, o.unit, o.sourceMarkup, o.targetMarkup, o.targetState, o.stateQualifier}.join(u'/');
+        hash.addData((values + u'|').toUtf8());
+    }
     for (int source = ssLocalEdited; source <= ssEnglishDefault; ++source)
         for (int id = 1; id <= set.MaximumCount(); ++id)
             if (const std::optional<server::Record> r = set.RecordOf(static_cast<StringId>(id), static_cast<StringSource>(source)))
@@ -97,6 +107,8 @@ private:
             const checks::Totals totals = source->Checks()->Count();
             return QStringLiteral("%1 %2 %3 %4").arg(source->RecordNumberToId(form.DataView()->CurrentRecord())).arg(totals.strings).arg(totals.errors).arg(totals.warnings);
         }
+        if (command == QLatin1String("values"))
+            return QString::fromLatin1(Contents(*workspace.Set()).toHex());
         if (command == QLatin1String("export")) {
             const QString file = m_dir.filePath(QStringLiteral("export%1.xlf").arg(m_copies));
             io::ExportFile(workspace, file, {});
@@ -127,7 +139,7 @@ private slots:
     void rightAfterThePaint_data()
     {
         QTest::addColumn<QString>("command");
-        for (const char *command : {"find", "filter", "checks", "export", "save"})
+        for (const char *command : {"values", "find", "filter", "checks", "export", "save"})
             QTest::newRow(command) << QString::fromLatin1(command);
     }
     void rightAfterThePaint()
