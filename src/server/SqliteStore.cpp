@@ -369,6 +369,25 @@ private:
     sqlite3 *m_db;
 };
 
+// A read-only connection of its own, for reading beside the first one while a file is opened:
+// bound and mapped as the first one is while it reads.
+class ConnectionBeside {
+public:
+    explicit ConnectionBeside(const QString &path)
+    {
+        m_connection.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
+        sqlite3_limit(m_connection.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
+        m_bound.emplace(m_connection.db);
+        m_map.emplace(m_connection.db);
+    }
+    sqlite3 *db() const { return m_connection.db; }
+
+private:
+    Connection m_connection;   // closed last
+    std::optional<StepBound> m_bound;
+    std::optional<MapWhileReading> m_map;
+};
+
 // With texts later: a file of fewer English strings than this is read at once, a larger one
 // with the texts of this many first strings (more than a screen shows, with their neighbours).
 constexpr int kStringsReadAtOnce = 4096;
@@ -535,12 +554,8 @@ void Load(sqlite3 *db, const QString &path, int schema, WorkspaceInfo &info, Tab
     std::future<Extras> extrasBeside;
     if (upTo < kMaxStringId) {
         extrasBeside = std::async(std::launch::async, [path, schema, maximumCount = info.maximumCount] {
-            Connection beside;
-            beside.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
-            sqlite3_limit(beside.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
-            const StepBound bound(beside.db);
-            const MapWhileReading map(beside.db);
-            return ReadExtras(beside.db, schema, maximumCount);
+            const ConnectionBeside beside(path);
+            return ReadExtras(beside.db(), schema, maximumCount);
         });
     }
 
@@ -549,12 +564,8 @@ void Load(sqlite3 *db, const QString &path, int schema, WorkspaceInfo &info, Tab
     std::future<void> translations;
     if (upTo < kMaxStringId) {
         translations = std::async(std::launch::async, [&path, &shown, upTo, &info, &contents] {
-            Connection beside;
-            beside.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
-            sqlite3_limit(beside.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
-            const StepBound bound(beside.db);
-            const MapWhileReading map(beside.db);
-            ReadRecords(beside.db, RecordRange::Translations, upTo, shown, info.maximumCount, contents);
+            const ConnectionBeside beside(path);
+            ReadRecords(beside.db(), RecordRange::Translations, upTo, shown, info.maximumCount, contents);
         });
         ReadRecords(db, RecordRange::English, upTo, shown, info.maximumCount, contents);
         translations.get();
@@ -629,13 +640,9 @@ std::vector<LaterTexts> ReadLaterTexts(const QString &path, StringId upTo, int m
 {
     const QString shown = Quoted(path);
     try {
-        Connection connection;
-        connection.db = OpenDatabase(path, SQLITE_OPEN_READONLY);
-        sqlite3_limit(connection.db, SQLITE_LIMIT_LENGTH, kMaxValueBytes);
-        const StepBound bound(connection.db);
-        const MapWhileReading map(connection.db);
-        Statement records(connection.db, "SELECT source, id, revision, text, description, shortcut_character "
-                                         "FROM records WHERE id > ? ORDER BY source DESC, id DESC");
+        const ConnectionBeside connection(path);
+        Statement records(connection.db(), "SELECT source, id, revision, text, description, shortcut_character "
+                                           "FROM records WHERE id > ? ORDER BY source DESC, id DESC");
         records.Bind(1, upTo);
         std::vector<LaterTexts> texts;
         texts.reserve(count);
