@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <future>
 #include <optional>
 #include <vector>
@@ -95,6 +96,13 @@ public:
         else
             erase(id);
     }
+    void set(int id, const Record *record)
+    {
+        if (record)
+            put(id, *record);
+        else
+            erase(id);
+    }
     Record *find(int id)
     {
         const qint32 slot = m_slots[static_cast<size_t>(id)];
@@ -157,13 +165,15 @@ struct TableContents {
     }
 };
 
-// What one Save writes: only the records and per-string values that were edited.
+// What one Save writes: only the records and per-string values that were edited. A record
+// change refers to the working record instead of copying it, so saving every string of a table
+// costs no second copy of the table; the referred records must not change until it is written.
 struct ChangeSet {
     struct RecordChange {
         StringSource source;
         StringId id;
-        std::optional<Record> record;   // nullopt deletes the record
         bool replacesSaved = true;      // false: the file holds no record there to keep as history
+        const Record *record = nullptr; // nullptr deletes the record
     };
     struct ParameterChange {
         StringId id;
@@ -174,6 +184,9 @@ struct ChangeSet {
         QString symbol;                  // empty removes it
     };
     std::vector<RecordChange> records;
+    // Values that exist only for this save (a promoted English text's new revision); a deque,
+    // so the changes' pointers to them stay valid while more are added.
+    std::deque<Record> values;
     std::vector<ParameterChange> parameters;
     struct OriginChange {
         StringId id;
