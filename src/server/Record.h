@@ -17,10 +17,31 @@
 
 namespace kvedit::server {
 
+// A shortcut character in four bytes instead of a string's twenty-four, since every record of
+// every source holds one: a single character (a surrogate pair included) is kept as its code;
+// anything longer, which only another tool's file brings, is kept once per process in a shared
+// list and held as its index there. Reads and writes as the QString it stands for.
+class CompactCharacter {
+public:
+    CompactCharacter() = default;
+    CompactCharacter(const QString &text) { *this = text; }
+    CompactCharacter &operator=(const QString &text);
+    operator QString() const;
+
+    bool isEmpty() const { return m_value == 0; }
+    // Equal texts have equal values: the code of one character is unique, and so is the index
+    // of a longer text in the shared list.
+    bool operator==(const CompactCharacter &other) const { return m_value == other.m_value; }
+    friend bool operator==(const CompactCharacter &a, const QString &b) { return QString(a) == b; }
+
+private:
+    quint32 m_value = 0;   // 0: none; kCode | a code; kListed | an index in the shared list
+};
+
 struct Record {
     QString text;                  // meaningful only when hasText
     QString description;
-    QString shortcutCharacter;     // empty for none
+    CompactCharacter shortcutCharacter;   // empty for none
     qint16 revision = 0;
     quint8 properties = 0;         // TextProperty flags
     quint8 shortcutMode = 0;       // 0..4
@@ -29,6 +50,8 @@ struct Record {
 
     bool operator==(const Record &) const = default;
 };
+// The pools hold a record per string and source, so every byte here counts once per string and source.
+static_assert(sizeof(Record) <= 64);
 
 using ParameterList = QList<ParameterDefinition>;
 
