@@ -258,7 +258,7 @@ WorkspaceCounts CreateSyntheticWorkspace(const QString &path, int strings, Trans
             // hand keeps that setting.
             const bool byHand = source.shortcutCharacter != english.shortcutCharacter
                                 || source.shortcutMode != english.shortcutMode;
-            t.shortcutCharacter = byHand ? source.shortcutCharacter : german.shortcutCharacter;
+            t.shortcutCharacter = byHand ? QString(source.shortcutCharacter) : german.shortcutCharacter;
             t.shortcutMode = byHand ? source.shortcutMode : german.shortcutMode;
             t.revision = source.revision;
             t.status = sfApproved;

@@ -1,6 +1,7 @@
 #include "checks/TableChecker.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace kvedit::checks {
 
@@ -301,8 +302,8 @@ Totals TableChecker::Count(StringId id)
     else
         CheckAround(id);
     const Slot &slot = m_slots[static_cast<size_t>(id)];
-    for (const Problems *list : {&slot.local, &slot.clash})
-        for (const Problem &p : *list)
+    for (const Problems &list : {std::cref<Problems>(slot.local), std::cref<Problems>(slot.clash)})
+        for (const Problem &p : list)
             ++(p.severity == Severity::Error ? totals.errors : totals.warnings);
     if (!slot.local.isEmpty() || !slot.clash.isEmpty())
         ++totals.strings;

@@ -12,6 +12,7 @@
 
 #include <QHash>
 
+#include <memory>
 #include <vector>
 
 namespace kvedit::checks {
@@ -53,12 +54,49 @@ public:
     Problems CheckEdit(StringId id, const StringValues &typed);
 
 private:
+    // A slot's problems. Most strings have none, and every id of the table has a slot: an empty
+    // list costs a pointer instead of a QList.
+    class ProblemList {
+    public:
+        ProblemList() = default;
+        ProblemList(const ProblemList &other) { *this = other; }
+        ProblemList(ProblemList &&) = default;
+        ProblemList &operator=(const ProblemList &other)
+        {
+            if (this != &other)
+                m_list = other.m_list ? std::make_unique<Problems>(*other.m_list) : nullptr;
+            return *this;
+        }
+        ProblemList &operator=(ProblemList &&) = default;
+        ProblemList &operator=(Problems problems)
+        {
+            m_list = problems.isEmpty() ? nullptr : std::make_unique<Problems>(std::move(problems));
+            return *this;
+        }
+        bool isEmpty() const { return !m_list; }
+        void clear() { m_list.reset(); }
+        void append(const Problem &problem)
+        {
+            if (!m_list)
+                m_list = std::make_unique<Problems>();
+            m_list->append(problem);
+        }
+        operator const Problems &() const
+        {
+            static const Problems none;
+            return m_list ? *m_list : none;
+        }
+
+    private:
+        std::unique_ptr<Problems> m_list;
+    };
+
     struct Slot {
-        Problems local;         // the rules of one string
-        Problems clash;
+        ProblemList local;      // the rules of one string
+        ProblemList clash;
         int label = -1;         // index into m_labels; -1 for no group
-        QChar key;              // the shortcut's character, upper case; null for none
         int keyPos = -1;
+        QChar key;              // the shortcut's character, upper case; null for none
         bool inUse = false;
     };
 

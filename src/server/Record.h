@@ -10,16 +10,38 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <future>
 #include <optional>
 #include <vector>
 
 namespace kvedit::server {
 
+// A shortcut character in four bytes instead of a string's twenty-four, since every record of
+// every source holds one: a single character (a surrogate pair included) is kept as its code;
+// anything longer, which only another tool's file brings, is kept once per process in a shared
+// list and held as its index there. Reads and writes as the QString it stands for.
+class CompactCharacter {
+public:
+    CompactCharacter() = default;
+    CompactCharacter(const QString &text) { *this = text; }
+    CompactCharacter &operator=(const QString &text);
+    operator QString() const;
+
+    bool isEmpty() const { return m_value == 0; }
+    // Equal texts have equal values: the code of one character is unique, and so is the index
+    // of a longer text in the shared list.
+    bool operator==(const CompactCharacter &other) const { return m_value == other.m_value; }
+    friend bool operator==(const CompactCharacter &a, const QString &b) { return QString(a) == b; }
+
+private:
+    quint32 m_value = 0;   // 0: none; kCode | a code; kListed | an index in the shared list
+};
+
 struct Record {
     QString text;                  // meaningful only when hasText
     QString description;
-    QString shortcutCharacter;     // empty for none
+    CompactCharacter shortcutCharacter;   // empty for none
     qint16 revision = 0;
     quint8 properties = 0;         // TextProperty flags
     quint8 shortcutMode = 0;       // 0..4
@@ -28,6 +50,8 @@ struct Record {
 
     bool operator==(const Record &) const = default;
 };
+// The pools hold a record per string and source, so every byte here counts once per string and source.
+static_assert(sizeof(Record) <= 64);
 
 using ParameterList = QList<ParameterDefinition>;
 
@@ -89,6 +113,13 @@ public:
         slot = -1;
     }
     void set(int id, const std::optional<Record> &record)
+    {
+        if (record)
+            put(id, *record);
+        else
+            erase(id);
+    }
+    void set(int id, const Record *record)
     {
         if (record)
             put(id, *record);
@@ -157,13 +188,15 @@ struct TableContents {
     }
 };
 
-// What one Save writes: only the records and per-string values that were edited.
+// What one Save writes: only the records and per-string values that were edited. A record
+// change refers to the working record instead of copying it, so saving every string of a table
+// costs no second copy of the table; the referred records must not change until it is written.
 struct ChangeSet {
     struct RecordChange {
         StringSource source;
         StringId id;
-        std::optional<Record> record;   // nullopt deletes the record
         bool replacesSaved = true;      // false: the file holds no record there to keep as history
+        const Record *record = nullptr; // nullptr deletes the record
     };
     struct ParameterChange {
         StringId id;
@@ -174,6 +207,9 @@ struct ChangeSet {
         QString symbol;                  // empty removes it
     };
     std::vector<RecordChange> records;
+    // Values that exist only for this save (a promoted English text's new revision); a deque,
+    // so the changes' pointers to them stay valid while more are added.
+    std::deque<Record> values;
     std::vector<ParameterChange> parameters;
     struct OriginChange {
         StringId id;

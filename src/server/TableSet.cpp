@@ -16,14 +16,6 @@ namespace kvedit::server {
 
 namespace {
 
-quint32 KeyOf(int source, StringId id)
-{
-    return (static_cast<quint32>(source) << 16) | static_cast<quint16>(id);
-}
-
-int SourceOfKey(quint32 key) { return static_cast<int>(key >> 16); }
-StringId IdOfKey(quint32 key) { return static_cast<StringId>(key & 0xFFFF); }
-
 bool IsEditedSource(int source) { return source == ssLocalEdited || source == ssEnglishEdited; }
 
 bool SameText(const Record &a, const Record &b)
@@ -79,6 +71,50 @@ Record RecordOfEntry(const StringEntry &entry, QString *symbol)
 
 } // namespace
 
+void EditedRecords::reset(int maximumCount)
+{
+    for (std::vector<quint64> &bits : m_bits)
+        bits.assign((static_cast<size_t>(maximumCount) >> 6) + 1, 0);
+    m_saved.clear();
+    std::fill(std::begin(m_counts), std::end(m_counts), 0);
+    m_total = 0;
+}
+
+const Record *EditedRecords::saved(int source, StringId id) const
+{
+    if (m_saved.isEmpty())
+        return nullptr;
+    const auto it = m_saved.constFind(KeyOf(source, id));
+    return it != m_saved.cend() ? &*it : nullptr;
+}
+
+void EditedRecords::add(int source, StringId id, const Record *saved)
+{
+    m_bits[source][static_cast<size_t>(id) >> 6] |= quint64(1) << (id & 63);
+    ++m_counts[source];
+    ++m_total;
+    if (saved)
+        m_saved.insert(KeyOf(source, id), *saved);
+}
+
+void EditedRecords::remove(int source, StringId id)
+{
+    m_bits[source][static_cast<size_t>(id) >> 6] &= ~(quint64(1) << (id & 63));
+    --m_counts[source];
+    --m_total;
+    m_saved.remove(KeyOf(source, id));
+}
+
+void EditedRecords::clear()
+{
+    for (int source = 0; source < 4; ++source)
+        if (m_counts[source] > 0)
+            std::fill(m_bits[source].begin(), m_bits[source].end(), 0);
+    m_saved.clear();
+    std::fill(std::begin(m_counts), std::end(m_counts), 0);
+    m_total = 0;
+}
+
 TableSet::TableSet(std::shared_ptr<SqliteStore> store, TableContents contents, int maximumCount,
                    const QString &targetLanguage)
     : m_store(std::move(store)),
@@ -87,6 +123,7 @@ TableSet::TableSet(std::shared_ptr<SqliteStore> store, TableContents contents, i
       m_target(LanguageForTag(targetLanguage)),
       m_english(LanguageForTag(QStringLiteral("en")))
 {
+    m_edits.reset(maximumCount);
 }
 
 void TableSet::IndexSymbols() const
@@ -293,7 +330,7 @@ void TableSet::Restore(const Snapshot &snapshot)
 
 bool TableSet::Modified() const
 {
-    return !m_savedRecords.isEmpty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty()
+    return !m_edits.empty() || !m_savedParameters.isEmpty() || !m_savedSymbols.isEmpty()
            || !m_savedOrigins.isEmpty() || m_savedDisabledCheckRules.has_value();
 }
 
@@ -349,9 +386,8 @@ std::optional<EntryValues> TableSet::EnglishAt(StringId id, qint16 revision) con
         return ValuesOf(*now);
     // An unsaved edit that raised the revision replaces the saved record, which the file does not
     // keep as history until the Save.
-    const auto saved = m_savedRecords.constFind(KeyOf(ssEnglishDefault, id));
-    if (saved != m_savedRecords.cend() && saved->has_value() && (*saved)->revision == revision)
-        return ValuesOf(**saved);
+    if (const Record *saved = m_edits.saved(ssEnglishDefault, id); saved && saved->revision == revision)
+        return ValuesOf(*saved);
     if (m_store)
         if (const std::optional<Record> kept = m_store->EnglishHistory(id, revision))
             return ValuesOf(*kept);
@@ -383,17 +419,15 @@ Record TableSet::BlankRecord(StringId id, kvedit::StringSource source) const
 
 void TableSet::ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record)
 {
+    const auto same = [&record](const Record *r) { return r ? record && *r == *record : !record; };
     SourceTable &table = m_data.sources[source];
-    const std::optional<Record> current = table.get(id);
-    if (current == record)
+    if (same(table.find(id)))
         return;
-    const quint32 key = KeyOf(source, id);
-    auto saved = m_savedRecords.find(key);
-    if (saved == m_savedRecords.end())
-        saved = m_savedRecords.insert(key, current);
+    if (!m_edits.contains(source, id))
+        m_edits.add(source, id, table.find(id));
     table.set(id, record);
-    if (*saved == record)
-        m_savedRecords.erase(saved);
+    if (same(m_edits.saved(source, id)))
+        m_edits.remove(source, id);
 }
 
 void TableSet::Store(const StringEntryPtr &entry, bool replace)
@@ -419,9 +453,7 @@ void TableSet::Store(const StringEntryPtr &entry, bool replace)
     if (source == ssEnglishDefault) {
         // The revision follows the text against the saved state, so editing a text back to
         // what was saved leaves no edit behind.
-        const quint32 key = KeyOf(source, id);
-        const auto saved = m_savedRecords.constFind(key);
-        const std::optional<Record> base = saved != m_savedRecords.cend() ? *saved : m_data.sources[source].get(id);
+        const Record *base = m_edits.contains(source, id) ? m_edits.saved(source, id) : m_data.sources[source].find(id);
         if (base)
             record.revision = SameText(*base, record) ? base->revision : NextRevision(base->revision);
         else
@@ -472,8 +504,8 @@ void TableSet::RemoveEntry(StringId id, kvedit::StringSource source)
 
 void TableSet::DiscardEdits()
 {
-    for (auto it = m_savedRecords.cbegin(); it != m_savedRecords.cend(); ++it)
-        m_data.sources[SourceOfKey(it.key())].set(IdOfKey(it.key()), it.value());
+    for (int source = 0; source < 4; ++source)
+        m_edits.forEach(source, [&table = m_data.sources[source]](StringId id, const Record *saved) { table.set(id, saved); });
     for (auto it = m_savedParameters.cbegin(); it != m_savedParameters.cend(); ++it) {
         if (it->isEmpty())
             m_data.parameters.remove(it.key());
@@ -498,46 +530,44 @@ void TableSet::DiscardEdits()
     }
     if (m_savedDisabledCheckRules)
         m_data.disabledCheckRules = *std::exchange(m_savedDisabledCheckRules, std::nullopt);
-    m_savedRecords.clear();
+    m_edits.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
     m_savedOrigins.clear();
 }
 
-ChangeSet TableSet::CollectChanges(int promoteFrom) const
+ChangeSet TableSet::CollectChanges(int promoteFrom, size_t *promoted) const
 {
     ChangeSet changes;
-    QList<quint32> keys = m_savedRecords.keys();
-    std::sort(keys.begin(), keys.end());
-    std::vector<ChangeSet::RecordChange> promoted;
-    for (const quint32 key : keys) {
-        const int source = SourceOfKey(key);
-        const StringId id = IdOfKey(key);
-        const std::optional<Record> working = m_data.sources[source].get(id);
-        if (source == promoteFrom) {
-            // The edit becomes the default's value, and the edited source's own record, now
-            // superseded, is dropped so the saved text is what shows.
-            std::optional<Record> value = working;
-            if (value && source + 1 == ssEnglishDefault) {
-                // A new English default text outdates the translations like any English edit.
-                const quint32 targetKey = KeyOf(ssEnglishDefault, id);
-                const auto saved = m_savedRecords.constFind(targetKey);
-                const std::optional<Record> base =
-                    saved != m_savedRecords.cend() ? *saved : m_data.sources[ssEnglishDefault].get(id);
-                value->revision = !base ? qint16(1)
-                                        : SameText(*base, *value) ? base->revision : NextRevision(base->revision);
-            }
-            promoted.push_back({static_cast<StringSource>(source + 1), id, value});
-            promoted.push_back({static_cast<StringSource>(source), id, std::nullopt});
-        } else {
-            // A string new since the last save replaces nothing, which saves the history's
-            // look-up for every string of an import into a new workspace.
-            changes.records.push_back({static_cast<StringSource>(source), id, working, m_savedRecords.value(key).has_value()});
-        }
+    changes.records.reserve(static_cast<size_t>(m_edits.count() + (promoteFrom >= 0 ? m_edits.count(promoteFrom) : 0)));
+    for (int source = 0; source < 4; ++source) {
+        if (source == promoteFrom)
+            continue;
+        // A string new since the last save replaces nothing, which saves the history's
+        // look-up for every string of an import into a new workspace.
+        m_edits.forEach(source, [&](StringId id, const Record *saved) {
+            changes.records.push_back({static_cast<StringSource>(source), id, saved != nullptr,
+                                       m_data.sources[source].find(id)});
+        });
     }
     // After the plain edits, so a promoted value wins over an edit of the default itself.
-    changes.records.insert(changes.records.end(), promoted.begin(), promoted.end());
-
+    *promoted = changes.records.size();
+    const auto target = static_cast<StringSource>(promoteFrom + 1);
+    if (promoteFrom >= 0)
+        m_edits.forEach(promoteFrom, [&](StringId id, const Record *) {
+            // The edit becomes the default's value, and the edited source's own record, now
+            // superseded, is dropped so the saved text is what shows.
+            const Record *value = m_data.sources[promoteFrom].find(id);
+            if (value && target == ssEnglishDefault) {
+                // A new English default text outdates the translations like any English edit.
+                const Record *base = m_edits.contains(target, id) ? m_edits.saved(target, id) : m_data.sources[target].find(id);
+                Record &stamped = changes.values.emplace_back(*value);
+                stamped.revision = !base ? qint16(1) : SameText(*base, stamped) ? base->revision : NextRevision(base->revision);
+                value = &stamped;
+            }
+            changes.records.push_back({target, id, true, value});
+            changes.records.push_back({static_cast<StringSource>(promoteFrom), id, true, nullptr});
+        });
     QList<StringId> ids = m_savedParameters.keys();
     std::sort(ids.begin(), ids.end());
     for (const StringId id : ids)
@@ -560,15 +590,18 @@ void TableSet::Save(TableVersion version, bool saveAs)
     if (!Modified())
         return;
     const int promoteFrom = saveAs && IsEditedSource(version) ? static_cast<int>(version) : -1;
-    const ChangeSet changes = CollectChanges(promoteFrom);
+    size_t promoted = 0;
+    const ChangeSet changes = CollectChanges(promoteFrom, &promoted);
     if (m_store)
         m_store->Write(changes);   // throws before anything in memory changes
 
-    // The file now holds exactly the change set; for plain edits memory already does.
-    if (promoteFrom >= 0)
-        for (const ChangeSet::RecordChange &c : changes.records)
-            m_data.sources[c.source].set(c.id, c.record);
-    m_savedRecords.clear();
+    // The file now holds exactly the change set; for plain edits memory already does. A promoted
+    // value refers to the edited source's record of its id, which is dropped only after it is
+    // copied, or to the change set's own copy; no other change is applied, so pointers into a
+    // pool that grows here are not read again.
+    for (size_t i = promoted; i < changes.records.size(); ++i)
+        m_data.sources[changes.records[i].source].set(changes.records[i].id, changes.records[i].record);
+    m_edits.clear();
     m_savedParameters.clear();
     m_savedSymbols.clear();
     m_savedOrigins.clear();

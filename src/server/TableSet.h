@@ -9,12 +9,57 @@
 
 #include <QHash>
 
+#include <bit>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace kvedit::server {
 
 class SqliteStore;
+
+// The records edited since the last Save, with the saved value each replaced: a bit per source
+// and id, and a copy only of the saved records that existed. Most edits of a translation add a
+// record where the file holds none, so they cost a bit each, not a saved copy.
+class EditedRecords {
+public:
+    void reset(int maximumCount);
+    bool empty() const { return m_total == 0; }
+    int count() const { return m_total; }
+    int count(int source) const { return m_counts[source]; }
+    bool contains(int source, StringId id) const
+    {
+        return (m_bits[source][static_cast<size_t>(id) >> 6] >> (id & 63)) & 1U;
+    }
+    // The saved record of an edited id; nullptr when the file held none there (or it is not edited).
+    const Record *saved(int source, StringId id) const;
+    // Marks the id edited, remembering its saved record (nullptr: none); it must not be edited yet.
+    void add(int source, StringId id, const Record *saved);
+    void remove(int source, StringId id);
+    void clear();
+    // Calls f(id, saved) for every edited id of a source, in ascending order.
+    template <typename F>
+    void forEach(int source, F &&f) const
+    {
+        const std::vector<quint64> &bits = m_bits[source];
+        for (size_t word = 0; m_counts[source] > 0 && word < bits.size(); ++word)
+            for (quint64 w = bits[word]; w != 0; w &= w - 1) {
+                const auto id = static_cast<StringId>(word * 64 + static_cast<size_t>(std::countr_zero(w)));
+                f(id, saved(source, id));
+            }
+    }
+
+private:
+    static quint32 KeyOf(int source, StringId id)
+    {
+        return (static_cast<quint32>(source) << 16) | static_cast<quint16>(id);
+    }
+
+    std::vector<quint64> m_bits[4];
+    QHash<quint32, Record> m_saved;   // keyed by source << 16 | id
+    int m_counts[4] = {};
+    int m_total = 0;
+};
 
 class TableSet final : public StringTableSet, public std::enable_shared_from_this<TableSet> {
 public:
@@ -100,7 +145,8 @@ private:
     void ChangeRecord(kvedit::StringSource source, StringId id, const std::optional<Record> &record);
     void Store(const StringEntryPtr &entry, bool replace);
     void IndexSymbols() const;
-    ChangeSet CollectChanges(int promoteFrom) const;
+    // The changes to write; those from *promoted on are the promotion of an edited source.
+    ChangeSet CollectChanges(int promoteFrom, size_t *promoted) const;
 
     std::shared_ptr<SqliteStore> m_store;
     TableContents m_data;              // working values
@@ -108,8 +154,8 @@ private:
     kvedit::Language m_target;
     kvedit::Language m_english;
 
-    // Saved values of everything edited since the last Save, keyed by source << 16 | id.
-    QHash<quint32, std::optional<Record>> m_savedRecords;
+    // Saved values of everything edited since the last Save.
+    EditedRecords m_edits;
     QHash<StringId, ParameterList> m_savedParameters;
     QHash<StringId, QString> m_savedSymbols;
     QHash<StringId, ExchangeOrigin> m_savedOrigins;
