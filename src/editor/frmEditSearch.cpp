@@ -164,15 +164,24 @@ bool frmEdit::TextMatches(const StringTableSet &tables, StringId id, StringSourc
 {
     // An entry is tested only when HasText reports a text. Asking that costs a second lookup, so
     // it is asked only of a text that matches, which a pass meets rarely: the answer is the same.
-    const QString text = tables.Text(id, source);
-    const auto contains = [&](const QString &t) {
+    const auto contains = [&](QStringView t) {
         return finder ? finder->FoundIn(t) : t.contains(findText, Qt::CaseInsensitive);
     };
     // Cleaning the shortcut marker changes only a text that has an '&', and whether the entry
     // allows a shortcut matters only when the cleaned text answers differently from the text as
-    // it stands; the entry, which knows, is built for those alone.
-    bool found = contains(text);
-    if (text.contains(u'&') && contains(CleanAccessMarkers(text)) != found)
+    // it stands; the entry, which knows, is built for those alone. The tables lend the text
+    // rather than copy it: a pass reads every one.
+    struct {
+        bool found = false;
+        bool cleanedDiffers = false;
+    } outcome;
+    tables.TestText(id, source, StringTableSet::TextField::Text, [&outcome, &contains](QStringView text) {
+        outcome.found = contains(text);
+        outcome.cleanedDiffers = text.contains(u'&') && contains(CleanAccessMarkers(text.toString())) != outcome.found;
+        return outcome.found;
+    });
+    bool found = outcome.found;
+    if (outcome.cleanedDiffers)
         FindTextInEntry(findText, tables.Entry(id, source), found);
     return found && tables.HasText(id, source);
 }

@@ -275,6 +275,17 @@ bool TableSet::TestText(StringId id, kvedit::StringSource source, TextField fiel
     }
     Texts(id);
     const Record *r = Resolve(id, source);
+    // A pass asks for the ids in order, and each text lies wherever the heap put it: the one a
+    // few ids on is fetched while this one is tested.
+    constexpr int kAhead = 4;
+    if (id <= m_maximumCount - kAhead) {
+        const auto next = static_cast<StringId>(id + kAhead);
+        const Record *ahead = m_data.sources[source].find(next);
+        if (!ahead && IsEditedSource(source))
+            ahead = m_data.sources[source + 1].find(next);
+        if (ahead)
+            __builtin_prefetch(field == TextField::Text ? ahead->text.constData() : ahead->description.constData());
+    }
     if (field == TextField::Text)
         return test(r && r->hasText ? QStringView(r->text) : QStringView());
     if (!r && source != ssEnglishDefault)
