@@ -18,7 +18,6 @@ class TextFinder {
 public:
     explicit TextFinder(const QString &pattern = QString()) { setPattern(pattern); }
     void setPattern(const QString &pattern);
-    QString Pattern() const { return m_matcher.pattern(); }
     bool FoundIn(QStringView text) const;
 
 private:
